@@ -1,0 +1,52 @@
+# Thin wrapper around CMake: `make demo` and `make test` are all a fresh machine needs.
+BUILD      ?= build
+ASAN_BUILD ?= build-asan
+JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
+WERROR     ?= OFF
+CMAKE_ARGS ?=
+
+.PHONY: all deps build demo test test-asan bench fuzz install clean format
+
+all: build
+
+deps:
+	@sh tools/deps.sh
+
+$(BUILD)/CMakeCache.txt: | deps
+	cmake -S . -B $(BUILD) -DKVPROJ_WERROR=$(WERROR) $(CMAKE_ARGS)
+
+build: deps $(BUILD)/CMakeCache.txt
+	cmake -S . -B $(BUILD) -DKVPROJ_WERROR=$(WERROR) $(CMAKE_ARGS) >/dev/null
+	cmake --build $(BUILD) -j $(JOBS)
+
+demo: build
+	@sh tools/demo.sh $(BUILD)/kvproj
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+test-asan: deps
+	cmake -S . -B $(ASAN_BUILD) -DKVPROJ_SANITIZE=ON -DKVPROJ_WERROR=$(WERROR) -DCMAKE_BUILD_TYPE=Debug $(CMAKE_ARGS)
+	cmake --build $(ASAN_BUILD) -j $(JOBS)
+	cd $(ASAN_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	    ctest --output-on-failure -j $(JOBS)
+
+bench:
+	@sh tools/deps.sh libbenchmark-dev libproj-dev
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DKVPROJ_BUILD_BENCH=ON -DKVPROJ_BUILD_TESTS=OFF
+	cmake --build build-bench -j $(JOBS)
+	@for b in build-bench/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
+
+fuzz:
+	@sh tools/deps.sh clang libclang-rt-14-dev
+	CXX=clang++ cmake -S . -B build-fuzz -DKVPROJ_BUILD_FUZZ=ON -DKVPROJ_BUILD_TESTS=OFF -DCMAKE_BUILD_TYPE=Debug
+	cmake --build build-fuzz -j $(JOBS)
+
+install: build
+	cmake --install $(BUILD)
+
+format:
+	clang-format -i $$(git ls-files '*.cpp' '*.h')
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD) build-bench build-fuzz

@@ -1,0 +1,12 @@
+// kvproj: cartographic projections, datum shifts and georeferencing.
+// Hosts include this header only.
+#ifndef KVPROJ_KVPROJ_H
+#define KVPROJ_KVPROJ_H
+
+#include "kvlibw/kvlibw.h"
+#include "kvproj/export.h"
+#include "kvproj/angle.h"
+#include "kvproj/ellipsoid.h"
+#include "kvproj/projdata.h"
+
+#endif
