@@ -8,5 +8,8 @@
 #include "kvproj/angle.h"
 #include "kvproj/ellipsoid.h"
 #include "kvproj/projdata.h"
+#include "kvproj/projcheck.h"
+#include "kvproj/stateplane.h"
+#include "kvproj/utmzone.h"
 
 #endif
