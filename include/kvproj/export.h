@@ -18,4 +18,9 @@
 // The unplottable marker: both coordinates of a point that cannot be converted.
 #define KVPROJ_UNPLOTTABLE 1.7976931348623157e308
 
+namespace KVProj {
+// Version of the loaded library, "major.minor.patch".
+KVPROJ_API const char* KVProjVersion();
+} // namespace KVProj
+
 #endif

@@ -1,6 +1,8 @@
 // kvproj command-line tool: dispatches to the registered sub-commands.
 #include "Command.h"
 
+#include "kvproj/kvproj.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -59,7 +61,7 @@ int main(int argc, char** argv) {
             return kvtool::EXIT_OK;
         }
         if (first == "--version") {
-            std::printf("kvproj %s\n", KVPROJ_VERSION_TEXT);
+            std::printf("kvproj %s (library %s)\n", KVPROJ_VERSION_TEXT, KVProj::KVProjVersion());
             return kvtool::EXIT_OK;
         }
         std::vector<std::string> args(argv + 2, argv + argc);
