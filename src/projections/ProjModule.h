@@ -71,13 +71,24 @@ inline void MarkFailed(PROJDATA* data, PROJPOINT& p) {
     data->iResult = 1;
 }
 
+// The per-point loop of every module: markers pass untouched, a point for
+// which `fn` returns false is marked failed, the rest are converted by `fn`.
+template <typename PointFn>
+inline void ForEachPoint(PROJDATA* data, PROJPOINT* points, int count, PointFn fn) {
+    for (int i = 0; i < count; ++i) {
+        PROJPOINT& p = points[i];
+        if (IsUnplottable(p)) continue;
+        if (!fn(p)) MarkFailed(data, p);
+    }
+}
+
 // Argument checks every Forward/Inverse makes first. A macro so that the
 // assertion report carries the module's own source file and line.
-#define KV_MODULE_CHECK_ARGS(data, points, count)                                                 \
-    do {                                                                                          \
-        if ((data) == nullptr) return false;                                                      \
-        if ((points) == nullptr) return KV_ASSERT_FAIL();                                         \
-        if ((count) < 1) return KV_ASSERT_FAIL();                                                 \
+#define KV_MODULE_CHECK_ARGS(data, points, count)                                                  \
+    do {                                                                                           \
+        if ((data) == nullptr) return false;                                                       \
+        if ((points) == nullptr) return KV_ASSERT_FAIL();                                          \
+        if ((count) < 1) return KV_ASSERT_FAIL();                                                  \
     } while (0)
 
 // ---------------------------------------------------------------- domain tests
@@ -99,8 +110,8 @@ bool LLInEverywhere(const PROJDATA* data, const PROJPOINT* lonLat); // non-null 
 // must also be drawn shifted by the returned x offset (+-360).
 bool LLSplitAboutLon0(const PROJDATA* data, const PROJPOINT* lonLat, unsigned count,
                       double* xOffset, double* yOffset);
-bool LLSplitFixed180(const PROJDATA* data, const PROJPOINT* lonLat, unsigned count,
-                     double* xOffset, double* yOffset);
+bool LLSplitFixed180(const PROJDATA* data, const PROJPOINT* lonLat, unsigned count, double* xOffset,
+                     double* yOffset);
 bool LLSplitNever(const PROJDATA* data, const PROJPOINT* lonLat, unsigned count, double* xOffset,
                   double* yOffset);
 

@@ -1,0 +1,122 @@
+// Mathematics shared by the projection modules: eccentricity terms, the
+// meridional arc and its footpoint inverse, the conformal-latitude function t
+// and its iterative inverse. Series and constants follow Snyder, "Map
+// Projections: A Working Manual" (USGS Professional Paper 1395, 1987).
+//
+// Per-call constants live in small structs built once from the record; the
+// per-point functions take the sine and cosine the caller already has, and form
+// sin 2x .. sin 8x by the double-angle identities rather than by further calls
+// (the same values to a few units in the last place).
+#ifndef KVPROJ_PROJECTIONS_PROJMATH_H
+#define KVPROJ_PROJECTIONS_PROJMATH_H
+
+#include <cmath>
+
+namespace KVProj {
+
+constexpr double kHalfPi = 1.5707963267948966;
+constexpr double kQuarterPi = 0.7853981633974483;
+constexpr double kPi = 3.141592653589793;
+constexpr double kTwoPi = 6.283185307179586;
+constexpr double kDegToRad = 3.141592653589793 / 180.0;
+constexpr double kRadToDeg = 57.29577951308232;
+
+// Ten single-precision epsilons: the stopping tolerance of the latitude
+// iterations (about 0.25 arc seconds between successive steps).
+constexpr double kPhiIterTolerance = 1.1920928955078125e-6;
+constexpr int kPhiIterMaxSteps = 500;
+
+// First eccentricity from the flattening: e^2 = 2f - f^2.
+inline double Eccentricity(double f) {
+    return std::sqrt(2.0 * f - f * f);
+}
+
+// sin 2x, sin 4x, sin 6x, sin 8x from sin x and cos x.
+struct SinMultiples {
+    double s2, s4, s6, s8;
+};
+inline SinMultiples SinesOfMultiples(double s, double c) {
+    const double s2 = 2.0 * s * c, c2 = (c - s) * (c + s);
+    const double s4 = 2.0 * s2 * c2, c4 = (c2 - s2) * (c2 + s2);
+    return {s2, s4, s4 * c2 + c4 * s2, 2.0 * s4 * c4};
+}
+
+// Meridional arc M(phi), Snyder 3-21 (series to e^6); powers of e by pow().
+struct MeridianArc {
+    double a;              // semi-major axis
+    double c0, c2, c4, c6; // coefficients of phi, sin 2phi, sin 4phi, sin 6phi
+
+    explicit MeridianArc(double a_ = 0.0, double e = 0.0) : a(a_) {
+        const double e2 = std::pow(e, 2), e4 = std::pow(e, 4), e6 = std::pow(e, 6);
+        c0 = 1.0 - e2 / 4.0 - 3.0 * e4 / 64.0 - 5.0 * e6 / 256.0;
+        c2 = 3.0 * e2 / 8.0 + 3.0 * e4 / 32.0 + 45.0 * e6 / 1024.0;
+        c4 = 15.0 * e4 / 256.0 + 45.0 * e6 / 1024.0;
+        c6 = 35.0 * e6 / 3072.0;
+    }
+    double At(double phi, double sinPhi, double cosPhi) const {
+        const SinMultiples m = SinesOfMultiples(sinPhi, cosPhi);
+        return a * (c0 * phi - c2 * m.s2 + c4 * m.s4 - c6 * m.s6);
+    }
+    double At(double phi) const { return At(phi, std::sin(phi), std::cos(phi)); }
+    // The rectifying latitude mu of an arc length M (Snyder 7-19).
+    double Mu(double m) const { return m / (a * c0); }
+};
+
+// Footpoint latitude from the rectifying latitude, Snyder 3-26 with its
+// e1^4 sin 8mu term; e1 = (1 - sqrt(1 - e^2)) / (1 + sqrt(1 - e^2)) (3-24).
+struct Footpoint {
+    double d2, d4, d6, d8;
+
+    explicit Footpoint(double e = 0.0) {
+        const double r = std::sqrt(1.0 - e * e);
+        const double e1 = (1.0 - r) / (1.0 + r);
+        const double e1_2 = std::pow(e1, 2), e1_3 = std::pow(e1, 3), e1_4 = std::pow(e1, 4);
+        d2 = 3.0 * e1 / 2.0 - 27.0 * e1_3 / 32.0;
+        d4 = 21.0 * e1_2 / 16.0 - 55.0 * e1_4 / 32.0;
+        d6 = 151.0 * e1_3 / 96.0;
+        d8 = 1097.0 * e1_4 / 512.0;
+    }
+    double Phi(double mu) const {
+        const SinMultiples m = SinesOfMultiples(std::sin(mu), std::cos(mu));
+        return mu + d2 * m.s2 + d4 * m.s4 + d6 * m.s6 + d8 * m.s8;
+    }
+};
+
+// Snyder 14-4 / 15-9: t = tan(pi/4 - phi/2) / ((1 - e sin phi) / (1 + e sin phi))^(e/2).
+// The caller guarantees 1 + e sin phi != 0.
+inline double ConformalT(double phi, double sinPhi, double e) {
+    const double es = e * sinPhi;
+    return std::tan(kQuarterPi - phi / 2.0) / std::pow((1.0 - es) / (1.0 + es), e / 2.0);
+}
+
+// Snyder 14-15: m = cos phi / sqrt(1 - e^2 sin^2 phi); the caller has checked
+// that the radicand is positive.
+inline double ParallelRadiusFactor(double cosPhi, double sinPhi, double e2) {
+    return cosPhi / std::sqrt(1.0 - e2 * sinPhi * sinPhi);
+}
+
+// Latitude from t by Snyder 7-9 iterated: phi = pi/2 - 2 atan(t ((1 - e sin phi) /
+// (1 + e sin phi))^(e/2)), starting from pi/2 - 2 atan t. Stops when two steps
+// differ by at most kPhiIterTolerance; false when 1 + e sin phi becomes 0 or the
+// tolerance is not met before the last permitted step (meeting it on that step
+// still counts as running out). *phi receives the last step.
+inline bool PhiFromConformalT(double t, double e, double* phi) {
+    const double halfE = e / 2.0;
+    double p = kHalfPi - 2.0 * std::atan(t);
+    for (int step = 1; step <= kPhiIterMaxSteps; ++step) {
+        const double es = e * std::sin(p);
+        if (1.0 + es == 0.0) return false;
+        const double next = kHalfPi - 2.0 * std::atan(t * std::pow((1.0 - es) / (1.0 + es), halfE));
+        const bool done = std::fabs(next - p) <= kPhiIterTolerance;
+        p = next;
+        if (done) {
+            *phi = p;
+            return step < kPhiIterMaxSteps;
+        }
+    }
+    return false;
+}
+
+} // namespace KVProj
+
+#endif

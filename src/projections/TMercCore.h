@@ -1,0 +1,174 @@
+// Transverse Mercator formulas shared by the general transverse Mercator module
+// and the UTM module. Sphere: Snyder 8-1 to 8-7; ellipsoid: the series of
+// Snyder 8-9, 8-10 (forward) and 8-12 to 8-19 (inverse), sixth order in the
+// longitude difference, no iteration either way.
+//
+// The two modules differ only in two guards, chosen by `Flavor`: UTM fails a
+// point whose 1 - e^2 sin^2 phi is negative going forward, and only the general
+// module refuses k0 == 0 going inverse (UTM's k0 always comes from the engine's
+// default of 0.9996).
+#ifndef KVPROJ_PROJECTIONS_TMERCCORE_H
+#define KVPROJ_PROJECTIONS_TMERCCORE_H
+
+#include "projections/ProjMath.h"
+#include "projections/ProjModule.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace KVProj {
+namespace tmerc {
+
+enum class Flavor { General, UTM };
+
+struct Constants {
+    double lam0, phi0, k0;
+    double a;   // R on the sphere, semi-major axis on the ellipsoid
+    double ak0; // R k0 (sphere)
+    double e2;  // e^2
+    double ep2; // second eccentricity squared, e^2 / (1 - e^2)
+    double m0;  // M(phi0)
+    MeridianArc arc;
+    Footpoint foot;
+    bool sphere;
+
+    explicit Constants(const PROJDATA* d)
+        : lam0(d->Lon0), phi0(d->Lat0), k0(d->K0), a(d->MajorRadius), ak0(d->MajorRadius * d->K0),
+          e2(0.0), ep2(0.0), m0(0.0), sphere(d->Flattening == 0.0) {
+        if (sphere) return;
+        const double e = Eccentricity(d->Flattening);
+        e2 = e * e;
+        ep2 = e2 / (1.0 - e2);
+        arc = MeridianArc(a, e);
+        foot = Footpoint(e);
+        m0 = arc.At(phi0);
+    }
+};
+
+// ---------------------------------------------------------------- sphere
+
+inline bool SphereForward(const Constants& k, PROJPOINT& p) {
+    const double phi = p.y, dlam = p.x - k.lam0;
+    const double b = std::cos(phi) * std::sin(dlam);
+    if (b == 1.0) return false; // b == -1 gives -inf, screened by the engine
+    const double x = 0.5 * k.ak0 * std::log((1.0 + b) / (1.0 - b));
+    double y;
+    if (std::fabs(phi) == kHalfPi || std::fabs(dlam) == kHalfPi) {
+        y = k.ak0 * ((phi >= 0.0 ? kHalfPi : -kHalfPi) - k.phi0);
+    } else {
+        const double cd = std::cos(dlam);
+        if (cd == 0.0) return false;
+        // Single-argument arctangent on purpose: the domain (+-45 degrees of
+        // the central meridian) never needs the quadrant correction.
+        y = k.ak0 * (std::atan(std::tan(phi) / cd) - k.phi0);
+    }
+    p.x = x;
+    p.y = y;
+    return true;
+}
+
+inline bool SphereInverse(const Constants& k, PROJPOINT& p) {
+    if (k.ak0 == 0.0) return false;
+    const double d = p.y / k.ak0 + k.phi0;
+    const double xr = p.x / k.ak0;
+    const double s = std::clamp(std::sin(d) / std::cosh(xr), -1.0, 1.0);
+    const double cd = std::cos(d);
+    if (cd == 0.0) return false;
+    p.y = std::asin(s);
+    p.x = k.lam0 + std::atan(std::sinh(xr) / cd);
+    return true;
+}
+
+// ---------------------------------------------------------------- ellipsoid
+
+template <Flavor F> inline bool EllipsoidForward(const Constants& k, PROJPOINT& p) {
+    const double phi = p.y;
+    if (std::fabs(phi) == kHalfPi) { // the series has tan phi; the pole lies on the meridian
+        p.y = (k.arc.At(phi) - k.m0) * k.k0;
+        p.x = 0.0;
+        return true;
+    }
+    const double s = std::sin(phi), c = std::cos(phi);
+    const double w = 1.0 - k.e2 * s * s;
+    if (F == Flavor::UTM && w < 0.0) return false;
+    const double n = k.a / std::sqrt(w);
+    const double tanPhi = std::tan(phi);
+    const double t = tanPhi * tanPhi, cc = k.ep2 * c * c;
+    const double A = (p.x - k.lam0) * c, A2 = A * A;
+    const double m = k.arc.At(phi, s, c);
+    // Snyder 8-9
+    const double x =
+        k.k0 * n *
+        (A * (1.0 + A2 * ((1.0 - t + cc) / 6.0 +
+                          A2 * (5.0 - 18.0 * t + t * t + 72.0 * cc - 58.0 * k.ep2) / 120.0)));
+    // Snyder 8-10
+    const double y =
+        k.k0 * (m - k.m0 +
+                n * tanPhi *
+                    (A2 * (0.5 + A2 * ((5.0 - t + 9.0 * cc + 4.0 * cc * cc) / 24.0 +
+                                       A2 * (61.0 - 58.0 * t + t * t + 600.0 * cc - 330.0 * k.ep2) /
+                                           720.0))));
+    p.x = x;
+    p.y = y;
+    return true;
+}
+
+template <Flavor F> inline bool EllipsoidInverse(const Constants& k, PROJPOINT& p) {
+    if (F == Flavor::General && k.k0 == 0.0) return false;
+    const double m = k.m0 + p.y / k.k0;          // Snyder 8-20
+    const double phi1 = k.foot.Phi(k.arc.Mu(m)); // Snyder 7-19, 3-26
+    const double s1 = std::sin(phi1), c1 = std::cos(phi1), tan1 = std::tan(phi1);
+    const double cc = k.ep2 * c1 * c1, t = tan1 * tan1; // Snyder 8-21, 8-22
+    const double w = 1.0 - k.e2 * s1 * s1;
+    if (w < 0.0) return false;
+    const double sw = std::sqrt(w);
+    if (sw == 0.0) return false;
+    const double n1 = k.a / sw;                      // Snyder 8-23
+    const double r1 = k.a * (1.0 - k.e2) / (w * sw); // Snyder 8-24
+    if (n1 * k.k0 == 0.0 || r1 == 0.0) return false;
+    const double d = p.x / (n1 * k.k0), d2 = d * d; // Snyder 8-25
+    // Snyder 8-17
+    const double phi =
+        phi1 -
+        (n1 * tan1 / r1) *
+            (d2 * (0.5 - d2 * ((5.0 + 3.0 * t + 10.0 * cc - 4.0 * cc * cc - 9.0 * k.ep2) / 24.0 -
+                               d2 *
+                                   (61.0 + 90.0 * t + 298.0 * cc + 45.0 * t * t - 252.0 * k.ep2 -
+                                    3.0 * cc * cc) /
+                                   720.0)));
+    // Snyder 8-18
+    const double lam =
+        k.lam0 +
+        d *
+            (1.0 -
+             d2 * ((1.0 + 2.0 * t + cc) / 6.0 -
+                   d2 * (5.0 - 2.0 * cc + 28.0 * t - 3.0 * cc * cc + 8.0 * k.ep2 + 24.0 * t * t) /
+                       120.0)) /
+            c1;
+    p.x = lam;
+    p.y = phi;
+    return true;
+}
+
+// ---------------------------------------------------------------- loops
+
+template <Flavor F> inline void Forward(PROJDATA* data, PROJPOINT* points, int count) {
+    const Constants k(data);
+    if (k.sphere)
+        ForEachPoint(data, points, count, [&k](PROJPOINT& p) { return SphereForward(k, p); });
+    else
+        ForEachPoint(data, points, count, [&k](PROJPOINT& p) { return EllipsoidForward<F>(k, p); });
+}
+
+template <Flavor F> inline void Inverse(PROJDATA* data, PROJPOINT* points, int count) {
+    const Constants k(data);
+    if (k.sphere)
+        ForEachPoint(data, points, count, [&k](PROJPOINT& p) { return SphereInverse(k, p); });
+    else
+        ForEachPoint(data, points, count, [&k](PROJPOINT& p) { return EllipsoidInverse<F>(k, p); });
+}
+
+} // namespace tmerc
+} // namespace KVProj
+
+#endif
