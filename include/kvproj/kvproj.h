@@ -7,6 +7,7 @@
 #include "kvproj/export.h"
 #include "kvproj/angle.h"
 #include "kvproj/ellipsoid.h"
+#include "kvproj/datum.h"
 #include "kvproj/projdata.h"
 #include "kvproj/projcheck.h"
 #include "kvproj/stateplane.h"
