@@ -9,6 +9,7 @@
 #include "kvproj/ellipsoid.h"
 #include "kvproj/datum.h"
 #include "kvproj/projdata.h"
+#include "kvproj/projection.h"
 #include "kvproj/projcheck.h"
 #include "kvproj/stateplane.h"
 #include "kvproj/utmzone.h"

@@ -1,0 +1,638 @@
+// Projection handles and the point conversion pipeline around the modules.
+//
+// A handle is nothing but a heap copy of the caller's PROJDATA (all 396 bytes);
+// every conversion works on a stack copy of it, so a call never allocates and
+// calls on separate handles share nothing but the per-thread math error flag.
+//
+// Forward:  pre-scan -> [state plane substitution] -> angles to radians ->
+//           fold lon/lat -> degrees to radians -> module -> post-scan ->
+//           + false origin -> * Scale
+// Inverse:  pre-scan -> [substitution] -> angles to radians -> / Scale ->
+//           - false origin -> module -> post-scan -> radians to degrees -> fold
+#include "kvproj/projection.h"
+
+#include "kvproj/ellipsoid.h"
+#include "kvproj/projcheck.h"
+
+#include "frame/Diag.h"
+#include "proj/kvPClip.h"
+#include "proj/ProjParams.h"
+#include "proj/StatePlane.h"
+#include "projections/ProjModule.h"
+
+#include <cfloat>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <vector>
+
+namespace KVProj {
+
+namespace {
+
+constexpr double kMarker = KVPROJ_UNPLOTTABLE;
+constexpr double kPi = 3.141592653589793;
+constexpr double kUTMK0 = 0.9996;
+constexpr double kUTMFalseEasting = 500000.0;
+constexpr double kUTMFalseNorthingSouth = 10000000.0;
+
+inline bool IsFinite(double v) { return std::isfinite(v); }
+
+inline PROJDATA* Record(void* handle) { return static_cast<PROJDATA*>(handle); }
+
+inline bool IsStatePlane(int type) {
+    return type == PT_STATE_PLANE_27 || type == PT_STATE_PLANE_83;
+}
+
+inline double ToRadians(double deg) { return deg * kPi / 180.0; }
+inline double ToDegrees(double rad) { return rad * 180.0 / kPi; }
+
+// fmod(v, 360) is v itself whenever |v| < 360, so the common case skips the
+// division; the result is the same to the bit.
+inline double FoldLongitude(double v) {
+    if (v == kMarker) return v;
+    if (!IsFinite(v)) return kMarker;
+    if (v > -360.0 && v < 360.0) return v;
+    return std::fmod(v, 360.0);
+}
+
+// The longitude is deliberately not shifted when a latitude is folded back.
+inline double FoldLatitude(double v) {
+    if (v == kMarker) return v;
+    if (!IsFinite(v)) return kMarker;
+    if (v >= -90.0 && v <= 90.0) return v;
+    double r = std::fmod(v, 180.0);
+    if (r > 90.0) r = 180.0 - r;
+    else if (r < -90.0) r = std::fabs(r) - 180.0;
+    return r;
+}
+
+inline void MarkPoint(PROJPOINT& p) {
+    p.x = kMarker;
+    p.y = kMarker;
+}
+
+// Marks every point with a non-finite member; true when any was marked.
+bool ScanNonFinite(PROJPOINT* points, int count) {
+    bool any = false;
+    for (int i = 0; i < count; ++i) {
+        PROJPOINT& p = points[i];
+        if (!IsFinite(p.x) || !IsFinite(p.y)) {
+            MarkPoint(p);
+            any = true;
+        }
+    }
+    return any;
+}
+
+void AnglesToRadians(PROJDATA& d) {
+    d.Lat0 = ToRadians(d.Lat0);
+    d.Lon0 = ToRadians(d.Lon0);
+    d.Lat1 = ToRadians(d.Lat1);
+    d.Lat2 = ToRadians(d.Lat2);
+    d.Lat3 = ToRadians(d.Lat3);
+    d.Lon1 = ToRadians(d.Lon1);
+    d.Lon2 = ToRadians(d.Lon2);
+    d.Lon3 = ToRadians(d.Lon3);
+    d.Alpha = ToRadians(d.Alpha);
+}
+
+// A state plane record converts through its zone, on the zone's ellipsoid.
+bool SubstituteZone(PROJDATA& work) {
+    const ProjType system = work.Type;
+    if (!StatePlaneBuild(system, &work)) return false;
+    work.MajorRadius = EllipsoidRadius(work.Ellipsoid);
+    work.Flattening = EllipsoidFlattening(work.Ellipsoid);
+    return true;
+}
+
+// Runs a module converter with the math error flag cleared first. Off Windows
+// floating-point exceptions stay masked, so a fault cannot trap here; the
+// flag still catches whatever the math-error hook notes during the call.
+bool GuardedCall(ProjConvertFn fn, PROJDATA* work, PROJPOINT* points, int count,
+                 PROJDATA* handle) {
+    SetMathErrorFlag(false);
+    bool ok = fn(work, points, count);
+    if (MathErrorFlag()) {
+        ok = false;
+        handle->iResult = 1;
+    }
+    return ok;
+}
+
+// Everything up to the module: shared by both directions. Returns the row to
+// call, or null after the assertion report; *done is set for the unprojected
+// type, which passes points through.
+const PROJMODULE* PrepareWorkingCopy(PROJDATA* handle, PROJPOINT* points, int count,
+                                     PROJDATA& work, bool* done) {
+    *done = false;
+    handle->iResult = 0;
+    if (ScanNonFinite(points, count)) handle->iResult = 1;
+    std::memcpy(&work, handle, sizeof(PROJDATA));
+    if (work.Type < 0 || work.Type >= PT_COUNT) {
+        KV_ASSERT_FAIL();
+        return nullptr;
+    }
+    if (work.Type == PT_UNPROJECTED) {
+        *done = true;
+        return nullptr;
+    }
+    // A zone the system does not define leaves the state plane type in place;
+    // its row has no converter, which the check below reports.
+    if (IsStatePlane(work.Type)) SubstituteZone(work);
+    const PROJMODULE* row = ProjModuleFor(work.Type);
+    if (!row || !row->Forward || !row->Inverse) {
+        KV_ASSERT_FAIL();
+        return nullptr;
+    }
+    AnglesToRadians(work);
+    return row;
+}
+
+// Post-scan, false origin and scale in one pass: each stage only touches
+// coordinates that the previous one left finite and unmarked.
+bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count) {
+    const bool offset = !(work.xOrg == 0.0 && work.yOrg == 0.0);
+    const bool scale = work.Scale != 1.0;
+    const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
+    bool marked = false;
+    for (int i = 0; i < count; ++i) {
+        PROJPOINT& p = points[i];
+        if (!IsFinite(p.x) || !IsFinite(p.y)) {
+            MarkPoint(p);
+            marked = true;
+            continue;
+        }
+        if (offset) {
+            if (p.x != kMarker) p.x += x0;
+            if (p.y != kMarker) p.y += y0;
+        }
+        if (scale) {
+            if (p.x != kMarker) p.x *= s;
+            if (p.y != kMarker) p.y *= s;
+        }
+    }
+    return marked;
+}
+
+void PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
+    const bool offset = !(work.xOrg == 0.0 && work.yOrg == 0.0);
+    const bool scale = work.Scale != 1.0;
+    const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
+    if (!offset && !scale) return;
+    for (int i = 0; i < count; ++i) {
+        PROJPOINT& p = points[i];
+        if (scale) {
+            if (p.x != kMarker) p.x /= s;
+            if (p.y != kMarker) p.y /= s;
+        }
+        if (offset) {
+            if (p.x != kMarker) p.x -= x0;
+            if (p.y != kMarker) p.y -= y0;
+        }
+    }
+}
+
+// Post-scan, radians to degrees and folding of the inverse results.
+bool FinishInverse(PROJPOINT* points, int count) {
+    bool marked = false;
+    for (int i = 0; i < count; ++i) {
+        PROJPOINT& p = points[i];
+        if (!IsFinite(p.x) || !IsFinite(p.y)) {
+            MarkPoint(p);
+            marked = true;
+            continue;
+        }
+        if (p.x != kMarker) p.x = ToDegrees(p.x);
+        if (p.y != kMarker) p.y = ToDegrees(p.y);
+        p.x = FoldLongitude(p.x);
+        p.y = FoldLatitude(p.y);
+    }
+    return marked;
+}
+
+bool ForwardImpl(void* handle, PROJPOINT* points, int count) {
+    LogPrintf("ProjForward(hProj=%p, pPts=%p, nPts=%d)\n", handle, static_cast<void*>(points),
+              count);
+    if (!handle) {
+        LogPrintf("NULL hProj pointer!\n");
+        return false;
+    }
+    if (!points || count < 1) return KV_ASSERT_FAIL();
+    PROJDATA* h = Record(handle);
+    PROJDATA work;
+    bool done = false;
+    const PROJMODULE* row = PrepareWorkingCopy(h, points, count, work, &done);
+    if (done) return true;
+    if (!row) return false;
+
+    for (int i = 0; i < count; ++i) {
+        PROJPOINT& p = points[i];
+        p.x = FoldLongitude(p.x);
+        p.y = FoldLatitude(p.y);
+        if (p.x != kMarker) p.x = ToRadians(p.x);
+        if (p.y != kMarker) p.y = ToRadians(p.y);
+    }
+    if (!GuardedCall(row->Forward, &work, points, count, h)) {
+        LogPrintf("Forward projection function failed!\n");
+        return false;
+    }
+    h->iResult = work.iResult;
+    if (FinishForward(work, points, count)) h->iResult = 1;
+    if (h->iResult == 1) LogPrintf("  One or more unplottable points generated.\n");
+    return true;
+}
+
+bool InverseImpl(void* handle, PROJPOINT* points, int count) {
+    LogPrintf("ProjInverse(hProj=%p, pPts=%p, nPts=%d)\n", handle, static_cast<void*>(points),
+              count);
+    if (!handle) {
+        LogPrintf("NULL hProj pointer!\n");
+        return false;
+    }
+    if (!points || count < 1) return KV_ASSERT_FAIL();
+    PROJDATA* h = Record(handle);
+    PROJDATA work;
+    bool done = false;
+    const PROJMODULE* row = PrepareWorkingCopy(h, points, count, work, &done);
+    if (done) return true;
+    if (!row) return false;
+
+    PrepareInverse(work, points, count);
+    // Points the pre-scan marked count again only if the module or the
+    // post-scan flags them: the working copy starts from a clean result.
+    work.iResult = 0;
+    if (!GuardedCall(row->Inverse, &work, points, count, h)) {
+        LogPrintf("Inverse projection function failed!\n");
+        return false;
+    }
+    h->iResult = work.iResult;
+    if (FinishInverse(points, count)) h->iResult = 1;
+    if (h->iResult == 1) LogPrintf("  One or more unplottable points generated.\n");
+    return true;
+}
+
+// The record whose domain and split tests answer for a handle's record: the
+// record itself, or for the state plane types the first zone of the system
+// built on a cleared record (whatever zone the handle holds).
+bool DomainRecord(const PROJDATA* data, PROJDATA& zone, const PROJDATA** use) {
+    if (!IsStatePlane(data->Type)) {
+        *use = data;
+        return true;
+    }
+    std::memset(&zone, 0, sizeof(zone));
+    if (!StatePlaneBuild(data->Type, &zone)) return KV_ASSERT_FAIL();
+    *use = &zone;
+    return true;
+}
+
+bool InLonLatLimits(const PROJPOINT* p) {
+    return p->x >= -360.0 && p->x <= 360.0 && p->y >= -90.0 && p->y <= 90.0;
+}
+
+bool LLInRecord(const PROJDATA* data, const PROJPOINT* point) {
+    if (!InLonLatLimits(point)) return false;
+    PROJDATA zone;
+    const PROJDATA* use = nullptr;
+    if (!DomainRecord(data, zone, &use)) return false;
+    if (use != data) return LLInRecord(use, point);
+    const PROJMODULE* row = ProjModuleFor(use->Type);
+    if (!row || !row->LLInProjection) return KV_ASSERT_FAIL();
+    return row->LLInProjection(use, point);
+}
+
+bool SplitRecord(const PROJDATA* data, const PROJPOINT* points, unsigned int count,
+                 double* xOffset, double* yOffset) {
+    PROJDATA zone;
+    const PROJDATA* use = nullptr;
+    if (!DomainRecord(data, zone, &use)) return false;
+    if (use != data) return SplitRecord(use, points, count, xOffset, yOffset);
+    const PROJMODULE* row = ProjModuleFor(use->Type);
+    if (!row || !row->LLOffsetSplit) return KV_ASSERT_FAIL();
+    return row->LLOffsetSplit(use, points, count, xOffset, yOffset);
+}
+
+// The domain test handed to the clipper: the resolved record is built once,
+// and the test is the single-point test of that record.
+struct ClipContext {
+    PROJDATA record;
+    const PROJMODULE* row;
+};
+
+bool ClipInside(const void* ctx, const PROJPOINT& p) {
+    const ClipContext* c = static_cast<const ClipContext*>(ctx);
+    return InLonLatLimits(&p) && c->row->LLInProjection(&c->record, &p);
+}
+
+bool MakeClipContext(const PROJDATA* data, ClipContext& ctx) {
+    PROJDATA zone;
+    const PROJDATA* use = nullptr;
+    if (!DomainRecord(data, zone, &use)) return false;
+    const PROJMODULE* row = ProjModuleFor(use->Type);
+    if (!row || !row->LLInProjection) return KV_ASSERT_FAIL();
+    std::memcpy(&ctx.record, use, sizeof(PROJDATA));
+    ctx.row = row;
+    return true;
+}
+
+PClipDomain DomainOf(const ClipContext& ctx) {
+    PClipDomain d;
+    d.inside = &ClipInside;
+    d.context = &ctx;
+    d.hint.x = ctx.record.Lon0;
+    d.hint.y = ctx.record.Lat0;
+    return d;
+}
+
+std::vector<PROJPOINT> Shifted(const PROJPOINT* points, size_t count, double dx, double dy) {
+    std::vector<PROJPOINT> moved(points, points + count);
+    for (PROJPOINT& p : moved) {
+        p.x += dx;
+        p.y += dy;
+    }
+    return moved;
+}
+
+bool PreclipPolylineImpl(void* handle, void* user, int count, const PROJPOINT* points,
+                         ProjLineFunc piece) {
+    LogPrintf("ProjLLPreclipPolyline(hProj=%p, pUser=%p, nPts=%d, pPts=%p)\n", handle, user,
+              count, static_cast<const void*>(points));
+    if (!handle || count < 2 || !points || !piece) {
+        KV_REPORT(20205);
+        return false;
+    }
+    ClipContext ctx;
+    if (!MakeClipContext(Record(handle), ctx)) return false;
+    const PClipDomain domain = DomainOf(ctx);
+    if (!PClipPolyline(domain, count, points, user, piece)) {
+        LogPrintf("ProjLLPreclipPolyline: Failed clipping polyline!\n");
+        return false;
+    }
+    double dx = 0.0, dy = 0.0;
+    if (!ProjLLOffsetSplitObject(handle, points, static_cast<unsigned>(count), &dx, &dy))
+        return true;
+    const std::vector<PROJPOINT> moved = Shifted(points, static_cast<size_t>(count), dx, dy);
+    if (!PClipPolyline(domain, count, moved.data(), user, piece)) {
+        LogPrintf("ProjLLPreclipPolyline: Failed clipping moved polyline!\n");
+        return false;
+    }
+    return true;
+}
+
+bool PreclipPolygonImpl(void* handle, void* user, int parts, const int* partCounts,
+                        const PROJPOINT* points, ProjPolygonFunc polygon, ProjLineFunc line) {
+    LogPrintf("ProjLLPreclipPolygon(hProj=%p, pUser=%p, nParts=%d, pParts=%p, pPts=%p)\n",
+              handle, user, parts, static_cast<const void*>(partCounts),
+              static_cast<const void*>(points));
+    int64_t total = 0;
+    bool countsOk = partCounts != nullptr;
+    for (int i = 0; countsOk && i < parts; ++i) {
+        if (partCounts[i] < 0) countsOk = false;
+        else total += partCounts[i];
+    }
+    if (!handle || parts < 1 || !countsOk || !points || !polygon || total > INT32_MAX) {
+        LogPrintf("Invalid parameter to ProjLLPreclipPolygon!\n");
+        KV_REPORT(20205);
+        return false;
+    }
+    ClipContext ctx;
+    if (!MakeClipContext(Record(handle), ctx)) return false;
+    const PClipDomain domain = DomainOf(ctx);
+    if (!PClipPolygon(domain, parts, partCounts, points, user, polygon, line)) {
+        LogPrintf("ProjLLPreclipPolygon: Failed clipping polygon!\n");
+        return false;
+    }
+    double dx = 0.0, dy = 0.0;
+    bool split = false;
+    const PROJPOINT* ring = points;
+    for (int i = 0; i < parts && !split; ++i) {
+        if (partCounts[i] > 0)
+            split = ProjLLOffsetSplitObject(handle, ring, static_cast<unsigned>(partCounts[i]),
+                                            &dx, &dy);
+        ring += partCounts[i];
+    }
+    if (!split) return true;
+    const std::vector<PROJPOINT> moved = Shifted(points, static_cast<size_t>(total), dx, dy);
+    if (!PClipPolygon(domain, parts, partCounts, moved.data(), user, polygon, line)) {
+        LogPrintf("ProjLLPreclipPolygon: Failed clipping moved polygon!\n");
+        return false;
+    }
+    return true;
+}
+
+// No exception may reach the host: whatever escapes becomes an assertion report.
+template <typename Fn>
+bool Guard(Fn fn) {
+    try {
+        return fn();
+    } catch (...) {
+        return KV_ASSERT_FAIL();
+    }
+}
+
+void* CreateImpl(PROJDATA* data) {
+    LogPrintf("ProjCreateProjection(pProjData=%p)\n", static_cast<void*>(data));
+    if (!data) return nullptr;
+    char message[kProjCheckMessageLen] = "";
+    if (ProjCheckParams(data, message, true) != 0) {
+        LogPrintf("Invalid parameter error:  \"%s\"\n", message);
+        return nullptr;
+    }
+    if (data->Type != PT_UNPROJECTED) {
+        const int e = data->Ellipsoid;
+        if (e < 0 || e >= ELLIPSOID_COUNT) {
+            LogPrintf("Bad ellipsoid type!\n");
+            KV_ASSERT_FAIL();
+            return nullptr;
+        }
+        if (e != ELLIPSOID_USER_DEFINED) {
+            data->MajorRadius = EllipsoidRadius(data->Ellipsoid);
+            data->Flattening = EllipsoidFlattening(data->Ellipsoid);
+        } else {
+            LogPrintf("Have user-defined ellipsoid.\n");
+            if (!(data->MajorRadius > 0.0)) {
+                LogPrintf("Bad ellipsoid radius!\n");
+                KV_ASSERT_FAIL();
+                return nullptr;
+            }
+            if (!(data->Flattening >= 0.0 && data->Flattening < 1.0)) {
+                LogPrintf("Bad ellipsoid flattening!\n");
+                KV_ASSERT_FAIL();
+                return nullptr;
+            }
+        }
+    }
+    if (data->Type == PT_UTM) {
+        data->xOrg = kUTMFalseEasting;
+        data->yOrg = data->bSouth ? kUTMFalseNorthingSouth : 0.0;
+        if (data->K0 == 0.0) data->K0 = kUTMK0;
+    }
+    PROJDATA* h = new (std::nothrow) PROJDATA;
+    if (!h) {
+        KV_ASSERT_FAIL();
+        return nullptr;
+    }
+    std::memcpy(h, data, sizeof(PROJDATA));
+    if (h->Scale == 0.0) {
+        LogPrintf("Warning:  Scale was zero.  Setting to one.\n");
+        h->Scale = 1.0;
+    }
+    if (h->K0 == 0.0) {
+        LogPrintf("Warning:  K0 was zero.  Setting to one.\n");
+        h->K0 = 1.0;
+    }
+    ProjDumpData(h);
+    LogPrintf("ProjCreateProjection:  Returning HPROJ of %p\n", static_cast<void*>(h));
+    return h;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------- handles
+
+void* ProjCreateProjection(PROJDATA* data) {
+    try {
+        return CreateImpl(data);
+    } catch (...) {
+        KV_ASSERT_FAIL();
+        return nullptr;
+    }
+}
+
+void ProjDeleteProjection(void* handle) {
+    LogPrintf("ProjDeleteProjection(hProj=%p)\n", handle);
+    delete Record(handle);
+}
+
+bool ProjForward(void* handle, PROJPOINT* points, int count) {
+    return Guard([&] { return ForwardImpl(handle, points, count); });
+}
+
+bool ProjInverse(void* handle, PROJPOINT* points, int count) {
+    return Guard([&] { return InverseImpl(handle, points, count); });
+}
+
+int ProjResult(void* handle) {
+    LogPrintf("ProjResult(hProj=%p)\n", handle);
+    return handle ? Record(handle)->iResult : 0;
+}
+
+bool ProjGetHandleInfo(void* handle, PROJDATA* data) {
+    LogPrintf("ProjGetHandleInfo(hProj=%p, pProjData=%p)\n", handle, static_cast<void*>(data));
+    if (!handle || !data) return false;
+    std::memcpy(data, handle, sizeof(PROJDATA));
+    return true;
+}
+
+// ---------------------------------------------------------------- domain tests
+
+bool ProjLLInProjection(void* handle, const PROJPOINT* point) {
+    return Guard([&] {
+        if (!handle || !point) return false;
+        return LLInRecord(Record(handle), point);
+    });
+}
+
+bool ProjLLInProjection(void* handle, int count, const PROJPOINT* points) {
+    LogPrintf("ProjLLInProjection(hProj=%p, nPts=%d, pPts=%p)\n", handle, count,
+              static_cast<const void*>(points));
+    if (!points) return true; // every single-point test of a null point says "outside"
+    for (int i = 0; i < count; ++i)
+        if (ProjLLInProjection(handle, &points[i])) return false;
+    return true;
+}
+
+bool ProjLLOffsetSplitObject(void* handle, const PROJPOINT* points, unsigned int count,
+                             double* xOffset, double* yOffset) {
+    return Guard([&] {
+        if (!handle || !points || !xOffset || !yOffset) return false;
+        return SplitRecord(Record(handle), points, count, xOffset, yOffset);
+    });
+}
+
+bool ProjLLPreclipPolyline(void* handle, void* user, int count, const PROJPOINT* points,
+                           ProjLineFunc piece) {
+    return Guard([&] { return PreclipPolylineImpl(handle, user, count, points, piece); });
+}
+
+bool ProjLLPreclipPolygon(void* handle, void* user, int parts, const int* partCounts,
+                          const PROJPOINT* points, ProjPolygonFunc polygon, ProjLineFunc line) {
+    return Guard([&] {
+        return PreclipPolygonImpl(handle, user, parts, partCounts, points, polygon, line);
+    });
+}
+
+// ---------------------------------------------------------------- CProjector
+
+CProjector::CProjector() : m_handle(nullptr) {}
+
+CProjector::CProjector(PROJDATA* data) : m_handle(ProjCreateProjection(data)) {}
+
+CProjector::CProjector(const CProjector& other) : m_handle(nullptr) {
+    if (other.m_handle) {
+        PROJDATA copy;
+        std::memcpy(&copy, other.m_handle, sizeof(PROJDATA));
+        m_handle = ProjCreateProjection(&copy);
+    }
+}
+
+CProjector& CProjector::operator=(const CProjector& other) {
+    m_handle = other.m_handle;
+    return *this;
+}
+
+CProjector::~CProjector() { Delete(); }
+
+bool CProjector::Create(PROJDATA* data) {
+    Delete();
+    m_handle = ProjCreateProjection(data);
+    return m_handle != nullptr;
+}
+
+void CProjector::Delete() {
+    if (m_handle) ProjDeleteProjection(m_handle);
+    m_handle = nullptr;
+}
+
+bool CProjector::Forward(PROJPOINT* points, int count) {
+    return ProjForward(m_handle, points, count);
+}
+
+bool CProjector::Inverse(PROJPOINT* points, int count) {
+    return ProjInverse(m_handle, points, count);
+}
+
+int CProjector::Result() { return ProjResult(m_handle); }
+
+bool CProjector::GetInfo(PROJDATA* data) { return ProjGetHandleInfo(m_handle, data); }
+
+bool CProjector::LLInProjection(const PROJPOINT* point) {
+    return ProjLLInProjection(m_handle, point);
+}
+
+bool CProjector::LLOffsetSplitObject(const PROJPOINT* points, unsigned int count,
+                                     double* xOffset, double* yOffset) {
+    return ProjLLOffsetSplitObject(m_handle, points, count, xOffset, yOffset);
+}
+
+bool CProjector::LLPreclipPolyline(void* user, int count, const PROJPOINT* points,
+                                   ProjLineFunc piece) {
+    return ProjLLPreclipPolyline(m_handle, user, count, points, piece);
+}
+
+bool CProjector::LLPreclipPolygon(void* user, int parts, const int* partCounts,
+                                  const PROJPOINT* points, ProjPolygonFunc polygon,
+                                  ProjLineFunc line) {
+    return ProjLLPreclipPolygon(m_handle, user, parts, partCounts, points, polygon, line);
+}
+
+// ---------------------------------------------------------------- CPROJCHAIN
+
+CPROJCHAIN::CPROJCHAIN() = default;
+CPROJCHAIN::CPROJCHAIN(const CPROJCHAIN& other) = default;
+CPROJCHAIN::~CPROJCHAIN() = default;
+CPROJCHAIN& CPROJCHAIN::operator=(const CPROJCHAIN& other) = default;
+
+} // namespace KVProj
