@@ -1,0 +1,255 @@
+// Private-profile sections read and written whole, with Windows semantics.
+#include "frame/IniProfile.h"
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+namespace KVProj {
+namespace Ini {
+namespace {
+
+enum class Load { Ok, Missing, Failed };
+
+// Reads the whole file; a file above the size limit counts as unreadable.
+Load readFile(const char* path, std::string& out) {
+    out.clear();
+    errno = 0;
+    std::FILE* f = std::fopen(path, "rb");
+    if (!f) return errno == ENOENT ? Load::Missing : Load::Failed;
+    char chunk[16384];
+    bool ok = true;
+    for (;;) {
+        size_t n = std::fread(chunk, 1, sizeof chunk, f);
+        if (n > 0) {
+            if (out.size() + n > kMaxProfileBytes) {
+                ok = false;
+                break;
+            }
+            out.append(chunk, n);
+        }
+        if (n < sizeof chunk) {
+            if (std::ferror(f)) ok = false;
+            break;
+        }
+    }
+    std::fclose(f);
+    return ok ? Load::Ok : Load::Failed;
+}
+
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
+
+// One physical line of the file: [begin, end) without its line feed; next is
+// where the following line starts.
+struct LineSpan {
+    size_t begin, end, next;
+};
+
+LineSpan lineAt(const std::string& text, size_t pos) {
+    size_t nl = text.find('\n', pos);
+    size_t next = nl == std::string::npos ? text.size() : nl + 1;
+    size_t end = nl == std::string::npos ? text.size() : nl;
+    return {pos, end, next};
+}
+
+// Trimmed view of [begin, end).
+void trim(const std::string& text, size_t& begin, size_t& end) {
+    while (begin < end && isBlank(text[begin])) ++begin;
+    while (end > begin && isBlank(text[end - 1])) --end;
+}
+
+char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool equalNoCase(const char* a, size_t an, const char* b, size_t bn) {
+    if (an != bn) return false;
+    for (size_t i = 0; i < an; ++i)
+        if (lowerAscii(a[i]) != lowerAscii(b[i])) return false;
+    return true;
+}
+
+// When the line is a section header "[name]", yields the trimmed name.
+bool headerName(const std::string& text, const LineSpan& line, size_t& nb, size_t& ne) {
+    size_t b = line.begin, e = line.end;
+    trim(text, b, e);
+    if (b >= e || text[b] != '[') return false;
+    size_t close = text.find(']', b + 1);
+    if (close == std::string::npos || close >= e) return false;
+    nb = b + 1;
+    ne = close;
+    trim(text, nb, ne);
+    return true;
+}
+
+// Byte range of the first section called `name`: its header line and its body,
+// which runs to the next header or the end of the file.
+struct SectionSpan {
+    bool found = false;
+    size_t header = 0, bodyBegin = 0, bodyEnd = 0;
+};
+
+SectionSpan findSection(const std::string& text, const char* name) {
+    SectionSpan s;
+    const size_t nameLen = std::strlen(name);
+    size_t pos = 0;
+    while (pos < text.size()) {
+        LineSpan line = lineAt(text, pos);
+        size_t nb = 0, ne = 0;
+        if (headerName(text, line, nb, ne)) {
+            if (s.found) {
+                s.bodyEnd = line.begin;
+                return s;
+            }
+            if (equalNoCase(text.data() + nb, ne - nb, name, nameLen)) {
+                s.found = true;
+                s.header = line.begin;
+                s.bodyBegin = line.next;
+            }
+        }
+        pos = line.next;
+    }
+    if (s.found) s.bodyEnd = text.size();
+    return s;
+}
+
+bool isComment(const std::string& text, size_t b, size_t e) { return b < e && text[b] == ';'; }
+
+// Appends an entry line in its returned form: key and value trimmed.
+std::string entryText(const std::string& text, size_t b, size_t e) {
+    // A zero byte would end the entry early in the returned list: cut there.
+    const void* nul = std::memchr(text.data() + b, '\0', e - b);
+    if (nul) e = static_cast<size_t>(static_cast<const char*>(nul) - text.data());
+    trim(text, b, e);
+    size_t eq = text.find('=', b);
+    if (eq == std::string::npos || eq >= e) return text.substr(b, e - b);
+    size_t kb = b, ke = eq, vb = eq + 1, ve = e;
+    trim(text, kb, ke);
+    trim(text, vb, ve);
+    return text.substr(kb, ke - kb) + "=" + text.substr(vb, ve - vb);
+}
+
+std::string lineEnding(const std::string& text) {
+    size_t nl = text.find('\n');
+    if (nl != std::string::npos && (nl == 0 || text[nl - 1] != '\r')) return "\n";
+    return "\r\n";
+}
+
+std::atomic<unsigned> g_tempCounter{0};
+
+// Writes `data` to a fresh sibling of `path` and renames it over `path`.
+bool replaceFile(const char* path, const std::string& data) {
+    std::string temp;
+    std::FILE* f = nullptr;
+    for (int attempt = 0; attempt < 16 && !f; ++attempt) {
+        unsigned long long tag =
+            static_cast<unsigned long long>(
+                std::chrono::steady_clock::now().time_since_epoch().count()) ^
+            (static_cast<unsigned long long>(g_tempCounter.fetch_add(1)) << 40);
+        char suffix[40];
+        std::snprintf(suffix, sizeof suffix, ".~kv%llx.tmp", tag);
+        temp = std::string(path) + suffix;
+        f = std::fopen(temp.c_str(), "wbx");
+    }
+    if (!f) return false;
+    bool ok = std::fwrite(data.data(), 1, data.size(), f) == data.size();
+    ok = std::fflush(f) == 0 && ok;
+    ok = std::fclose(f) == 0 && ok;
+    if (ok && std::rename(temp.c_str(), path) != 0) {
+        // Where rename will not replace an existing file, remove it first.
+        ok = std::remove(path) == 0 && std::rename(temp.c_str(), path) == 0;
+    }
+    if (!ok) std::remove(temp.c_str());
+    return ok;
+}
+
+} // namespace
+
+size_t GetSection(const char* file, const char* section, char* buffer, size_t size) {
+    if (!buffer || size == 0) return 0;
+    buffer[0] = '\0';
+    if (size == 1) return 0;
+    if (size >= 2) buffer[1] = '\0';
+    if (!file || !section) return 0;
+    std::string text;
+    if (readFile(file, text) != Load::Ok) return 0;
+    SectionSpan s = findSection(text, section);
+    if (!s.found) return 0;
+
+    // Room for the lines: everything but the final list terminator.
+    const size_t room = size - 1;
+    size_t used = 0;
+    for (size_t pos = s.bodyBegin; pos < s.bodyEnd;) {
+        LineSpan line = lineAt(text, pos);
+        pos = line.next;
+        size_t b = line.begin, e = line.end;
+        trim(text, b, e);
+        if (b >= e || isComment(text, b, e)) continue;
+        std::string entry = entryText(text, b, e);
+        if (entry.empty()) continue;
+        if (used + entry.size() + 1 > room) {
+            // Cut the entry so that the list still ends in two zeros.
+            size_t fit = room > used + 1 ? room - used - 1 : 0;
+            std::memcpy(buffer + used, entry.data(), fit);
+            buffer[used + fit] = '\0';
+            buffer[size - 1] = '\0';
+            return size - 2;
+        }
+        std::memcpy(buffer + used, entry.data(), entry.size());
+        used += entry.size();
+        buffer[used++] = '\0';
+    }
+    buffer[used] = '\0';
+    return used;
+}
+
+bool WriteSection(const char* file, const char* section, const char* lines) {
+    if (!file || !*file || !section) return false;
+    std::string text;
+    Load load = readFile(file, text);
+    if (load == Load::Failed) return false;
+    const std::string eol = lineEnding(text);
+
+    std::string body;
+    bool endsInGap = false; // the old body ended in a blank line
+    SectionSpan s = findSection(text, section);
+    if (s.found) {
+        // Keep the section's comments, in their order, ahead of the new entries.
+        for (size_t pos = s.bodyBegin; pos < s.bodyEnd;) {
+            LineSpan line = lineAt(text, pos);
+            pos = line.next;
+            size_t b = line.begin, e = line.end;
+            trim(text, b, e);
+            endsInGap = b >= e;
+            if (isComment(text, b, e)) body.append(text, line.begin, line.next - line.begin);
+        }
+        if (!body.empty() && body.back() != '\n') body += eol;
+    }
+    if (lines) {
+        for (const char* p = lines; *p; p += std::strlen(p) + 1) body.append(p).append(eol);
+    }
+
+    std::string out;
+    if (s.found) {
+        out.assign(text, 0, s.header);
+        if (lines) {
+            LineSpan header = lineAt(text, s.header);
+            out.append(text, header.begin, header.next - header.begin);
+            if (header.end == header.next) out += eol; // header on the file's last line
+            out += body;
+            // Keep the blank line that separated it from the next section.
+            if (s.bodyEnd < text.size() && endsInGap) out += eol;
+        }
+        out.append(text, s.bodyEnd, std::string::npos);
+    } else {
+        if (!lines) return true; // nothing to remove
+        out = text;
+        if (!out.empty() && out.back() != '\n') out += eol;
+        out.append("[").append(section).append("]").append(eol).append(body);
+    }
+    return replaceFile(file, out);
+}
+
+} // namespace Ini
+} // namespace KVProj
