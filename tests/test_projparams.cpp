@@ -108,7 +108,9 @@ const ParamCase kParams[] = {
 
 const int kUnknownIds[] = {0, 23, -1, 100, INT_MIN, INT_MAX};
 
-ProjType T(int value) { return static_cast<ProjType>(value); }
+ProjType T(int value) {
+    return static_cast<ProjType>(value);
+}
 
 // ------------------------------------------------------------------ catalogue
 
@@ -159,7 +161,8 @@ TEST(ProjParamsByType, UsesParamAgreesWithTheList) {
     for (const TypeCase& c : kTypes) {
         for (int id = -2; id <= 24; ++id) {
             bool listed = id == 0;
-            for (int listedId : c.ids) listed = listed || listedId == id;
+            for (int listedId : c.ids)
+                listed = listed || listedId == id;
             EXPECT_EQ(ProjUsesParam(T(c.type), id), listed) << c.name << " id " << id;
         }
     }
@@ -225,7 +228,8 @@ TEST(ProjCatalogue, CopiesStayInsideEightyCharacters) {
 
 void fillPattern(PROJDATA* data) {
     unsigned char* bytes = reinterpret_cast<unsigned char*>(data);
-    for (size_t i = 0; i < sizeof *data; ++i) bytes[i] = static_cast<unsigned char>(0x30 + i % 97);
+    for (size_t i = 0; i < sizeof *data; ++i)
+        bytes[i] = static_cast<unsigned char>(0x30 + i % 97);
 }
 
 TEST(ProjGetSetParam, SetChangesExactlyItsBytes) {
@@ -234,7 +238,8 @@ TEST(ProjGetSetParam, SetChangesExactlyItsBytes) {
         fillPattern(&before);
         PROJDATA after = before;
         unsigned char value[16];
-        for (size_t i = 0; i < sizeof value; ++i) value[i] = static_cast<unsigned char>(0xC0 + i);
+        for (size_t i = 0; i < sizeof value; ++i)
+            value[i] = static_cast<unsigned char>(0xC0 + i);
         ASSERT_TRUE(ProjSetParam(&after, c.id, value)) << c.id;
 
         const unsigned char* b = reinterpret_cast<const unsigned char*>(&before);
@@ -293,7 +298,8 @@ TEST(ProjGetSetParam, UnknownIdsLeaveEverythingAlone) {
         EXPECT_FALSE(ProjSetParam(&data, id, value)) << id;
         EXPECT_FALSE(ProjGetParam(&data, id, value)) << id;
         EXPECT_EQ(std::memcmp(&data, &before, sizeof data), 0) << id;
-        for (unsigned char byte : value) ASSERT_EQ(byte, kGuard) << id;
+        for (unsigned char byte : value)
+            ASSERT_EQ(byte, kGuard) << id;
     }
 }
 

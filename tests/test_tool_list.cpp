@@ -28,20 +28,23 @@ std::string readFile(const std::string& path) {
 // Runs the tool with `args` (already quoted for the shell).
 ToolRun runTool(const std::string& args) {
     const char* dir = std::getenv("TMPDIR");
-    std::string errPath = std::string(dir && *dir ? dir : "/tmp") + "/tool_list_err." +
-                          std::to_string(::getpid());
-    std::string command = std::string("'") + KVPROJ_TOOL_PATH + "' " + args + " 2>'" + errPath + "'";
+    std::string errPath =
+        std::string(dir && *dir ? dir : "/tmp") + "/tool_list_err." + std::to_string(::getpid());
+    std::string command =
+        std::string("'") + KVPROJ_TOOL_PATH + "' " + args + " 2>'" + errPath + "'";
     ToolRun run;
     FILE* pipe = ::popen(command.c_str(), "r");
     if (!pipe) return run;
     std::string text;
     char chunk[4096];
     size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0) text.append(chunk, n);
+    while ((n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0)
+        text.append(chunk, n);
     int raw = ::pclose(pipe);
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) run.out.push_back(line);
+    for (std::string line; std::getline(lines, line);)
+        run.out.push_back(line);
     run.err = readFile(errPath);
     std::remove(errPath.c_str());
     return run;

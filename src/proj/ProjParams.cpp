@@ -22,7 +22,9 @@ const char* flagText(const bool& field) {
 
 } // namespace
 
-int ProjNumProjections() { return PT_COUNT; }
+int ProjNumProjections() {
+    return PT_COUNT;
+}
 
 unsigned int ProjGetProjectionInfo(ProjType type, char* name) {
     const char* text = ProjTypeName(type);
@@ -35,7 +37,8 @@ int ProjNumParams(ProjType type) {
     const int* ids = ProjTypeParamIds(type);
     if (!ids) return -1;
     int count = 0;
-    while (ids[count] != 0) ++count;
+    while (ids[count] != 0)
+        ++count;
     return count;
 }
 

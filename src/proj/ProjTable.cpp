@@ -39,12 +39,11 @@ constexpr ProjTypeRow kProjTypes[] = {
     {"Gnomonic", 0x1B},
     {"Azimuthal Equidistant", 0x3F},
 };
-static_assert(sizeof kProjTypes / sizeof kProjTypes[0] == PT_COUNT,
-              "one row per projection type");
+static_assert(sizeof kProjTypes / sizeof kProjTypes[0] == PT_COUNT, "one row per projection type");
 
 // Positions and widths come from the record itself, so the table cannot
 // drift from the packed layout.
-#define KV_FIELD(member)                                                                      \
+#define KV_FIELD(member)                                                                           \
     static_cast<int>(offsetof(PROJDATA, member)), static_cast<int>(sizeof(PROJDATA::member))
 
 constexpr ProjParamRow kParams[] = {
@@ -135,7 +134,9 @@ unsigned int ProjTypeInfo(int type) {
     return type >= 0 && type < PT_COUNT ? kProjTypes[type].info : 0u;
 }
 
-const ProjParamRow* ProjParamTable() { return kParams; }
+const ProjParamRow* ProjParamTable() {
+    return kParams;
+}
 
 const ProjParamRow* ProjFindParam(int id) {
     for (const ProjParamRow* row = kParams; row->id != 0; ++row)

@@ -64,8 +64,7 @@ bool parseInt(const std::string& text, int* value) {
 }
 
 int noMoreWords(const std::vector<std::string>& args, const char* catalogue) {
-    return UsageError(std::string("list ") + catalogue + ": unexpected argument '" + args[0] +
-                      "'");
+    return UsageError(std::string("list ") + catalogue + ": unexpected argument '" + args[0] + "'");
 }
 
 std::string projectionName(int type) {
@@ -169,13 +168,12 @@ int runList(const std::vector<std::string>& args) {
     for (const Catalogue& c : kCatalogues)
         if (equalsIgnoringCase(args[0], c.name))
             return c.fn(std::vector<std::string>(args.begin() + 1, args.end()));
-    return UsageError("list: unknown catalogue '" + args[0] + "' (choose from " +
-                      catalogueNames() + ")");
+    return UsageError("list: unknown catalogue '" + args[0] + "' (choose from " + catalogueNames() +
+                      ")");
 }
 
 static KVCommand cmd("list", "list <catalogue> [<type>]",
-                     "print a built-in catalogue ('kvproj list' names them)",
-                     runList);
+                     "print a built-in catalogue ('kvproj list' names them)", runList);
 
 } // namespace
 } // namespace kvtool
