@@ -132,10 +132,10 @@ TEST(ProjCheck, ScaleAndOrigin) {
         {"K0 0 passes", PT_MERCATOR, [](PROJDATA& d) { d.K0 = 0; }, 0, 0},
         {"K0 below 0", PT_MERCATOR, [](PROJDATA& d) { d.K0 = -0.5; }, 13, 20232},
         {"K0 NaN passes", PT_MERCATOR, [](PROJDATA& d) { d.K0 = kNaN; }, 0, 0},
-        {"xOrg lower bound inclusive", PT_MERCATOR, [](PROJDATA& d) { d.xOrg = -kHalfFloatMax; },
-         0, 0},
-        {"xOrg upper bound exclusive", PT_MERCATOR, [](PROJDATA& d) { d.xOrg = kHalfFloatMax; },
-         3, 20233},
+        {"xOrg lower bound inclusive", PT_MERCATOR, [](PROJDATA& d) { d.xOrg = -kHalfFloatMax; }, 0,
+         0},
+        {"xOrg upper bound exclusive", PT_MERCATOR, [](PROJDATA& d) { d.xOrg = kHalfFloatMax; }, 3,
+         20233},
         {"xOrg just below lower bound", PT_MERCATOR,
          [](PROJDATA& d) { d.xOrg = std::nextafter(-kHalfFloatMax, -INFINITY); }, 3, 20233},
         {"yOrg infinite", PT_MERCATOR, [](PROJDATA& d) { d.yOrg = -INFINITY; }, 4, 20234},
@@ -188,8 +188,8 @@ TEST(ProjCheck, ProjectionSpecificTests) {
          },
          0, 0},
         {"Albers equal", PT_ALBERS, [](PROJDATA& d) { d.Lat2 = d.Lat1 + 0.0009; }, 7, 20245},
-        {"Equidistant conic symmetric", PT_EQUIDISTANT_CONIC,
-         [](PROJDATA& d) { d.Lat2 = -d.Lat1; }, 7, 20256},
+        {"Equidistant conic symmetric", PT_EQUIDISTANT_CONIC, [](PROJDATA& d) { d.Lat2 = -d.Lat1; },
+         7, 20256},
         {"Equidistant conic equal", PT_EQUIDISTANT_CONIC, [](PROJDATA& d) { d.Lat2 = d.Lat1; }, 7,
          20256},
         {"Hotine Alpha 0 with bUseAlpha", PT_HOTINE,
@@ -235,8 +235,7 @@ TEST(ProjCheck, ProjectionSpecificTests) {
         // The pole test reads Lat1 and answers with Lat2's id; only +90 fails.
         {"Oblique Mercator Lat1 90", PT_OBLIQUE_MERCATOR, [](PROJDATA& d) { d.Lat1 = 90; }, 8,
          20255},
-        {"Oblique Mercator Lat1 -90", PT_OBLIQUE_MERCATOR, [](PROJDATA& d) { d.Lat1 = -90; }, 0,
-         0},
+        {"Oblique Mercator Lat1 -90", PT_OBLIQUE_MERCATOR, [](PROJDATA& d) { d.Lat1 = -90; }, 0, 0},
         {"Oblique Mercator Lat2 90", PT_OBLIQUE_MERCATOR, [](PROJDATA& d) { d.Lat2 = 90; }, 0, 0},
     });
 }
@@ -289,8 +288,8 @@ TEST(ProjCheck, Ellipsoid) {
              d.Flattening = kNaN;
          },
          0, 0},
-        {"radius unchecked for table ellipsoids", PT_MERCATOR, [](PROJDATA& d) { d.MajorRadius = -1; },
-         0, 0},
+        {"radius unchecked for table ellipsoids", PT_MERCATOR,
+         [](PROJDATA& d) { d.MajorRadius = -1; }, 0, 0},
     });
 }
 
@@ -307,8 +306,8 @@ TEST(ProjCheck, StatePlaneTakesEverythingFromItsZone) {
         {"NAD 83 Montana", PT_STATE_PLANE_83, [](PROJDATA& d) { d.Zone = SZ_MONTANA; }, 0, 0},
         {"NAD 83 Guam", PT_STATE_PLANE_83, [](PROJDATA& d) { d.Zone = SZ_GUAM_ISLAND; }, 15, 20252},
         {"no zone", PT_STATE_PLANE_83, [](PROJDATA& d) { d.Zone = STATEZONE_NONE; }, 15, 20252},
-        {"negative zone", PT_STATE_PLANE_27, [](PROJDATA& d) { d.Zone = static_cast<StateZoneType>(-1); },
-         15, 20252},
+        {"negative zone", PT_STATE_PLANE_27,
+         [](PROJDATA& d) { d.Zone = static_cast<StateZoneType>(-1); }, 15, 20252},
         // The zone test runs after Scale and K0 and before the angles.
         {"K0 before zone", PT_STATE_PLANE_27,
          [](PROJDATA& d) {
@@ -340,8 +339,8 @@ TEST(ProjCheck, FirstFailureWins) {
              d.Lat0 = 1000;
          },
          12, 20238},
-        {"range before similarity", PT_LAMBERT_CONIC,
-         [](PROJDATA& d) { d.Lat1 = d.Lat2 = 400; }, 7, 20240},
+        {"range before similarity", PT_LAMBERT_CONIC, [](PROJDATA& d) { d.Lat1 = d.Lat2 = 400; }, 7,
+         20240},
         {"Hotine: Alpha range before Lat", PT_HOTINE,
          [](PROJDATA& d) {
              d.Alpha = 400;
@@ -445,8 +444,10 @@ TEST(ProjCheck, MessageBufferIsNotOverrun) {
     d.Lat2 = d.Lat1;
     EXPECT_EQ(ProjCheckParams(&d, message, false), 7);
     EXPECT_EQ(std::string(message), kTexts.at(20256));
-    for (int i = 0; i < 32; ++i) EXPECT_EQ(buffer[i], '#');
-    for (size_t i = 32 + kProjCheckMessageLen; i < buffer.size(); ++i) EXPECT_EQ(buffer[i], '#');
+    for (int i = 0; i < 32; ++i)
+        EXPECT_EQ(buffer[i], '#');
+    for (size_t i = 32 + kProjCheckMessageLen; i < buffer.size(); ++i)
+        EXPECT_EQ(buffer[i], '#');
 }
 
 } // namespace

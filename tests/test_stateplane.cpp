@@ -43,7 +43,8 @@ std::vector<TsvRow> ReadZoneFile() {
         std::vector<std::string> fields;
         std::stringstream ss(line);
         std::string field;
-        while (std::getline(ss, field, '\t')) fields.push_back(field);
+        while (std::getline(ss, field, '\t'))
+            fields.push_back(field);
         if (!line.empty() && line.back() == '\t') fields.push_back("");
         if (header.empty()) {
             header = fields;
@@ -62,7 +63,9 @@ const std::vector<TsvRow>& ZoneFile() {
     return rows;
 }
 
-double Num(const std::string& s) { return std::strtod(s.c_str(), nullptr); }
+double Num(const std::string& s) {
+    return std::strtod(s.c_str(), nullptr);
+}
 
 // A record whose fields the builders must leave alone carry recognisable values.
 PROJDATA Sentinel(ProjType type, int zone, bool flags) {
@@ -147,7 +150,8 @@ TEST(StatePlaneData, FileHoldsEveryZone) {
 TEST(StatePlaneData, BuildersMatchPublishedDefinitions) {
     for (const TsvRow& row : ZoneFile())
         for (const char* sys : {"27", "83"})
-            for (bool flags : {false, true}) CheckZoneAgainstFile(row, sys, flags);
+            for (bool flags : {false, true})
+                CheckZoneAgainstFile(row, sys, flags);
 }
 
 TEST(StatePlaneData, CatalogueMatchesNamesAndCodes) {
@@ -204,20 +208,20 @@ struct Telling {
 
 const double kAlaskaAlpha = -(36 + 52.0 / 60 + 11.6315 / 3600);
 const Telling kTelling[] = {
-    {0, PT_STATE_PLANE_27, PT_UTM, 15, -(85 + 50.0 / 60), 30.5, 0, 0, 0, 0.99996,
-     152400.3048006096, 0, false, 0, false, false, false},
-    {0, PT_STATE_PLANE_83, PT_UTM, 3, -(85 + 50.0 / 60), 30.5, 0, 0, 0, 0.99996, 200000, 0,
-     false, 0, false, false, false},
+    {0, PT_STATE_PLANE_27, PT_UTM, 15, -(85 + 50.0 / 60), 30.5, 0, 0, 0, 0.99996, 152400.3048006096,
+     0, false, 0, false, false, false},
+    {0, PT_STATE_PLANE_83, PT_UTM, 3, -(85 + 50.0 / 60), 30.5, 0, 0, 0, 0.99996, 200000, 0, false,
+     0, false, false, false},
     {2, PT_STATE_PLANE_27, PT_HOTINE, 15, 0, 57, 0, 0, -(133 + 40.0 / 60), 0.9999,
      818585.5672270928, 575219.2451072643, true, kAlaskaAlpha, true, true, true},
-    {2, PT_STATE_PLANE_83, PT_HOTINE, 3, 0, 57, 0, 0, -(133 + 40.0 / 60), 0.9999,
-     818676.7344011232, 575097.6888751927, true, kAlaskaAlpha, true, true, true},
+    {2, PT_STATE_PLANE_83, PT_HOTINE, 3, 0, 57, 0, 0, -(133 + 40.0 / 60), 0.9999, 818676.7344011232,
+     575097.6888751927, true, kAlaskaAlpha, true, true, true},
     {34, PT_STATE_PLANE_27, PT_POLYCONIC, 15, 144 + 44.0 / 60 + 55.50254 / 3600,
      13 + 28.0 / 60 + 20.87887 / 3600, 0, 0, 0, 0, 50000, 50000, false, 0, false, false, false},
-    {65, PT_STATE_PLANE_27, PT_LAMBERT_CONIC, 42, -(84 + 20.0 / 60), 43 + 19.0 / 60,
-     45 + 42.0 / 60, 44 + 11.0 / 60, 0, 0, 609601.2192024384, 0, false, 0, false, false, false},
-    {65, PT_STATE_PLANE_83, PT_LAMBERT_CONIC, 3, -(84 + 22.0 / 60), 43 + 19.0 / 60,
-     45 + 42.0 / 60, 44 + 11.0 / 60, 0, 0, 6000000, 0, false, 0, false, false, false},
+    {65, PT_STATE_PLANE_27, PT_LAMBERT_CONIC, 42, -(84 + 20.0 / 60), 43 + 19.0 / 60, 45 + 42.0 / 60,
+     44 + 11.0 / 60, 0, 0, 609601.2192024384, 0, false, 0, false, false, false},
+    {65, PT_STATE_PLANE_83, PT_LAMBERT_CONIC, 3, -(84 + 22.0 / 60), 43 + 19.0 / 60, 45 + 42.0 / 60,
+     44 + 11.0 / 60, 0, 0, 6000000, 0, false, 0, false, false, false},
     {139, PT_STATE_PLANE_27, PT_HOTINE, 15, 0, 35 + 37.0 / 60, 43, 0, 82.5, 0.9999, 1200000,
      -3500000, false, 0, false, true, true},
     {139, PT_STATE_PLANE_83, PT_HOTINE, 15, 0, 350 + 37.0 / 60, 43, 0, 82.5, 0.9999, 1200000,
@@ -255,7 +259,7 @@ TEST(StatePlaneBuilders, PublishedDefinitionsHoldExactly) {
 // Zones each system leaves undefined, and the projection counts per system.
 TEST(StatePlaneBuilders, SystemsDefineTheirOwnZonesOnly) {
     const std::vector<int> undefined27 = {75, 79, 105, 110};
-    const std::vector<int> undefined83 = {23, 34, 61, 62, 63, 76, 77, 78,
+    const std::vector<int> undefined83 = {23, 34, 61,  62,  63,  76,  77, 78,
                                           80, 81, 106, 107, 109, 111, 112};
     struct System {
         ProjType type;
@@ -344,9 +348,9 @@ TEST(StatePlaneLookup, ByUSGSCode) {
         bool found;
         int zone;
     } cases[] = {
-        {101, true, 0},   {5001, true, 2},  {5010, true, 11},  {600, true, 27},
-        {1703, true, 55}, {2500, true, 75}, {2111, true, 64},  {5400, true, 34},
-        {5300, true, 109}, {4904, true, 137}, {0, true, 138}, {102, true, 1},
+        {101, true, 0},     {5001, true, 2},   {5010, true, 11}, {600, true, 27},
+        {1703, true, 55},   {2500, true, 75},  {2111, true, 64}, {5400, true, 34},
+        {5300, true, 109},  {4904, true, 137}, {0, true, 138},   {102, true, 1},
         {9999, false, 142}, {100, false, 142},
     };
     for (const Case& c : cases) {
@@ -401,10 +405,9 @@ TEST(StatePlaneLookup, ToEPSGCode) {
         bool found;
         int code;
     } cases[] = {
-        {10, 75, true, 32100}, {9, 75, false, 0},    {9, 0, true, 26729},
-        {10, 0, true, 26929},  {10, 34, false, 0},   {9, 138, false, 0},
-        {4, 0, false, 0},      {11, 0, false, 0},    {10, 142, false, 0},
-        {10, -1, false, 0},    {10, 1000, false, 0}, {9, 141, false, 0},
+        {10, 75, true, 32100}, {9, 75, false, 0},  {9, 0, true, 26729},  {10, 0, true, 26929},
+        {10, 34, false, 0},    {9, 138, false, 0}, {4, 0, false, 0},     {11, 0, false, 0},
+        {10, 142, false, 0},   {10, -1, false, 0}, {10, 1000, false, 0}, {9, 141, false, 0},
     };
     for (const Case& c : cases) {
         int code = 0;
@@ -443,15 +446,14 @@ TEST(StatePlaneParams, ExpandsOrMarksTheZoneUnknown) {
         int zoneAfter;
         int typeAfter;
     } cases[] = {
-        {10, 0, 0, 4},       // Alabama East, transverse Mercator
-        {9, 34, 34, 11},     // Guam, polyconic on NAD 27
-        {10, 34, 142, 10},   // not on NAD 83
-        {9, 75, 142, 9},     // Montana: NAD 83 only
-        {10, 139, 139, 12},  // Great Lakes
-        {4, 0, 142, 4},      // not a state plane type
-        {10, 142, 142, 10},  // no zone
-        {10, -5, 142, 10},
-        {9, 100000, 142, 9},
+        {10, 0, 0, 4},      // Alabama East, transverse Mercator
+        {9, 34, 34, 11},    // Guam, polyconic on NAD 27
+        {10, 34, 142, 10},  // not on NAD 83
+        {9, 75, 142, 9},    // Montana: NAD 83 only
+        {10, 139, 139, 12}, // Great Lakes
+        {4, 0, 142, 4},     // not a state plane type
+        {10, 142, 142, 10}, // no zone
+        {10, -5, 142, 10},  {9, 100000, 142, 9},
     };
     for (const Case& c : cases) {
         PROJDATA d;

@@ -26,7 +26,8 @@ ToolRun Tool(const std::string& args, const std::string& input = "") {
     std::string out;
     char buffer[4096];
     size_t n;
-    while ((n = fread(buffer, 1, sizeof(buffer), pipe)) > 0) out.append(buffer, n);
+    while ((n = fread(buffer, 1, sizeof(buffer), pipe)) > 0)
+        out.append(buffer, n);
     const int status = pclose(pipe);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
 }
@@ -47,8 +48,10 @@ void RunCases(const std::vector<Case>& cases) {
     for (const Case& c : cases) {
         const ToolRun r = Tool(c.args, c.input ? c.input : "");
         EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.out;
-        for (const char* part : c.expected) EXPECT_TRUE(Has(r.out, part)) << c.args << " lacks '" << part << "'\n" << r.out;
-        for (const char* part : c.absent) EXPECT_FALSE(Has(r.out, part)) << c.args << " has '" << part << "'\n" << r.out;
+        for (const char* part : c.expected)
+            EXPECT_TRUE(Has(r.out, part)) << c.args << " lacks '" << part << "'\n" << r.out;
+        for (const char* part : c.absent)
+            EXPECT_FALSE(Has(r.out, part)) << c.args << " has '" << part << "'\n" << r.out;
     }
 }
 
@@ -72,15 +75,27 @@ TEST(ToolZone, FindsZonesByNameFipsAndEpsg) {
         {"zone 26989", nullptr, 0, michiganCentral, {}},
         {"zone 26789", nullptr, 0, michiganCentral, {}},
         {"zone --value 65", nullptr, 0, michiganCentral, {}},
-        {"zone 101", nullptr, 0,
+        {"zone 101",
+         nullptr,
+         0,
          {"Zone 0: Alabama East", "Transverse Mercator (4)", "Central Scale Factor (K0):   0.99996",
           "False Easting:               152400.3048006096", "Central Latitude:            30.5"},
          {}},
-        {"zone 'guam island'", nullptr, 0,
+        {"zone 'guam island'",
+         nullptr,
+         0,
          {"Zone 34: Guam Island", "NAD 27: no EPSG code", "Polyconic (11)", "NAD 83: not defined"},
          {}},
-        {"zone Montana", nullptr, 0, {"FIPS: 2500", "NAD 27: not defined", "NAD 83: EPSG 32100"}, {}},
-        {"zone 'Great Lakes Survey 1'", nullptr, 0, {"FIPS: none", "Hotine Oblique Mercator (12)"}, {}},
+        {"zone Montana",
+         nullptr,
+         0,
+         {"FIPS: 2500", "NAD 27: not defined", "NAD 83: EPSG 32100"},
+         {}},
+        {"zone 'Great Lakes Survey 1'",
+         nullptr,
+         0,
+         {"FIPS: none", "Hotine Oblique Mercator (12)"},
+         {}},
     });
 }
 
@@ -123,38 +138,60 @@ TEST(ToolCheck, Verdicts) {
         {"check type=5 lat1=30 lat2=31 ellipsoid=15", nullptr, 0, {"valid"}, {"invalid"}},
         {"check 'Projection=Lambert Conformal Conic' 'Standard Parallel=30' Lat2=30.1 "
          "ellipsoid='Clarke 1866'",
-         nullptr, 1,
+         nullptr,
+         1,
          {"invalid", "parameter: 7 (Standard Parallel)",
           "message:   Standard parallels (Lat1, Lat2) cannot be similar for Lambert Conformal "
           "Conic projection"},
          {}},
-        {"check type=9 zone=montana", nullptr, 1,
-         {"parameter: 15 (State Zone)", "State zone parameter not recognized"}, {}},
+        {"check type=9 zone=montana",
+         nullptr,
+         1,
+         {"parameter: 15 (State Zone)", "State zone parameter not recognized"},
+         {}},
         {"check type=10 zone=Montana", nullptr, 0, {"valid"}, {}},
         // Latitudes are held to +-360 only.
         {"check type=3 lat0=100 ellipsoid=3", nullptr, 0, {"valid"}, {}},
         {"check type=3 lon0=360 ellipsoid=3", nullptr, 1, {"parameter: 6 (Central Longitude)"}, {}},
         {"check type=3 lon0=nan ellipsoid=3", nullptr, 1, {"parameter: 6 (Central Longitude)"}, {}},
-        {"check type=25 lat1=90 lat2=45 ellipsoid=3", nullptr, 1,
-         {"parameter: 8 (2nd Standard Parallel)", "cannot be 90 degrees"}, {}},
-        {"check type=1 ellipsoid=0 majorradius=6378137 flattening=1", nullptr, 1,
-         {"parameter: 22 (Ellipsoid Flattening)"}, {}},
+        {"check type=25 lat1=90 lat2=45 ellipsoid=3",
+         nullptr,
+         1,
+         {"parameter: 8 (2nd Standard Parallel)", "cannot be 90 degrees"},
+         {}},
+        {"check type=1 ellipsoid=0 majorradius=6378137 flattening=1",
+         nullptr,
+         1,
+         {"parameter: 22 (Ellipsoid Flattening)"},
+         {}},
         {"check type=1", nullptr, 1, {"parameter: 21 (Ellipsoid Radius (meters))"}, {}},
         {"check type=undefined scale=-1", nullptr, 0, {"valid"}, {}},
-        {"check type=12 ellipsoid=15 busealpha=yes alpha=0", nullptr, 1,
-         {"parameter: 17 (Alpha (Azimuth))", "cannot be zero for Hotine"}, {}},
+        {"check type=12 ellipsoid=15 busealpha=yes alpha=0",
+         nullptr,
+         1,
+         {"parameter: 17 (Alpha (Azimuth))", "cannot be zero for Hotine"},
+         {}},
     });
 }
 
 TEST(ToolCheck, ReadsRecordsFromInput) {
     RunCases({
         {"check", "# Alabama East\\nType = 10\\n\\nState Zone = Alabama East\\n", 0, {"valid"}, {}},
-        {"check -", "type=2\\nlat1=-30\\nlat2=30\\nellipsoid=3\\n", 1,
-         {"parameter: 7 (Standard Parallel)", "Albers"}, {}},
-        {"check", "type=5\\nlat1=30\\nlatitude=3\\n", 2,
-         {"kvproj: check: <stdin>:3: unknown parameter 'latitude'"}, {}},
+        {"check -",
+         "type=2\\nlat1=-30\\nlat2=30\\nellipsoid=3\\n",
+         1,
+         {"parameter: 7 (Standard Parallel)", "Albers"},
+         {}},
+        {"check",
+         "type=5\\nlat1=30\\nlatitude=3\\n",
+         2,
+         {"kvproj: check: <stdin>:3: unknown parameter 'latitude'"},
+         {}},
         {"check", "type=5\\nlat1 30\\n", 2, {"<stdin>:2: expected key=value"}, {}},
-        {"check", "bSouth=maybe\\n", 2, {"bad value 'maybe' for Projection in Southern Hemisphere"},
+        {"check",
+         "bSouth=maybe\\n",
+         2,
+         {"bad value 'maybe' for Projection in Southern Hemisphere"},
          {}},
         {"check", "zone=Atlantis\\n", 2, {"bad value 'Atlantis' for State Zone"}, {}},
         {"check /nonexistent/record.txt", nullptr, 2, {"cannot open"}, {}},
@@ -166,14 +203,22 @@ TEST(ToolListZones, ListsBothSystems) {
     if (probe.status == 2 && Has(probe.out, "unknown catalogue"))
         GTEST_SKIP() << "this build's 'kvproj list' has no zone catalogue";
     RunCases({
-        {"list zones", nullptr, 0,
+        {"list zones",
+         nullptr,
+         0,
          {"   0   101  26729  TM          26929  TM          Alabama East",
           "  75  2500      -  -           32100  Lambert     Montana",
           " 141     0      -  Hotine          -  Hotine      Great Lakes Survey 4"},
          {}},
-        {"list zones --system 83", nullptr, 0,
-         {"  75  2500  32100  Lambert     Montana"}, {"Guam Island", "Montana North"}},
-        {"list zones --system 27", nullptr, 0, {"  34  5400      -  Polyconic   Guam Island"},
+        {"list zones --system 83",
+         nullptr,
+         0,
+         {"  75  2500  32100  Lambert     Montana"},
+         {"Guam Island", "Montana North"}},
+        {"list zones --system 27",
+         nullptr,
+         0,
+         {"  34  5400      -  Polyconic   Guam Island"},
          {"  75  2500"}},
         {"list zones --system 84", nullptr, 2, {"--system takes 27 or 83"}, {}},
     });
@@ -181,11 +226,13 @@ TEST(ToolListZones, ListsBothSystems) {
     struct Count {
         const char* args;
         size_t lines;
-    } counts[] = {{"list zones", 143}, {"list zones --system 27", 139}, {"list zones --system 83", 128}};
+    } counts[] = {
+        {"list zones", 143}, {"list zones --system 27", 139}, {"list zones --system 83", 128}};
     for (const Count& c : counts) {
         const ToolRun r = Tool(c.args);
         size_t lines = 0;
-        for (char ch : r.out) lines += ch == '\n';
+        for (char ch : r.out)
+            lines += ch == '\n';
         EXPECT_EQ(lines, c.lines) << c.args;
     }
 }

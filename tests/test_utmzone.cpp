@@ -24,15 +24,25 @@ TEST(UTMZone, CentralMeridian) {
         int zone;
         double lon;
     } cases[] = {
-        {1, -177},  {2, -171},  {12, -111}, {30, -3},  {31, 3},    {60, 177},
+        {1, -177},
+        {2, -171},
+        {12, -111},
+        {30, -3},
+        {31, 3},
+        {60, 177},
         // folded
-        {61, -177}, {0, 177},   {-1, 171},  {120, 177}, {-3599, -177},
+        {61, -177},
+        {0, 177},
+        {-1, 171},
+        {120, 177},
+        {-3599, -177},
         // below -3599 the remainder goes negative: zone 0 and -9 of the rule
         {-3600, -183},
         {INT_MAX, -237}, // (INT_MAX + 3599) wraps to -2147480050; rem 60 = -10
         {INT_MIN, -231},
     };
-    for (const Case& c : cases) EXPECT_EQ(ProjUTMZoneNumberToLon(c.zone), c.lon) << c.zone;
+    for (const Case& c : cases)
+        EXPECT_EQ(ProjUTMZoneNumberToLon(c.zone), c.lon) << c.zone;
 }
 
 TEST(UTMZone, LongitudeToZone) {
@@ -41,17 +51,36 @@ TEST(UTMZone, LongitudeToZone) {
         double lon;
         int zone;
     } cases[] = {
-        {-180, 1},   {-177, 1},    {-174, 2},   {-111, 12}, {-108, 13},
+        {-180, 1},
+        {-177, 1},
+        {-174, 2},
+        {-111, 12},
+        {-108, 13},
         // Truncation toward zero: a fraction west of a zone edge counts east of it.
-        {-174.5, 2}, {-108.0001, 13},
-        {-6, 30},    {-1, 30},     {-0.5, 31},  {-0.0, 31},  {0, 31},    {5.999, 31},
-        {6, 32},     {179.9, 60},  {180, 1},    {359, 30},   {540, 1},   {-540, 1},
-        {-129780, 1}, {-129781, 1},
+        {-174.5, 2},
+        {-108.0001, 13},
+        {-6, 30},
+        {-1, 30},
+        {-0.5, 31},
+        {-0.0, 31},
+        {0, 31},
+        {5.999, 31},
+        {6, 32},
+        {179.9, 60},
+        {180, 1},
+        {359, 30},
+        {540, 1},
+        {-540, 1},
+        {-129780, 1},
+        {-129781, 1},
         // No integer value: the hardware's truncation gives INT_MIN, and the
         // rule then answers -50. What matters is that it answers at all.
-        {nan, -50},  {1e300, -50}, {-1e300, -50},
+        {nan, -50},
+        {1e300, -50},
+        {-1e300, -50},
     };
-    for (const Case& c : cases) EXPECT_EQ(ProjUTMLonToZoneNumber(c.lon), c.zone) << c.lon;
+    for (const Case& c : cases)
+        EXPECT_EQ(ProjUTMLonToZoneNumber(c.lon), c.zone) << c.lon;
 }
 
 TEST(UTMZone, EveryZoneRoundTripsThroughItsMeridian) {
@@ -112,7 +141,8 @@ TEST(UTMZone, NameNeedsRoomForTheWholeText) {
         if (c.ok) {
             EXPECT_STREQ(name, "Zone 31S");
         } else {
-            for (char ch : name) EXPECT_EQ(ch, '#') << "buffer written on failure, size " << c.size;
+            for (char ch : name)
+                EXPECT_EQ(ch, '#') << "buffer written on failure, size " << c.size;
         }
     }
     char name[80];

@@ -8,9 +8,9 @@ namespace KVProj {
 
 // Name styles of ProjUTMZoneNumberToName (shown for zone 12, north).
 enum UTMZoneNameFormat : int {
-    UTM_NAME_SHORT = 0,     // "Zone 12N"
-    UTM_NAME_LETTERS = 1,   // "Zone 12N (114W to 108W)"
-    UTM_NAME_SIGNED = 2,    // "Zone 12N (-114 to -108)"
+    UTM_NAME_SHORT = 0,   // "Zone 12N"
+    UTM_NAME_LETTERS = 1, // "Zone 12N (114W to 108W)"
+    UTM_NAME_SIGNED = 2,  // "Zone 12N (-114 to -108)"
 };
 
 // Every function folds its zone argument into 1..60 first: 61 is 1, 0 is 60.

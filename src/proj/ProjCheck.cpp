@@ -28,12 +28,18 @@ constexpr double kOriginLimit = 1.7014117331926443e38;
 // difference is a hair above 0.1).
 constexpr double kLambertMinSpread = static_cast<double>(0.1f);
 
-bool IsStatePlane(int t) { return t == PT_STATE_PLANE_27 || t == PT_STATE_PLANE_83; }
+bool IsStatePlane(int t) {
+    return t == PT_STATE_PLANE_27 || t == PT_STATE_PLANE_83;
+}
 
 // Not strictly between -360 and 360, or not a number.
-bool OutsideTurn(double v) { return !(v > -360.0 && v < 360.0); }
+bool OutsideTurn(double v) {
+    return !(v > -360.0 && v < 360.0);
+}
 
-bool OutsideOriginRange(double v) { return v < -kOriginLimit || v >= kOriginLimit; }
+bool OutsideOriginRange(double v) {
+    return v < -kOriginLimit || v >= kOriginLimit;
+}
 
 bool UserEllipsoid(const PROJDATA& d) {
     return !IsStatePlane(d.Type) && d.Ellipsoid == ELLIPSOID_USER_DEFINED;
@@ -47,17 +53,26 @@ struct Check {
     int line; // reported to the host; identifies the test
 };
 
-bool Any(const PROJDATA&) { return true; }
-bool NotUTMOrStatePlane(const PROJDATA& d) { return d.Type != PT_UTM && !IsStatePlane(d.Type); }
-bool NotStatePlane(const PROJDATA& d) { return !IsStatePlane(d.Type); }
-template <ProjType T> bool Is(const PROJDATA& d) { return d.Type == T; }
+bool Any(const PROJDATA&) {
+    return true;
+}
+bool NotUTMOrStatePlane(const PROJDATA& d) {
+    return d.Type != PT_UTM && !IsStatePlane(d.Type);
+}
+bool NotStatePlane(const PROJDATA& d) {
+    return !IsStatePlane(d.Type);
+}
+template <ProjType T> bool Is(const PROJDATA& d) {
+    return d.Type == T;
+}
 
 bool StateZoneUndefined(const PROJDATA& d) {
     PROJDATA copy = d; // the builder rewrites the record it is given
     return !StatePlaneBuild(copy.Type, &copy);
 }
 
-#define KV_CHECK(applies, fails, id, result) {applies, fails, id, result, __LINE__}
+#define KV_CHECK(applies, fails, id, result)                                                       \
+    { applies, fails, id, result, __LINE__ }
 
 // clang-format off
 const Check kChecks[] = {

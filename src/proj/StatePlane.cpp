@@ -72,16 +72,16 @@ constexpr ZoneDef POLY(int zone, EllipsoidType e, const char* lon0, const char* 
 // Hotine zone given by its centre and the azimuth of the central line.
 constexpr ZoneDef HOM_ALPHA(int zone, EllipsoidType e, const char* lon1, const char* lat0,
                             const char* alpha, double k0, double x, double y) {
-    return {zone,    PT_HOTINE, e, nullptr, lat0, nullptr, nullptr, lon1, alpha, k0, x, y,
-            kUseAlpha | kRotate | kUOffset};
+    constexpr uint8_t flags = kUseAlpha | kRotate | kUOffset;
+    return {zone, PT_HOTINE, e, nullptr, lat0, nullptr, nullptr, lon1, alpha, k0, x, y, flags};
 }
 
 // The Great Lakes grids: Lon1, Lat1 and Lat0 carry the grid's longitude,
 // latitude and azimuth; Alpha and bUseAlpha are not written.
 constexpr ZoneDef HOM(int zone, EllipsoidType e, const char* lon1, const char* lat1,
                       const char* lat0, double k0, double x, double y) {
-    return {zone, PT_HOTINE, e, nullptr, lat0, lat1, nullptr, lon1, nullptr, k0, x, y,
-            kRotate | kUOffset};
+    constexpr uint8_t flags = kRotate | kUOffset;
+    return {zone, PT_HOTINE, e, nullptr, lat0, lat1, nullptr, lon1, nullptr, k0, x, y, flags};
 }
 
 // clang-format off
@@ -540,8 +540,7 @@ template <size_t N> const ZoneDef* FindDef(const ZoneDef (&defs)[N], int zone) {
     return nullptr;
 }
 
-template <size_t N>
-bool Build(const ZoneDef (&defs)[N], PROJDATA* data) {
+template <size_t N> bool Build(const ZoneDef (&defs)[N], PROJDATA* data) {
     if (!data) return KV_ASSERT_FAIL();
     data->Lon0 = data->Lat0 = data->Lon1 = data->Lat1 = 0.0;
     data->Lon2 = data->Lat2 = data->xOrg = data->yOrg = data->K0 = 0.0;
@@ -584,9 +583,13 @@ bool SameNameIgnoringCase(const char* a, const char* b) {
 
 } // namespace
 
-bool StatePlaneBuild27(PROJDATA* data) { return Build(kNad27Zones, data); }
+bool StatePlaneBuild27(PROJDATA* data) {
+    return Build(kNad27Zones, data);
+}
 
-bool StatePlaneBuild83(PROJDATA* data) { return Build(kNad83Zones, data); }
+bool StatePlaneBuild83(PROJDATA* data) {
+    return Build(kNad83Zones, data);
+}
 
 bool StatePlaneBuild(ProjType type, PROJDATA* data) {
     if (type == PT_STATE_PLANE_27) return StatePlaneBuild27(data);

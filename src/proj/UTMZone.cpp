@@ -24,10 +24,14 @@ int32_t AddWrap(int32_t a, int32_t b) {
 }
 
 // Folds any zone number into 1..60.
-int FoldZone(int32_t zone) { return AddWrap(zone, 3599) % 60 + 1; }
+int FoldZone(int32_t zone) {
+    return AddWrap(zone, 3599) % 60 + 1;
+}
 
 // Central meridian of a folded zone, whole degrees.
-int CentralMeridian(int folded) { return folded * 6 - 183; }
+int CentralMeridian(int folded) {
+    return folded * 6 - 183;
+}
 
 // Conversion of a double to a 32-bit integer as the hardware's truncating
 // conversion does it: toward zero, and the "integer indefinite" value for
@@ -37,13 +41,16 @@ int32_t TruncateToInt32(double value) {
     return static_cast<int32_t>(value);
 }
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+bool IsBlank(char c) {
+    return c == ' ' || c == '\t';
+}
 
 } // namespace
 
-bool ProjUTMZoneNumberToName(int zone, bool south, char* name, int size,
-                             UTMZoneNameFormat style) {
+bool ProjUTMZoneNumberToName(int zone, bool south, char* name, int size, UTMZoneNameFormat style) {
     if (!name) return false;
     const int folded = FoldZone(zone);
     const int central = CentralMeridian(folded);
@@ -59,8 +66,8 @@ bool ProjUTMZoneNumberToName(int zone, bool south, char* name, int size,
         break;
     case UTM_NAME_LETTERS:
         length = std::snprintf(text, sizeof(text), "Zone %02d%c (%03d%c to %03d%c)", folded,
-                               hemisphere, std::abs(west), west < 0 ? 'W' : 'E',
-                               std::abs(east), east < 0 ? 'W' : 'E');
+                               hemisphere, std::abs(west), west < 0 ? 'W' : 'E', std::abs(east),
+                               east < 0 ? 'W' : 'E');
         break;
     case UTM_NAME_SIGNED:
         length = std::snprintf(text, sizeof(text), "Zone %02d%c (%+03d to %+03d)", folded,
@@ -77,18 +84,22 @@ bool ProjUTMZoneNumberToName(int zone, bool south, char* name, int size,
 bool ProjUTMZoneNameToNumber(const char* name, int* zone, bool* south) {
     if (!name) return false;
     const char* p = name;
-    while (*p && !IsDigit(*p) && *p != '+' && *p != '-') ++p;
+    while (*p && !IsDigit(*p) && *p != '+' && *p != '-')
+        ++p;
     if (!*p) return false;
 
     bool negative = false;
     if (*p == '+' || *p == '-') negative = (*p++ == '-');
-    while (IsBlank(*p)) ++p;
+    while (IsBlank(*p))
+        ++p;
     if (!IsDigit(*p)) return false;
 
     // Any number of digits is read; the value wraps like the 32-bit original.
     uint32_t n = 0;
-    for (; IsDigit(*p); ++p) n = n * 10u + static_cast<uint32_t>(*p - '0');
-    while (IsBlank(*p)) ++p;
+    for (; IsDigit(*p); ++p)
+        n = n * 10u + static_cast<uint32_t>(*p - '0');
+    while (IsBlank(*p))
+        ++p;
     const bool isSouth = (*p == 's' || *p == 'S');
 
     const int32_t value = static_cast<int32_t>(negative ? 0u - n : n);
@@ -102,6 +113,8 @@ int ProjUTMLonToZoneNumber(double lon) {
     return AddWrap(whole, 129780) % 360 / 6 + 1;
 }
 
-double ProjUTMZoneNumberToLon(int zone) { return CentralMeridian(FoldZone(zone)); }
+double ProjUTMZoneNumberToLon(int zone) {
+    return CentralMeridian(FoldZone(zone));
+}
 
 } // namespace KVProj

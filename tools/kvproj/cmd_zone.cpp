@@ -29,7 +29,9 @@ constexpr int kZones = KVProj::STATEZONE_COUNT;
 
 // ------------------------------------------------------------ small helpers
 
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowerAscii(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 bool equalsIgnoringCase(const std::string& a, const std::string& b) {
     if (a.size() != b.size()) return false;
@@ -47,7 +49,8 @@ std::string trim(const std::string& s) {
 
 std::string join(const std::vector<std::string>& words) {
     std::string text;
-    for (const std::string& w : words) text += (text.empty() ? "" : " ") + w;
+    for (const std::string& w : words)
+        text += (text.empty() ? "" : " ") + w;
     return text;
 }
 
@@ -103,9 +106,8 @@ int zoneFips(int zone) {
 
 int zoneEpsg(ProjType system, int zone) {
     int code = 0;
-    return KVProj::ProjStateZoneToPOSCNumber(system, static_cast<StateZoneType>(zone), &code)
-               ? code
-               : 0;
+    return KVProj::ProjStateZoneToPOSCNumber(system, static_cast<StateZoneType>(zone), &code) ? code
+                                                                                              : 0;
 }
 
 // The zone expanded on one system; false when the system does not define it.
@@ -120,15 +122,22 @@ bool expandZone(ProjType system, int zone, PROJDATA* data) {
 
 const char* shortProjection(int type) {
     switch (type) {
-    case KVProj::PT_UTM: return "TM";
-    case KVProj::PT_LAMBERT_CONIC: return "Lambert";
-    case KVProj::PT_POLYCONIC: return "Polyconic";
-    case KVProj::PT_HOTINE: return "Hotine";
-    default: return "?";
+    case KVProj::PT_UTM:
+        return "TM";
+    case KVProj::PT_LAMBERT_CONIC:
+        return "Lambert";
+    case KVProj::PT_POLYCONIC:
+        return "Polyconic";
+    case KVProj::PT_HOTINE:
+        return "Hotine";
+    default:
+        return "?";
     }
 }
 
-std::string codeText(int code) { return code ? std::to_string(code) : "-"; }
+std::string codeText(int code) {
+    return code ? std::to_string(code) : "-";
+}
 
 std::string projectionName(int type) {
     if (type == KVProj::PT_UTM) return "Transverse Mercator";
@@ -261,7 +270,8 @@ void printSystem(ProjType system, int zone) {
         return;
     }
     const int epsg = zoneEpsg(system, zone);
-    std::printf("  %s: %s\n", title, epsg ? ("EPSG " + std::to_string(epsg)).c_str() : "no EPSG code");
+    std::printf("  %s: %s\n", title,
+                epsg ? ("EPSG " + std::to_string(epsg)).c_str() : "no EPSG code");
     std::printf("    %-28s %s (%d)\n", "Projection:", projectionName(d.Type).c_str(),
                 static_cast<int>(d.Type));
     std::printf("    %-28s %s (%d)\n", "Ellipsoid:", ellipsoidName(d.Ellipsoid).c_str(),
@@ -297,9 +307,11 @@ int cmdZone(const std::vector<std::string>& args) {
 // "12", "12N", "Zone 12 S": a zone 1..60 with an optional hemisphere letter.
 bool parseZoneText(const std::string& text, int* zone, bool* south) {
     std::string rest = trim(text);
-    if (rest.size() >= 4 && equalsIgnoringCase(rest.substr(0, 4), "zone")) rest = trim(rest.substr(4));
+    if (rest.size() >= 4 && equalsIgnoringCase(rest.substr(0, 4), "zone"))
+        rest = trim(rest.substr(4));
     size_t digits = 0;
-    while (digits < rest.size() && rest[digits] >= '0' && rest[digits] <= '9') ++digits;
+    while (digits < rest.size() && rest[digits] >= '0' && rest[digits] <= '9')
+        ++digits;
     if (digits == 0 || digits > 2) return false;
     const std::string tail = trim(rest.substr(digits));
     if (!tail.empty() && !equalsIgnoringCase(tail, "n") && !equalsIgnoringCase(tail, "s"))
@@ -352,9 +364,9 @@ int cmdUtm(const std::vector<std::string>& args) {
 
 // PROJDATA field names in parameter-id order (id 1 is Type).
 const char* const kFieldNames[] = {
-    "Type",      "Scale",  "xOrg",    "yOrg",     "Lat0",      "Lon0",        "Lat1", "Lat2",
-    "Lat3",      "Lon1",   "Lon2",    "Lon3",     "K0",        "bSouth",      "Zone", "bUseAlpha",
-    "Alpha",     "bRotate", "bUOffset", "Ellipsoid", "MajorRadius", "Flattening",
+    "Type",  "Scale",   "xOrg",     "yOrg",      "Lat0",        "Lon0",       "Lat1", "Lat2",
+    "Lat3",  "Lon1",    "Lon2",     "Lon3",      "K0",          "bSouth",     "Zone", "bUseAlpha",
+    "Alpha", "bRotate", "bUOffset", "Ellipsoid", "MajorRadius", "Flattening",
 };
 constexpr int kParamCount = static_cast<int>(sizeof(kFieldNames) / sizeof(kFieldNames[0]));
 
@@ -383,8 +395,7 @@ bool parseEnum(ProjDataType type, const std::string& text, int32_t* value) {
     name.push_back('\0');
     if (type == KVProj::PDT_PROJTYPE) {
         for (int t = 0; t < KVProj::ProjNumProjections(); ++t)
-            if (equalsIgnoringCase(text, projectionName(t)) ||
-                equalsIgnoringCase(text, [&] {
+            if (equalsIgnoringCase(text, projectionName(t)) || equalsIgnoringCase(text, [&] {
                     char full[KVPROJ_NAME_LEN];
                     KVProj::ProjGetProjectionInfo(static_cast<ProjType>(t), full);
                     return std::string(full);
@@ -423,7 +434,8 @@ std::string applyLine(PROJDATA* data, const std::string& line) {
     if (id == 0) return "unknown parameter '" + key + "'";
     ProjDataType type;
     int width = 0;
-    if (!KVProj::ProjParamInfo(id, nullptr, &type, nullptr, &width)) return "unknown parameter '" + key + "'";
+    if (!KVProj::ProjParamInfo(id, nullptr, &type, nullptr, &width))
+        return "unknown parameter '" + key + "'";
     bool ok = false;
     if (type == KVProj::PDT_DOUBLE) {
         double v = 0;
@@ -486,8 +498,7 @@ int cmdCheck(const std::vector<std::string>& args) {
 }
 
 KVCommand zoneCommand("zone", "zone <name|fips|epsg> | --value N",
-                      "a state plane zone's codes and parameters on NAD 27 and NAD 83",
-                      cmdZone);
+                      "a state plane zone's codes and parameters on NAD 27 and NAD 83", cmdZone);
 KVCommand utmCommand("utm", "utm <lon> | <zone>[N|S] [--south]",
                      "UTM zone of a longitude, or a zone's meridians and names", cmdUtm);
 KVCommand checkCommand("check", "check [file|-|key=value ...]",
