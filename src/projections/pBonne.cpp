@@ -1,0 +1,112 @@
+// Bonne, sphere or ellipsoid, standard parallel Lat1, central meridian Lon0.
+// Snyder chapter 19. Equal-area; parallels are concentric arcs about the apex
+// of the cone tangent at Lat1, true to scale along each parallel and along the
+// central meridian. A standard parallel on the equator would be the Sinusoidal
+// and is refused: every point fails.
+#include "projections/AzimMath.h"
+#include "projections/AzimModules.h"
+
+#include <cmath>
+
+namespace KVProj {
+
+namespace {
+
+struct Bonne {
+    bool ok;
+    double a, e, e2, lam0, phi1;
+    double apex;   // distance of the origin from the apex: R cot phi1, or a m1 / sin phi1
+    double arc1;   // M(phi1) (R phi1 on the sphere)
+    double sgn;    // sign of phi1, which fixes the side of the apex
+    MeridianArc arc;
+    Footpoint foot;
+};
+
+Bonne MakeBonne(const PROJDATA* d) {
+    Bonne b{};
+    b.a = d->MajorRadius;
+    b.e = d->Flattening == 0.0 ? 0.0 : Eccentricity(d->Flattening);
+    b.e2 = b.e * b.e;
+    b.lam0 = d->Lon0;
+    b.phi1 = d->Lat1;
+    b.sgn = azim::Sign(b.phi1);
+    b.arc = MeridianArc(b.a, b.e);
+    b.foot = Footpoint(b.e);
+    const double s1 = std::sin(b.phi1), c1 = std::cos(b.phi1);
+    if (s1 == 0.0 || !(b.a > 0.0)) return b;
+    if (b.e == 0.0) {
+        b.apex = b.a * c1 / s1;  // R cot phi1, Snyder 19-1 and 19-4
+        b.arc1 = b.a * b.phi1;
+    } else {
+        b.apex = b.a * ParallelRadiusFactor(c1, s1, b.e2) / s1; // a m1 / sin phi1, 19-7, 19-10
+        b.arc1 = b.arc.At(b.phi1);                               // Snyder 3-21
+    }
+    b.ok = true;
+    return b;
+}
+
+inline double Arc(const Bonne& b, double phi, double s, double c) {
+    return b.e == 0.0 ? b.a * phi : b.arc.At(phi, s, c);
+}
+
+bool ForwardPoint(const Bonne& b, PROJPOINT& p) {
+    const double phi = p.y, dLam = p.x - b.lam0;
+    const double s = std::sin(phi), c = std::cos(phi);
+    const double rho = b.apex + b.arc1 - Arc(b, phi, s, c); // Snyder 19-1 / 19-7
+    // Length of the parallel's arc from the central meridian: R cos phi dLam, or a m dLam.
+    const double arcLen = b.e == 0.0 ? b.a * c * dLam
+                                     : b.a * ParallelRadiusFactor(c, s, b.e2) * dLam;
+    if (rho == 0.0) { // the apex itself: the pole on the side of phi1
+        p.x = 0.0;
+        p.y = b.apex;
+        return true;
+    }
+    const double E = arcLen / rho;        // Snyder 19-2 / 19-8
+    p.x = rho * std::sin(E);              // Snyder 19-3
+    p.y = b.apex - rho * std::cos(E);     // Snyder 19-4
+    return true;
+}
+
+bool InversePoint(const Bonne& b, PROJPOINT& p) {
+    const double x = p.x, dy = b.apex - p.y;
+    const double rho = b.sgn * std::hypot(x, dy);          // Snyder 19-5 / 19-11
+    double phi;
+    if (b.e == 0.0) {
+        phi = (b.apex + b.arc1 - rho) / b.a;                // Snyder 19-6
+    } else {
+        const double m = b.apex + b.arc1 - rho;             // Snyder 19-12
+        phi = b.foot.Phi(b.arc.Mu(m));                      // Snyder 7-19, 3-26
+    }
+    if (!(std::fabs(phi) <= kHalfPi + 1e-12)) return false; // beyond a pole
+    if (std::fabs(phi) > kHalfPi) phi = azim::Sign(phi) * kHalfPi;
+    const double s = std::sin(phi), c = std::cos(phi);
+    const double radius = b.e == 0.0 ? b.a * c : b.a * ParallelRadiusFactor(c, s, b.e2);
+    double lam;
+    if (radius <= 0.0 || std::fabs(std::fabs(phi) - kHalfPi) <= 1e-12) {
+        lam = b.lam0; // a pole: every longitude, take the central meridian
+    } else {
+        lam = b.lam0 + rho * std::atan2(b.sgn * x, b.sgn * dy) / radius; // 19-7 / 19-13
+    }
+    if (!(std::fabs(lam - b.lam0) <= kPi + 1e-9)) return false; // outside the map's outline
+    p.x = lam;
+    p.y = phi;
+    return true;
+}
+
+} // namespace
+
+bool BonneForward(PROJDATA* data, PROJPOINT* points, int count) {
+    KV_MODULE_CHECK_ARGS(data, points, count);
+    const Bonne b = MakeBonne(data);
+    azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) { return b.ok && ForwardPoint(b, p); });
+    return true;
+}
+
+bool BonneInverse(PROJDATA* data, PROJPOINT* points, int count) {
+    KV_MODULE_CHECK_ARGS(data, points, count);
+    const Bonne b = MakeBonne(data);
+    azim::ForEachInverse(data, points, count, [&](PROJPOINT& p) { return b.ok && InversePoint(b, p); });
+    return true;
+}
+
+} // namespace KVProj
