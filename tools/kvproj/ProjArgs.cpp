@@ -1,0 +1,348 @@
+// Projection records from command-line words.
+#include "ProjArgs.h"
+
+#include "kvproj/kvproj.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace kvtool {
+namespace {
+
+using KVProj::PROJDATA;
+
+// Lower-case letters and digits only: "False_Easting", "false easting" and
+// "FalseEasting" all read the same.
+std::string Normalized(const std::string& s) {
+    std::string out;
+    for (char c : s) {
+        if (c >= 'A' && c <= 'Z') out += static_cast<char>(c - 'A' + 'a');
+        else if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')) out += c;
+    }
+    return out;
+}
+
+// PROJDATA field names in parameter-id order (id 1 is Type).
+const char* const kFieldNames[] = {
+    "Type",  "Scale",   "xOrg",     "yOrg",      "Lat0",        "Lon0",       "Lat1", "Lat2",
+    "Lat3",  "Lon1",    "Lon2",     "Lon3",      "K0",          "bSouth",     "Zone", "bUseAlpha",
+    "Alpha", "bRotate", "bUOffset", "Ellipsoid", "MajorRadius", "Flattening",
+};
+constexpr int kParamCount = static_cast<int>(sizeof(kFieldNames) / sizeof(kFieldNames[0]));
+
+struct Alias {
+    const char* key;
+    int id;
+};
+const Alias kAliases[] = {
+    {"proj", 1},      {"projection", 1}, {"x0", 3},      {"fe", 3},     {"falseeasting", 3},
+    {"y0", 4},        {"fn", 4},         {"k", 13},      {"south", 14}, {"usealpha", 16},
+    {"rotate", 18},   {"uoffset", 19},   {"ellps", 20},  {"a", 21},     {"radius", 21},
+    {"f", 22},
+};
+
+const Alias kTypeAliases[] = {
+    {"latlong", 0}, {"longlat", 0}, {"geographic", 0}, {"unprojected", 0}, {"merc", 1},
+    {"aea", 2},     {"albers", 2},  {"mill", 3},       {"miller", 3},      {"utm", 4},
+    {"lcc", 5},     {"lambert", 5}, {"stere", 6},      {"ortho", 7},       {"moll", 8},
+    {"spcs27", 9},  {"spcs83", 10}, {"poly", 11},      {"eqc", 13},        {"robin", 14},
+    {"tmerc", 17},  {"tm", 17},     {"gk", 18},        {"sinu", 19},       {"laea", 20},
+    {"bonne", 21},  {"eck4", 23},   {"eck6", 24},      {"eqdc", 26},       {"gnom", 27},
+    {"aeqd", 28},
+};
+
+int ParamIdOf(const std::string& key) {
+    const std::string k = Normalized(key);
+    if (k.empty()) return 0;
+    for (int id = 1; id <= kParamCount; ++id) {
+        char label[KVPROJ_NAME_LEN] = "";
+        KVProj::ProjParamInfo(id, label, nullptr, nullptr, nullptr);
+        if (k == Normalized(kFieldNames[id - 1]) || k == Normalized(label)) return id;
+    }
+    for (const Alias& a : kAliases)
+        if (k == a.key) return a.id;
+    return 0;
+}
+
+bool ParseInt(const std::string& text, long long* value) {
+    if (text.empty()) return false;
+    errno = 0;
+    char* end = nullptr;
+    const long long n = std::strtoll(text.c_str(), &end, 10);
+    if (errno != 0 || *end != '\0' || n < INT32_MIN || n > INT32_MAX) return false;
+    *value = n;
+    return true;
+}
+
+bool ParseNumber(const std::string& text, double* value) {
+    if (text.empty()) return false;
+    char* end = nullptr;
+    const double v = std::strtod(text.c_str(), &end);
+    if (*end != '\0') return false;
+    *value = v;
+    return true;
+}
+
+bool IsAngle(int id) { return (id >= 5 && id <= 12) || id == 17; }
+
+bool ParseDouble(int id, const std::string& text, double* value) {
+    if (ParseNumber(text, value)) return true;
+    if (!IsAngle(id)) return false;
+    std::vector<char> buffer(text.begin(), text.end());
+    buffer.push_back('\0');
+    return KVProj::LatLonToDegrees(buffer.data(), value, 'd');
+}
+
+bool ParseBool(const std::string& text, bool* value) {
+    const std::string t = Normalized(text);
+    for (const char* yes : {"1", "true", "yes", "on"})
+        if (t == yes) return *value = true;
+    for (const char* no : {"0", "false", "no", "off"})
+        if (t == no) return !(*value = false);
+    return false;
+}
+
+bool ParseType(const std::string& text, int32_t* value) {
+    const std::string t = Normalized(text);
+    for (const Alias& a : kTypeAliases)
+        if (t == a.key) return (*value = a.id), true;
+    for (int type = 0; type < KVProj::PT_COUNT; ++type) {
+        char name[KVPROJ_NAME_LEN] = "";
+        KVProj::ProjGetProjectionInfo(static_cast<KVProj::ProjType>(type), name);
+        if (t == Normalized(name)) return (*value = type), true;
+    }
+    return false;
+}
+
+bool ParseEllipsoid(const std::string& text, int32_t* value) {
+    const std::string t = Normalized(text);
+    for (int e = 1; e < KVProj::ELLIPSOID_COUNT; ++e) {
+        char name[KVPROJ_NAME_LEN] = "";
+        double a = 0, f = 0;
+        if (KVProj::EllipsoidInfo(static_cast<KVProj::EllipsoidType>(e), name, &a, &f) &&
+            t == Normalized(name))
+            return (*value = e), true;
+    }
+    return false;
+}
+
+bool ParseZone(const std::string& text, int32_t* value) {
+    std::vector<char> name(text.begin(), text.end());
+    name.push_back('\0');
+    KVProj::StateZoneType zone;
+    if (!KVProj::ProjGetStateZoneFromName(&zone, name.data())) return false;
+    *value = zone;
+    return true;
+}
+
+bool ParseEnum(int id, const std::string& text, int32_t* value) {
+    long long n = 0;
+    if (ParseInt(text, &n)) {
+        *value = static_cast<int32_t>(n);
+        return true;
+    }
+    if (id == 1) return ParseType(text, value);
+    if (id == 15) return ParseZone(text, value);
+    if (id == 20) return ParseEllipsoid(text, value);
+    return false;
+}
+
+// Words separated by blanks; double quotes group blanks and are dropped.
+std::vector<std::string> Words(const std::string& text, bool* balanced) {
+    std::vector<std::string> words;
+    std::string cur;
+    bool quoted = false, any = false;
+    for (char c : text) {
+        if (c == '"') {
+            quoted = !quoted;
+            any = true;
+        } else if (!quoted && (c == ' ' || c == '\t' || c == '\n' || c == '\r')) {
+            if (any) words.push_back(cur);
+            cur.clear();
+            any = false;
+        } else {
+            cur += c;
+            any = true;
+        }
+    }
+    if (any) words.push_back(cur);
+    *balanced = !quoted;
+    return words;
+}
+
+std::string Trim(const std::string& s) {
+    const size_t a = s.find_first_not_of(" \t");
+    if (a == std::string::npos) return "";
+    return s.substr(a, s.find_last_not_of(" \t") - a + 1);
+}
+
+} // namespace
+
+PROJDATA EmptyProjRecord() {
+    PROJDATA d;
+    std::memset(&d, 0, sizeof(d));
+    d.Scale = 1.0;
+    d.Ellipsoid = KVProj::ELLIPSOID_WGS84;
+    d.Zone = KVProj::STATEZONE_NONE;
+    return d;
+}
+
+bool ApplyProjParam(const std::string& key, const std::string& value, PROJDATA* data,
+                    std::string* error) {
+    const std::string text = Trim(value);
+    if (Normalized(key) == "rf") { // inverse flattening, for convenience
+        double rf = 0;
+        if (!ParseNumber(text, &rf) || rf < 0) {
+            *error = "bad value '" + text + "' for rf";
+            return false;
+        }
+        data->Flattening = rf == 0.0 ? 0.0 : 1.0 / rf;
+        return true;
+    }
+    const int id = ParamIdOf(key);
+    KVProj::ProjDataType type;
+    int width = 0;
+    if (id == 0 || !KVProj::ProjParamInfo(id, nullptr, &type, nullptr, &width)) {
+        *error = "unknown parameter '" + key + "'";
+        return false;
+    }
+    bool ok = false;
+    if (type == KVProj::PDT_DOUBLE) {
+        double v = 0;
+        ok = ParseDouble(id, text, &v) && KVProj::ProjSetParam(data, id, &v);
+    } else if (type == KVProj::PDT_BOOL) {
+        bool v = false;
+        ok = ParseBool(text, &v) && KVProj::ProjSetParam(data, id, &v);
+    } else {
+        int32_t v = 0;
+        ok = width == 4 && ParseEnum(id, text, &v) && KVProj::ProjSetParam(data, id, &v);
+    }
+    if (!ok) *error = "bad value '" + text + "' for '" + key + "'";
+    return ok;
+}
+
+bool ApplyProjParams(const std::string& text, PROJDATA* data, std::string* error) {
+    bool balanced = true;
+    const std::vector<std::string> words = Words(text, &balanced);
+    if (!balanced) {
+        *error = "unbalanced quotes in '" + text + "'";
+        return false;
+    }
+    for (const std::string& w : words) {
+        const size_t eq = w.find('=');
+        if (eq == std::string::npos || eq == 0) {
+            *error = "expected key=value, got '" + w + "'";
+            return false;
+        }
+        if (!ApplyProjParam(w.substr(0, eq), w.substr(eq + 1), data, error)) return false;
+    }
+    return true;
+}
+
+bool ZoneRecord(const std::string& spec, PROJDATA* data, std::string* error) {
+    const size_t colon = spec.find(':');
+    const std::string system = Normalized(spec.substr(0, colon == std::string::npos ? 0 : colon));
+    std::string zone = colon == std::string::npos ? "" : Trim(spec.substr(colon + 1));
+    if (zone.size() >= 2 && zone.front() == '"' && zone.back() == '"')
+        zone = zone.substr(1, zone.size() - 2);
+    *data = EmptyProjRecord();
+    long long n = 0;
+    if (system == "epsg") {
+        KVProj::ProjType type;
+        KVProj::StateZoneType z;
+        if (!ParseInt(zone, &n) ||
+            !KVProj::ProjGetStateZoneFromPOSCNumber(static_cast<int>(n), &type, &z)) {
+            *error = "no state plane zone has EPSG code '" + zone + "'";
+            return false;
+        }
+        data->Type = type;
+        data->Zone = z;
+    } else if (system == "spcs27" || system == "spcs83") {
+        data->Type = system == "spcs27" ? KVProj::PT_STATE_PLANE_27 : KVProj::PT_STATE_PLANE_83;
+        KVProj::StateZoneType z;
+        std::vector<char> name(zone.begin(), zone.end());
+        name.push_back('\0');
+        const bool found = ParseInt(zone, &n)
+                               ? KVProj::ProjGetStateZoneFromUSGSCode(&z, static_cast<int>(n))
+                               : KVProj::ProjGetStateZoneFromName(&z, name.data());
+        if (!found || zone.empty()) {
+            *error = "unknown state plane zone '" + zone + "'";
+            return false;
+        }
+        data->Zone = z;
+    } else {
+        *error = "zone '" + spec + "' must start with spcs27:, spcs83: or epsg:";
+        return false;
+    }
+    // The zone brings its own figure; name it in the record as well.
+    data->Ellipsoid = data->Type == KVProj::PT_STATE_PLANE_27 ? KVProj::ELLIPSOID_CLARKE_1866
+                                                              : KVProj::ELLIPSOID_GRS80;
+    return true;
+}
+
+bool UtmRecord(const std::string& spec, PROJDATA* data, std::string* error) {
+    size_t i = 0;
+    int zone = 0;
+    while (i < spec.size() && spec[i] >= '0' && spec[i] <= '9' && zone <= 60)
+        zone = zone * 10 + (spec[i++] - '0');
+    bool south = false;
+    if (i < spec.size() && (spec[i] == 'S' || spec[i] == 's')) south = true, ++i;
+    else if (i < spec.size() && (spec[i] == 'N' || spec[i] == 'n')) ++i;
+    if (i == 0 || i != spec.size() || zone < 1 || zone > 60) {
+        *error = "UTM zone '" + spec + "' must be 1 to 60 with an optional N or S";
+        return false;
+    }
+    *data = EmptyProjRecord();
+    data->Type = KVProj::PT_UTM;
+    data->Lon0 = KVProj::ProjUTMZoneNumberToLon(zone);
+    data->bSouth = south;
+    return true;
+}
+
+bool TakeProjectionOptions(std::vector<std::string>& args, PROJDATA* data, bool* given,
+                           std::string* error) {
+    std::string base, baseKind, params;
+    bool haveParams = false;
+    std::vector<std::string> rest;
+    for (size_t i = 0; i < args.size(); ++i) {
+        std::string opt = args[i], value;
+        const size_t eq = opt.find('=');
+        const bool inlineValue = opt.rfind("--", 0) == 0 && eq != std::string::npos;
+        if (inlineValue) {
+            value = opt.substr(eq + 1);
+            opt = opt.substr(0, eq);
+        }
+        if (opt != "--proj" && opt != "--zone" && opt != "--utm") {
+            rest.push_back(args[i]);
+            continue;
+        }
+        if (!inlineValue) {
+            if (i + 1 >= args.size()) {
+                *error = opt + " needs a value";
+                return false;
+            }
+            value = args[++i];
+        }
+        if (opt == "--proj") {
+            params += (haveParams ? " " : "") + value;
+            haveParams = true;
+        } else {
+            if (!baseKind.empty()) {
+                *error = "give only one of --zone and --utm";
+                return false;
+            }
+            baseKind = opt;
+            base = value;
+        }
+    }
+    args = rest;
+    *given = haveParams || !baseKind.empty();
+    *data = EmptyProjRecord();
+    if (baseKind == "--zone" && !ZoneRecord(base, data, error)) return false;
+    if (baseKind == "--utm" && !UtmRecord(base, data, error)) return false;
+    return !haveParams || ApplyProjParams(params, data, error);
+}
+
+} // namespace kvtool

@@ -1,0 +1,46 @@
+// Projection records from the command line, shared by the sub-commands that
+// need one:
+//   --proj "type=utm lon0=15 south=1 ellipsoid=47"   key=value words
+//   --zone spcs83:"Alabama East" | spcs27:101 | epsg:26929
+//   --utm 33N
+// Keys are PROJDATA field names ("Lon0", "xOrg"), parameter labels
+// ("False Easting", quoted when they hold blanks) or short aliases ("x0",
+// "k", "ellps", "a", "rf"), all compared ignoring case. Angles take decimal
+// degrees or degree text ("30d30'", "85d50'W").
+#ifndef KVPROJ_TOOL_PROJARGS_H
+#define KVPROJ_TOOL_PROJARGS_H
+
+#include "kvproj/projdata.h"
+
+#include <string>
+#include <vector>
+
+namespace kvtool {
+
+// A record with nothing chosen: zeros, Scale 1, WGS 84, no state zone.
+KVProj::PROJDATA EmptyProjRecord();
+
+// Sets one parameter; on failure *error says why.
+bool ApplyProjParam(const std::string& key, const std::string& value, KVProj::PROJDATA* data,
+                    std::string* error);
+
+// Applies every key=value word of `text` (blanks separate words; double
+// quotes group blanks into a word).
+bool ApplyProjParams(const std::string& text, KVProj::PROJDATA* data, std::string* error);
+
+// A state plane record: "spcs27:" or "spcs83:" followed by a zone name or
+// USGS (FIPS) code, or "epsg:" and the zone's EPSG code.
+bool ZoneRecord(const std::string& spec, KVProj::PROJDATA* data, std::string* error);
+
+// A UTM record from "33N", "33S" or "33" (north) on WGS 84.
+bool UtmRecord(const std::string& spec, KVProj::PROJDATA* data, std::string* error);
+
+// Takes --proj, --zone and --utm (and their --opt=value forms) out of `args`
+// and builds the record: --zone or --utm first, then --proj words on top (so
+// "--utm 18N --proj ellipsoid=15" works). *given is false when none was there.
+bool TakeProjectionOptions(std::vector<std::string>& args, KVProj::PROJDATA* data, bool* given,
+                           std::string* error);
+
+} // namespace kvtool
+
+#endif
