@@ -1,0 +1,17 @@
+// Datum commands of the kvproj tool.
+#ifndef KVPROJ_TOOL_CMD_DATUM_H
+#define KVPROJ_TOOL_CMD_DATUM_H
+
+#include <string>
+#include <vector>
+
+namespace kvtool {
+
+// "kvproj list datums [--profile FILE]": one line per datum with its id, name,
+// EPSG code, method and ellipsoid; with a profile, its custom datums follow.
+// `args` are the words after "datums". Returns a tool exit code.
+int ListDatums(const std::vector<std::string>& args);
+
+} // namespace kvtool
+
+#endif
