@@ -60,7 +60,6 @@ int KVCALLBACK RecordingHost(const _KVERRINFO* info) {
     g_reports.push_back(std::to_string(info->messageId) + " " +
                         (info->sourceFile ? info->sourceFile : ""));
     return 1; // ask for the detailed second call, which names the source
-
 }
 
 class HostTest : public ::testing::Test {
@@ -119,14 +118,14 @@ const Case kCases[] = {
      -18, -36, 147.3, -42.9, 1285927.168405, -4765986.349165, 1e-5, 7e-5},
     {"cs2cs Albers southern cone Darwin", AlbersForward, AlbersInverse, 6378137, kGrs80F, 0, 132,
      -18, -36, 130.8, -12.5, -132753.747166, -1319194.328096, 1e-5, 7e-5},
-    {"cs2cs Albers sphere low", AlbersForward, AlbersInverse, 6370997, 0, 40, -100, 20, 60, -60,
-     10, 4499829.444627, -2427211.857913, 1e-5, 1e-9},
+    {"cs2cs Albers sphere low", AlbersForward, AlbersInverse, 6370997, 0, 40, -100, 20, 60, -60, 10,
+     4499829.444627, -2427211.857913, 1e-5, 1e-9},
     {"cs2cs Albers sphere high", AlbersForward, AlbersInverse, 6370997, 0, 40, -100, 20, 60, -160,
      70, -2502082.872822, 4190170.917124, 1e-5, 1e-9},
     {"cs2cs Albers sphere 80S", AlbersForward, AlbersInverse, 6370997, 0, 40, -100, 20, 60, -100,
      -80, 0.0, -9026449.519266, 1e-5, 1e-9},
-    {"cs2cs eqdc secant low", EquiConForward, EquiConInverse, 6370997, 0, 40, -100, 20, 60, -60,
-     10, 4519497.423073, -2325928.137872, 1e-5, 1e-9},
+    {"cs2cs eqdc secant low", EquiConForward, EquiConInverse, 6370997, 0, 40, -100, 20, 60, -60, 10,
+     4519497.423073, -2325928.137872, 1e-5, 1e-9},
     {"cs2cs eqdc secant high", EquiConForward, EquiConInverse, 6370997, 0, 40, -100, 20, 60, -160,
      70, -2417858.482581, 4163400.138626, 1e-5, 1e-9},
     {"cs2cs eqdc secant 80S", EquiConForward, EquiConInverse, 6370997, 0, 40, -100, 20, 60, -100,
@@ -137,8 +136,8 @@ const Case kCases[] = {
      35, 0.2952056586, 0.2424021254, 1e-9, 1e-8},
     {"cs2cs eqdc tangent 40N", EquiConForward, EquiConInverse, 6370997, 0, 30, 10, 40, 40, 40, 50,
      2140220.053027, 2587495.413968, 1e-5, 1e-9},
-    {"cs2cs eqdc tangent southern", EquiConForward, EquiConInverse, 6370997, 0, 30, 10, 40, 40,
-     -20, -10, -4343511.109128, -3709884.101670, 1e-5, 1e-9},
+    {"cs2cs eqdc tangent southern", EquiConForward, EquiConInverse, 6370997, 0, 30, 10, 40, 40, -20,
+     -10, -4343511.109128, -3709884.101670, 1e-5, 1e-9},
     {"cs2cs eqdc southern cone", EquiConForward, EquiConInverse, 6370997, 0, -30, 140, -20, -45,
      170, -45, 2328294.062328, -1994965.824382, 1e-5, 1e-9},
     {"cs2cs eqdc southern cone equator", EquiConForward, EquiConInverse, 6370997, 0, -30, 140, -20,
@@ -312,7 +311,8 @@ TEST(Conic, EquiConeTangentAndNearlyTangentCones) {
     }
     // Scale is true along the standard parallel: 10 degrees of it measure
     // R cos 40 * 10 degrees as a chord of the cone's arc.
-    const PROJPOINT p1 = Fwd(EquiConForward, tangent, 5, 40), p2 = Fwd(EquiConForward, tangent, 15, 40);
+    const PROJPOINT p1 = Fwd(EquiConForward, tangent, 5, 40),
+                    p2 = Fwd(EquiConForward, tangent, 15, 40);
     const double rho = 6370997 * (std::cos(40 * kRad) / std::sin(40 * kRad));
     const double arc = 2.0 * rho * std::asin(std::hypot(p2.x - p1.x, p2.y - p1.y) / (2.0 * rho));
     EXPECT_NEAR(arc, 6370997 * std::cos(40 * kRad) * 10 * kRad, 1e-6);

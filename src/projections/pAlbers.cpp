@@ -32,8 +32,8 @@ struct AlbersCone {
 // Snyder 3-12; the caller has checked both denominators.
 inline double QOf(const AlbersCone& c, double sinPsi) {
     const double es = c.e * sinPsi;
-    return c.oneMinusE2 *
-           (sinPsi / (1.0 - c.e2 * sinPsi * sinPsi) - c.halfInvE * std::log((1.0 - es) / (1.0 + es)));
+    return c.oneMinusE2 * (sinPsi / (1.0 - c.e2 * sinPsi * sinPsi) -
+                           c.halfInvE * std::log((1.0 - es) / (1.0 + es)));
 }
 
 inline bool QGuardFires(const AlbersCone& c, double sinPsi) {
@@ -119,8 +119,8 @@ bool LatitudeFromQ(const AlbersCone& c, double q, double northing, double* phi) 
         // spin out its counter: the point is lost either way.
         if (2.0 * co == 0.0 || w == 0.0 || 1.0 + es == 0.0) return false;
         const double next =
-            cur + w * w / (2.0 * co) *
-                      (qScaled - s / w + c.halfInvE * std::log((1.0 - es) / (1.0 + es)));
+            cur +
+            w * w / (2.0 * co) * (qScaled - s / w + c.halfInvE * std::log((1.0 - es) / (1.0 + es)));
         prev = cur;
         cur = next;
     }
@@ -149,8 +149,7 @@ PointResult InversePoint(const AlbersCone& c, PROJPOINT& p) {
     return PointResult::Done;
 }
 
-template <typename Fn>
-bool RunPoints(PROJDATA* data, PROJPOINT* points, int count, Fn fn) {
+template <typename Fn> bool RunPoints(PROJDATA* data, PROJPOINT* points, int count, Fn fn) {
     for (int i = 0; i < count; ++i) {
         PROJPOINT& p = points[i];
         if (IsUnplottable(p)) continue;

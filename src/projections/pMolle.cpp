@@ -12,7 +12,7 @@ namespace KVProj {
 namespace {
 
 constexpr double kEpsilon = 1.1920928955078125e-7; // single-precision epsilon
-constexpr int kMaxSteps = 500; // Newton crawls near the poles (triple root)
+constexpr int kMaxSteps = 500;                     // Newton crawls near the poles (triple root)
 constexpr double kEquatorNudge = 1e-7;
 
 // Newton's method for t' from phi'; false when it meets cos t' == 1 or the

@@ -119,15 +119,17 @@ bool RobinInverse(PROJDATA* data, PROJPOINT* points, int count) {
             return true;
         }
         int i = static_cast<int>(yn * 18.0);
-        while (kY[i].c0 > yn) --i;
-        while (kY[i + 1].c0 <= yn) ++i;
+        while (kY[i].c0 > yn)
+            --i;
+        while (kY[i + 1].c0 <= yn)
+            ++i;
         const Cubic& cy = kY[i];
         // The offset from the band's base value is held in single precision.
         const float base = static_cast<float>(cy.c0 - yn);
         double z = (yn - cy.c0) * 5.0 / (kY[i + 1].c0 - cy.c0);
         for (int step = 0; step < kNewtonMaxSteps; ++step) {
-            const double delta = (base + z * (cy.c1 + z * (cy.c2 + z * static_cast<double>(cy.c3)))) /
-                                 cy.Slope(z);
+            const double delta =
+                (base + z * (cy.c1 + z * (cy.c2 + z * static_cast<double>(cy.c3)))) / cy.Slope(z);
             z -= delta;
             if (std::fabs(delta) < kNewtonTolerance) break;
         }

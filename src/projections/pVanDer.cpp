@@ -40,8 +40,8 @@ bool ForwardPoint(double r, double lam0, PROJPOINT& p) {
     if (c + s - 1.0 == 0.0) return false;
     const double g = c / (s + c - 1.0); // 29-5
     if (s - 1.0 == 0.0) return false;
-    const double pp = g * (2.0 / s - 1.0); // 29-6
-    if (dLam == 0.0) return false;          // a whole turn away from lam0
+    const double pp = g * (2.0 / s - 1.0);                     // 29-6
+    if (dLam == 0.0) return false;                             // a whole turn away from lam0
     const double a = 0.5 * std::fabs(kPi / dLam - dLam / kPi); // 29-3
     const double a2 = a * a, p2 = pp * pp;
     const double q = a2 + g; // 29-7
@@ -71,14 +71,17 @@ bool InversePoint(double r, double lam0, PROJPOINT& p) {
     const double c2 = c1 - 2.0 * y2 + x2;
     const double c3 = -2.0 * c1 + 1.0 + 2.0 * y2 + rr * rr;
     if (c3 == 0.0) return false;
-    const double d = y2 / c3 + (2.0 * c2 * c2 * c2 / (c3 * c3 * c3) - 9.0 * c1 * c2 / (c3 * c3)) / 27.0;
+    const double d =
+        y2 / c3 + (2.0 * c2 * c2 * c2 / (c3 * c3 * c3) - 9.0 * c1 * c2 / (c3 * c3)) / 27.0;
     const double a1 = (c1 - c2 * c2 / (3.0 * c3)) / c3; // 29-13
     const double m1 = 2.0 * std::sqrt(-a1 / 3.0);
     // At the origin r is 0/0; taking it as 1 gives the origin's latitude 0.
     double rc = 3.0 * d / (a1 * m1);
-    if (!(rc <= 1.0)) rc = 1.0;
-    else if (rc < -1.0) rc = -1.0;
-    const double theta1 = std::acos(rc) * kThird; // 29-16
+    if (!(rc <= 1.0))
+        rc = 1.0;
+    else if (rc < -1.0)
+        rc = -1.0;
+    const double theta1 = std::acos(rc) * kThird;                             // 29-16
     double phi = kPi * (-m1 * std::cos(theta1 + kPiOver3) - c2 / (3.0 * c3)); // 29-17
     if (p.y < 0.0) phi = -phi;
     double lam = lam0;
