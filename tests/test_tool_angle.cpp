@@ -76,6 +76,7 @@ const Case kCases[] = {
     {"deg 12d 30\\' 15\\\" W", 0, "-12.5041666666667\n"},
     {"deg -- -12.5", 2, "kvproj: deg: unknown option '--'"},
     {"deg -12.5", 0, "-12.5\n"},
+    {"deg -0d0", 0, "0\n"},
     {"deg 12.5W", 0, "-12.5\n"},
     {"deg '12\xC2\xB0"
      "30\xE2\x80\xB2"

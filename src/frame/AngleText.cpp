@@ -5,7 +5,6 @@
 #include <charconv>
 #include <clocale>
 #include <cmath>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -48,7 +47,7 @@ NumberRead ReadNumber(const char*& p, double* value) {
     if (integerLen == 0 && fractionLen == 0) return NumberRead::None;
     if (static_cast<size_t>(q - p) > static_cast<size_t>(kMaxNumberLen)) return NumberRead::TooLong;
 
-    // "12." and ".5" are both read; rebuild them as "12.0" and "0.5".
+    // "12." and ".5" are both read; rebuild them as "12" and "0.5".
     char buffer[kMaxNumberLen + 2];
     size_t n = 0;
     if (integerLen == 0) buffer[n++] = '0';

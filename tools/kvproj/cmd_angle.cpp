@@ -220,6 +220,7 @@ int ReadAngle(const std::vector<std::string>& args) {
     double degrees = 0.0;
     if (!LatLonToDegrees(buffer.data(), &degrees, mark))
         return UsageError("deg: cannot read '" + typed + "' as an angle");
+    if (degrees == 0.0) degrees = 0.0; // "-0" reads as a typo
     std::printf("%.15g\n", degrees);
     return EXIT_OK;
 }
