@@ -76,6 +76,14 @@ bool InversePoint(const Bonne& b, PROJPOINT& p) {
     } else {
         const double m = b.apex + b.arc1 - rho;             // Snyder 19-12
         phi = b.foot.Phi(b.arc.Mu(m));                      // Snyder 7-19, 3-26
+        // 3-26 inverts the untruncated arc; two Newton steps on the e^6 series
+        // that the forward uses make the pair agree to rounding (the slope is the
+        // meridian's radius of curvature, Snyder 4-18).
+        for (int i = 0; i < 2 && std::fabs(phi) < kHalfPi; ++i) {
+            const double s = std::sin(phi);
+            const double w = 1.0 - b.e2 * s * s;
+            phi -= (b.arc.At(phi) - m) / (b.a * (1.0 - b.e2) / (w * std::sqrt(w)));
+        }
     }
     if (!(std::fabs(phi) <= kHalfPi + 1e-12)) return false; // beyond a pole
     if (std::fabs(phi) > kHalfPi) phi = azim::Sign(phi) * kHalfPi;

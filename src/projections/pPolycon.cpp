@@ -66,6 +66,22 @@ inline void ArcAndSlope(const Polycon& c, double phi, double* ma, double* dma) {
            6.0 * k.c6 * std::cos(6.0 * phi);
 }
 
+// Snyder's Newton function for the latitude (numerator of 18-22, or 18-8 on the
+// sphere) and its derivative term (the denominator); false where tan phi or
+// sin 2 phi vanishes.
+bool NewtonTerms(const Polycon& c, double A, double B, double phi, double* num, double* den) {
+    const double sinPhi = std::sin(phi);
+    if (std::fabs(std::cos(phi)) < 1e-15 || sinPhi == 0.0) return false;
+    const double C = std::sqrt(1.0 - c.e2 * sinPhi * sinPhi) * std::tan(phi); // Snyder 18-20
+    double ma, dma;
+    ArcAndSlope(c, phi, &ma, &dma);
+    const double s2 = std::sin(2.0 * phi);
+    *num = A * (C * ma + 1.0) - ma - 0.5 * (ma * ma + B) * C;
+    *den = c.e2 * s2 * (ma * ma + B - 2.0 * A * ma) / (4.0 * C) + (A - ma) * (C * dma - 2.0 / s2) -
+           dma;
+    return std::isfinite(*num) && std::isfinite(*den);
+}
+
 bool InversePoint(const Polycon& c, PROJPOINT& p) {
     const double x = p.x, y = p.y;
     if (y == -c.m0) {
@@ -73,26 +89,31 @@ bool InversePoint(const Polycon& c, PROJPOINT& p) {
         p.y = 0.0;
         return true;
     }
-    const double A = (c.m0 + y) / c.a;      // Snyder 18-6 / 18-18
+    const double A = (c.m0 + y) / c.a;            // Snyder 18-6 / 18-18
     const double B = x * x / (c.a * c.a) + A * A; // Snyder 18-7 / 18-19
-    double phi = A;
+    // Snyder starts at phi = A. Far from the central meridian the plain Newton
+    // step overshoots past the poles, so each step is halved until it stays
+    // inside them and does not increase the residual.
+    const double lim = kHalfPi - 1e-9;
+    double phi = std::fabs(A) < lim ? A : azim::Sign(A) * lim;
     bool converged = false;
     for (int step = 0; step < kMaxSteps && !converged; ++step) {
-        const double sinPhi = std::sin(phi);
-        if (std::fabs(std::cos(phi)) < 1e-15 || sinPhi == 0.0) return false;
-        const double C = std::sqrt(1.0 - c.e2 * sinPhi * sinPhi) * std::tan(phi); // 18-20
-        double ma, dma;
-        ArcAndSlope(c, phi, &ma, &dma);
-        const double s2 = std::sin(2.0 * phi);
-        const double num = A * (C * ma + 1.0) - ma - 0.5 * (ma * ma + B) * C;
-        const double den = c.e2 * s2 * (ma * ma + B - 2.0 * A * ma) / (4.0 * C) +
-                           (A - ma) * (C * dma - 2.0 / s2) - dma;
-        if (den == 0.0 || !std::isfinite(den)) return false;
-        const double next = phi - num / den; // Snyder 18-22 (18-8 on the sphere)
+        double num, den;
+        if (!NewtonTerms(c, A, B, phi, &num, &den) || den == 0.0) return false;
+        double d = num / den; // Snyder 18-22 (18-8 on the sphere)
+        double next = phi - d;
+        for (int halving = 0; halving < 60; ++halving) {
+            double n2, d2;
+            if (std::fabs(next) < kHalfPi && NewtonTerms(c, A, B, next, &n2, &d2) &&
+                std::fabs(n2) <= std::fabs(num))
+                break;
+            d /= 2.0;
+            next = phi - d;
+        }
         converged = std::fabs(next - phi) <= kPhiTolerance;
         phi = next;
     }
-    if (!converged || !(std::fabs(phi) <= kHalfPi)) return false;
+    if (!converged || !(std::fabs(phi) < kHalfPi)) return false;
     const double sinPhi = std::sin(phi);
     const double C = std::sqrt(1.0 - c.e2 * sinPhi * sinPhi) * std::tan(phi);
     const double arg = x * C / c.a;
