@@ -63,6 +63,11 @@ const std::vector<TsvRow>& ZoneFile() {
     return rows;
 }
 
+// PROJDATA is byte-packed: read its fields by value before comparing them.
+template <typename T> T V(T value) {
+    return value;
+}
+
 double Num(const std::string& s) {
     return std::strtod(s.c_str(), nullptr);
 }
@@ -93,16 +98,16 @@ PROJDATA Sentinel(ProjType type, int zone, bool flags) {
 
 void ExpectUntouchedFields(const PROJDATA& d, int zone, bool flags) {
     PROJDATA ref = Sentinel(PT_UNPROJECTED, zone, flags);
-    EXPECT_EQ(d.Scale, ref.Scale);
-    EXPECT_EQ(d.Lat3, ref.Lat3);
-    EXPECT_EQ(d.Lon3, ref.Lon3);
-    EXPECT_EQ(d.Lon2, 0.0) << "Lon2 is zeroed and never written";
-    EXPECT_EQ(static_cast<int>(d.Zone), zone);
-    EXPECT_EQ(d.bSouth, ref.bSouth);
-    EXPECT_EQ(d.MajorRadius, ref.MajorRadius);
-    EXPECT_EQ(d.Flattening, ref.Flattening);
-    EXPECT_EQ(d.iResult, ref.iResult);
-    EXPECT_EQ(d.bWrapLon, ref.bWrapLon);
+    EXPECT_EQ(V(d.Scale), V(ref.Scale));
+    EXPECT_EQ(V(d.Lat3), V(ref.Lat3));
+    EXPECT_EQ(V(d.Lon3), V(ref.Lon3));
+    EXPECT_EQ(V(d.Lon2), 0.0) << "Lon2 is zeroed and never written";
+    EXPECT_EQ(static_cast<int>(V(d.Zone)), zone);
+    EXPECT_EQ(V(d.bSouth), V(ref.bSouth));
+    EXPECT_EQ(V(d.MajorRadius), V(ref.MajorRadius));
+    EXPECT_EQ(V(d.Flattening), V(ref.Flattening));
+    EXPECT_EQ(V(d.iResult), V(ref.iResult));
+    EXPECT_EQ(V(d.bWrapLon), V(ref.bWrapLon));
     EXPECT_EQ(0, std::memcmp(d.reserved, ref.reserved, sizeof(d.reserved)));
 }
 
@@ -120,18 +125,18 @@ void CheckZoneAgainstFile(const TsvRow& row, const std::string& sys, bool flags)
         return;
     }
     ASSERT_TRUE(built);
-    EXPECT_EQ(static_cast<int>(d.Type), std::atoi(t.c_str()));
-    EXPECT_EQ(static_cast<int>(d.Ellipsoid), std::atoi(row["ell" + sys].c_str()));
-    EXPECT_EQ(d.Lon0, Num(row["lon0_" + sys]));
-    EXPECT_EQ(d.Lat0, Num(row["lat0_" + sys]));
-    EXPECT_EQ(d.Lat1, Num(row["lat1_" + sys]));
-    EXPECT_EQ(d.Lat2, Num(row["lat2_" + sys]));
-    EXPECT_EQ(d.Lon1, Num(row["lon1_" + sys]));
-    EXPECT_EQ(d.K0, Num(row["k0_" + sys]));
-    EXPECT_EQ(d.xOrg, Num(row["xorg_" + sys]));
-    EXPECT_EQ(d.yOrg, Num(row["yorg_" + sys]));
+    EXPECT_EQ(static_cast<int>(V(d.Type)), std::atoi(t.c_str()));
+    EXPECT_EQ(static_cast<int>(V(d.Ellipsoid)), std::atoi(row["ell" + sys].c_str()));
+    EXPECT_EQ(V(d.Lon0), Num(row["lon0_" + sys]));
+    EXPECT_EQ(V(d.Lat0), Num(row["lat0_" + sys]));
+    EXPECT_EQ(V(d.Lat1), Num(row["lat1_" + sys]));
+    EXPECT_EQ(V(d.Lat2), Num(row["lat2_" + sys]));
+    EXPECT_EQ(V(d.Lon1), Num(row["lon1_" + sys]));
+    EXPECT_EQ(V(d.K0), Num(row["k0_" + sys]));
+    EXPECT_EQ(V(d.xOrg), Num(row["xorg_" + sys]));
+    EXPECT_EQ(V(d.yOrg), Num(row["yorg_" + sys]));
     const std::string& alpha = row["alpha_" + sys];
-    EXPECT_EQ(d.Alpha, alpha.empty() ? 16.0 : Num(alpha));
+    EXPECT_EQ(V(d.Alpha), alpha.empty() ? 16.0 : Num(alpha));
     const char* flagColumns[] = {"usealpha_", "rotate_", "uoffset_"};
     const bool values[] = {d.bUseAlpha, d.bRotate, d.bUOffset};
     for (int i = 0; i < 3; ++i) {
@@ -237,22 +242,23 @@ TEST(StatePlaneBuilders, PublishedDefinitionsHoldExactly) {
         d.Zone = static_cast<StateZoneType>(t.zone);
         d.Alpha = 99;
         ASSERT_TRUE(StatePlaneBuild(t.system, &d));
-        EXPECT_EQ(d.Type, t.type);
-        EXPECT_EQ(static_cast<int>(d.Ellipsoid), t.ellipsoid);
-        // The reader adds degrees, minutes/60 and seconds/3600 in that order,
-        // as the expressions above do; equality is exact.
-        EXPECT_DOUBLE_EQ(d.Lon0, t.lon0);
-        EXPECT_DOUBLE_EQ(d.Lat0, t.lat0);
-        EXPECT_DOUBLE_EQ(d.Lat1, t.lat1);
-        EXPECT_DOUBLE_EQ(d.Lat2, t.lat2);
-        EXPECT_DOUBLE_EQ(d.Lon1, t.lon1);
-        EXPECT_EQ(d.K0, t.k0);
-        EXPECT_EQ(d.xOrg, t.x);
-        EXPECT_EQ(d.yOrg, t.y);
-        EXPECT_DOUBLE_EQ(d.Alpha, t.hasAlpha ? t.alpha : 99.0);
-        EXPECT_EQ(d.bUseAlpha, t.useAlpha);
-        EXPECT_EQ(d.bRotate, t.rotate);
-        EXPECT_EQ(d.bUOffset, t.uOffset);
+        EXPECT_EQ(V(d.Type), t.type);
+        EXPECT_EQ(static_cast<int>(V(d.Ellipsoid)), t.ellipsoid);
+        // The angle reader adds degrees, minutes/60 and seconds/3600 in that
+        // order and applies the sign last, as the expressions above do, so
+        // the values agree to the last bit.
+        EXPECT_EQ(V(d.Lon0), t.lon0);
+        EXPECT_EQ(V(d.Lat0), t.lat0);
+        EXPECT_EQ(V(d.Lat1), t.lat1);
+        EXPECT_EQ(V(d.Lat2), t.lat2);
+        EXPECT_EQ(V(d.Lon1), t.lon1);
+        EXPECT_EQ(V(d.K0), t.k0);
+        EXPECT_EQ(V(d.xOrg), t.x);
+        EXPECT_EQ(V(d.yOrg), t.y);
+        EXPECT_EQ(V(d.Alpha), t.hasAlpha ? t.alpha : 99.0);
+        EXPECT_EQ(V(d.bUseAlpha), t.useAlpha);
+        EXPECT_EQ(V(d.bRotate), t.rotate);
+        EXPECT_EQ(V(d.bUOffset), t.uOffset);
     }
 }
 
@@ -278,8 +284,8 @@ TEST(StatePlaneBuilders, SystemsDefineTheirOwnZonesOnly) {
             d.Zone = static_cast<StateZoneType>(zone);
             if (StatePlaneBuild(s.type, &d)) {
                 ++counts[d.Type];
-                EXPECT_NE(d.Type, PT_STATE_PLANE_27);
-                EXPECT_NE(d.Type, PT_STATE_PLANE_83);
+                EXPECT_NE(V(d.Type), PT_STATE_PLANE_27);
+                EXPECT_NE(V(d.Type), PT_STATE_PLANE_83);
             } else if (zone >= 0 && zone <= 141) {
                 failed.push_back(zone);
             }
@@ -292,11 +298,11 @@ TEST(StatePlaneBuilders, SystemsDefineTheirOwnZonesOnly) {
 TEST(StatePlaneBuilders, FailureStillZeroesTheOriginFieldsOnly) {
     PROJDATA d = Sentinel(PT_STATE_PLANE_83, 34, true);
     EXPECT_FALSE(StatePlaneBuild83(&d));
-    EXPECT_EQ(d.Type, PT_STATE_PLANE_83);
-    EXPECT_EQ(static_cast<int>(d.Ellipsoid), 7);
+    EXPECT_EQ(V(d.Type), PT_STATE_PLANE_83);
+    EXPECT_EQ(static_cast<int>(V(d.Ellipsoid)), 7);
     for (double v : {d.Lon0, d.Lat0, d.Lon1, d.Lat1, d.Lon2, d.Lat2, d.xOrg, d.yOrg, d.K0})
         EXPECT_EQ(v, 0.0);
-    EXPECT_EQ(d.Alpha, 16.0);
+    EXPECT_EQ(V(d.Alpha), 16.0);
     EXPECT_FALSE(StatePlaneBuild(PT_LAMBERT_CONIC, &d));
 }
 
@@ -462,9 +468,9 @@ TEST(StatePlaneParams, ExpandsOrMarksTheZoneUnknown) {
         d.Zone = static_cast<StateZoneType>(c.zone);
         d.Scale = 1;
         ProjGetStateZoneParams(&d);
-        EXPECT_EQ(static_cast<int>(d.Zone), c.zoneAfter) << c.type << "/" << c.zone;
-        EXPECT_EQ(static_cast<int>(d.Type), c.typeAfter) << c.type << "/" << c.zone;
-        EXPECT_EQ(d.Scale, 1.0);
+        EXPECT_EQ(static_cast<int>(V(d.Zone)), c.zoneAfter) << c.type << "/" << c.zone;
+        EXPECT_EQ(static_cast<int>(V(d.Type)), c.typeAfter) << c.type << "/" << c.zone;
+        EXPECT_EQ(V(d.Scale), 1.0);
     }
     ProjGetStateZoneParams(nullptr); // must not fault
 }
