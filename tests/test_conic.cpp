@@ -298,6 +298,26 @@ TEST(Conic, AlbersPointFailures) {
     }
 }
 
+// Far beyond the outline q leaves the range of the ellipsoid's q, the first
+// estimate sits on a pole and the iteration wanders until its 500 steps are
+// spent: the point is unplottable. The sphere clamps to the pole instead.
+TEST(Conic, AlbersInverseBeyondTheOutline) {
+    PROJDATA e = Working(PT_ALBERS, 6378137, kGrs80F, 23, -96, 29.5, 45.5);
+    PROJPOINT pts[4] = {{0.0, 9e6}, {0.0, -9e6}, {3e7, 3e7}, {0.0, 1e6}};
+    EXPECT_TRUE(AlbersInverse(&e, pts, 4));
+    EXPECT_TRUE(IsUnplottable(pts[0]));
+    EXPECT_TRUE(IsUnplottable(pts[1]));
+    EXPECT_TRUE(IsUnplottable(pts[2]));
+    EXPECT_FALSE(IsUnplottable(pts[3]));
+    EXPECT_EQ(e.iResult, 1);
+    PROJDATA s = Working(PT_ALBERS, 6378137, 0.0, 23, -96, 29.5, 45.5);
+    PROJPOINT q[2] = {{0.0, 9e6}, {0.0, -9e6}};
+    EXPECT_TRUE(AlbersInverse(&s, q, 2));
+    EXPECT_EQ(s.iResult, 0);
+    EXPECT_DOUBLE_EQ(q[0].y, kRad * 90);
+    EXPECT_DOUBLE_EQ(q[1].y, -kRad * 90);
+}
+
 TEST(Conic, EquiConeTangentAndNearlyTangentCones) {
     // Lat1 = Lat2 = 40 is the tangent cone n = sin 40 (cs2cs agrees above);
     // parallels 1.7e-7 rad apart are treated the same way.
