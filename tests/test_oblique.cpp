@@ -175,6 +175,17 @@ TEST(Oblique, AlaskaZone1AgreesWithEpsg) {
     for (const Row& r : kEpsg) CheckRow(r);
 }
 
+// EPSG guidance note 7-2, Hotine Oblique Mercator (variant B) example
+// (Timbalai 1948 / R.S.O. Borneo): its intermediate u (measured from the
+// centre) and v, which are this module's output with bUOffset set and bRotate
+// clear. Everest 1830 (1967) a 6377298.556, 1/f 300.8017; centre 4 N 115 E,
+// azimuth 53d18'56.9537", k 0.99984.
+TEST(Oblique, EpsgGuidanceNoteHotineExample) {
+    CheckRow({"EPSG GN 7-2", kHotine,
+              Rec(6377298.556, 1.0 / 300.8017).Lat0(4).Lon1(115).Alpha(53.31582047222222).K0(0.99984).UOffset(),
+              115.80550544444444, 5.387253583333334, 163238.163, -69702.787, 1e-3});
+}
+
 // Great Lakes Survey 1 and 4 as the zone rows hold them: the two points
 // (44 N, 78 E) / (0, 0) and (47d12' N, 88d50' E) / (0, 0) with those centre
 // latitudes give no real central azimuth. PROJ refuses the same definitions

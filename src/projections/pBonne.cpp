@@ -38,7 +38,7 @@ Bonne MakeBonne(const PROJDATA* d) {
         b.apex = b.a * c1 / s1;  // R cot phi1, Snyder 19-1 and 19-4
         b.arc1 = b.a * b.phi1;
     } else {
-        b.apex = b.a * ParallelRadiusFactor(c1, s1, b.e2) / s1; // a m1 / sin phi1, 19-7, 19-10
+        b.apex = b.a * ParallelRadiusFactor(c1, s1, b.e2) / s1; // a m1 / sin phi1, Snyder 19-8, 19-10
         b.arc1 = b.arc.At(b.phi1);                               // Snyder 3-21
     }
     b.ok = true;
@@ -52,7 +52,7 @@ inline double Arc(const Bonne& b, double phi, double s, double c) {
 bool ForwardPoint(const Bonne& b, PROJPOINT& p) {
     const double phi = p.y, dLam = p.x - b.lam0;
     const double s = std::sin(phi), c = std::cos(phi);
-    const double rho = b.apex + b.arc1 - Arc(b, phi, s, c); // Snyder 19-1 / 19-7
+    const double rho = b.apex + b.arc1 - Arc(b, phi, s, c); // Snyder 19-1 / 19-8
     // Length of the parallel's arc from the central meridian: R cos phi dLam, or a m dLam.
     const double arcLen = b.e == 0.0 ? b.a * c * dLam
                                      : b.a * ParallelRadiusFactor(c, s, b.e2) * dLam;
@@ -61,7 +61,7 @@ bool ForwardPoint(const Bonne& b, PROJPOINT& p) {
         p.y = b.apex;
         return true;
     }
-    const double E = arcLen / rho;        // Snyder 19-2 / 19-8
+    const double E = arcLen / rho;        // Snyder 19-2 / 19-9
     p.x = rho * std::sin(E);              // Snyder 19-3
     p.y = b.apex - rho * std::cos(E);     // Snyder 19-4
     return true;

@@ -125,8 +125,8 @@ bool ForwardPoint(const Hotine& h, PROJPOINT& p) {
     if (!(std::fabs(v) < kFltMax)) return false;
     u -= h.uc;
     if (h.rotate) {
-        p.x = v * h.cosAc + u * h.sinAc; // Snyder 9-32 (rectified x)
-        p.y = u * h.cosAc - v * h.sinAc; // Snyder 9-33 (rectified y)
+        p.x = v * h.cosAc + u * h.sinAc; // Snyder ch. 9 rectified x (EPSG GN 7-2: E)
+        p.y = u * h.cosAc - v * h.sinAc; // Snyder ch. 9 rectified y (EPSG GN 7-2: N)
     } else {
         p.x = u;
         p.y = v;
@@ -137,31 +137,31 @@ bool ForwardPoint(const Hotine& h, PROJPOINT& p) {
 bool InversePoint(const Hotine& h, PROJPOINT& p) {
     double u, v;
     if (h.rotate) {
-        v = p.x * h.cosAc - p.y * h.sinAc; // Snyder 9-39 (inverse rotation)
-        u = p.y * h.cosAc + p.x * h.sinAc; // Snyder 9-40
+        v = p.x * h.cosAc - p.y * h.sinAc; // Snyder ch. 9 inverse rotation (GN 7-2: v')
+        u = p.y * h.cosAc + p.x * h.sinAc; // GN 7-2: u'
     } else {
         u = p.x;
         v = p.y;
     }
     u += h.uc;
-    const double Qp = std::exp(-h.B * v / h.A);              // Snyder 9-41
+    const double Qp = std::exp(-h.B * v / h.A);              // Snyder ch. 9 inverse: Q' (GN 7-2)
     if (!(Qp > 0.0) || !(Qp < kFltMax)) return false;
-    const double Sp = (Qp - 1.0 / Qp) / 2.0;                 // Snyder 9-42
-    const double Tp = (Qp + 1.0 / Qp) / 2.0;                 // Snyder 9-43
+    const double Sp = (Qp - 1.0 / Qp) / 2.0;                 // S'
+    const double Tp = (Qp + 1.0 / Qp) / 2.0;                 // T'
     const double bu = h.B * u / h.A;
-    const double Vp = std::sin(bu);                          // Snyder 9-44
-    const double Up = (Vp * h.cosG0 + Sp * h.sinG0) / Tp;    // Snyder 9-45
+    const double Vp = std::sin(bu);                          // V'
+    const double Up = (Vp * h.cosG0 + Sp * h.sinG0) / Tp;    // U'
     if (std::fabs(std::fabs(Up) - 1.0) <= kFltEps) {
         // On the line through the poles of the aposphere.
         p.x = h.lam0;
         p.y = azim::Sign(Up) * kHalfPi;
         return true;
     }
-    const double t = std::pow(h.E / std::sqrt((1.0 + Up) / (1.0 - Up)), 1.0 / h.B); // 9-46
+    const double t = std::pow(h.E / std::sqrt((1.0 + Up) / (1.0 - Up)), 1.0 / h.B); // t', Snyder ch. 9
     if (!(t >= 0.0) || !std::isfinite(t)) return false;
     const double chi = kHalfPi - 2.0 * std::atan(t); // Snyder 7-13
     p.y = h.inv.Phi(chi);                            // Snyder 3-5 (for 7-9)
-    p.x = h.lam0 - std::atan2(Sp * h.cosG0 - Vp * h.sinG0, std::cos(bu)) / h.B; // 9-48
+    p.x = h.lam0 - std::atan2(Sp * h.cosG0 - Vp * h.sinG0, std::cos(bu)) / h.B; // Snyder ch. 9 inverse lambda
     return true;
 }
 
