@@ -7,17 +7,22 @@
 // message catalogue.
 #include "kvproj/projcheck.h"
 #include "kvproj/stateplane.h"
+#include "frame/Diag.h"
 #include "kvlibw/kvlibw.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <functional>
 #include <limits>
 #include <map>
 #include <set>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 using namespace KVProj;
@@ -445,6 +450,35 @@ TEST(ProjCheck, MessageBufferIsNotOverrun) {
         EXPECT_EQ(buffer[i], '#');
     for (size_t i = 32 + kProjCheckMessageLen; i < buffer.size(); ++i)
         EXPECT_EQ(buffer[i], '#');
+}
+
+TEST(ProjCheck, TracesTheRecordItChecks) {
+    const char* dir = std::getenv("TMPDIR");
+    const std::string log = std::string(dir && *dir ? dir : "/tmp") + "/projcheck-trace." +
+                            std::to_string(::getpid()) + ".log";
+    const bool was = LogIsEnabled();
+    const std::string oldPath = LogPath();
+    std::remove(log.c_str());
+    LogSetup(true, log.c_str());
+    PROJDATA d = Valid(PT_MERCATOR);
+    EXPECT_EQ(ProjCheckParams(&d, nullptr, false), 0);
+    EXPECT_EQ(ProjCheckParams(nullptr, nullptr, false), 998);
+    LogSetup(was, oldPath.c_str());
+
+    std::ifstream in(log, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    const std::string text = ss.str();
+    std::remove(log.c_str());
+    char dump[64];
+    std::snprintf(dump, sizeof(dump), "ProjCheckParams called with:\r\n  PROJDATA (Pointer=%p)",
+                  static_cast<void*>(&d));
+    EXPECT_NE(text.find(dump), std::string::npos) << text;
+    EXPECT_NE(text.find("    Type:            1 (Mercator)"), std::string::npos) << text;
+    // The null record is logged by its pointer only.
+    std::snprintf(dump, sizeof(dump), "ProjCheckParams called with:\r\n  PROJDATA (Pointer=%p)",
+                  static_cast<void*>(nullptr));
+    EXPECT_NE(text.find(dump), std::string::npos) << text;
 }
 
 } // namespace

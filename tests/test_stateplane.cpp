@@ -5,6 +5,7 @@
 // with PROJ 9.1.1, FIPS zone codes; Great Lakes grids from PROJ's GL27 file)
 // as the exact doubles the builders must produce.
 #include "kvproj/stateplane.h"
+#include "frame/Diag.h"
 #include "proj/StatePlane.h"
 
 #include <gtest/gtest.h>
@@ -16,6 +17,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 using namespace KVProj;
@@ -473,6 +475,34 @@ TEST(StatePlaneParams, ExpandsOrMarksTheZoneUnknown) {
         EXPECT_EQ(V(d.Scale), 1.0);
     }
     ProjGetStateZoneParams(nullptr); // must not fault
+}
+
+TEST(StatePlaneParams, TracesItsCall) {
+    const char* dir = std::getenv("TMPDIR");
+    const std::string log = std::string(dir && *dir ? dir : "/tmp") + "/stateplane-trace." +
+                            std::to_string(::getpid()) + ".log";
+    const bool was = LogIsEnabled();
+    const std::string oldPath = LogPath();
+    std::remove(log.c_str());
+    LogSetup(true, log.c_str());
+    PROJDATA d;
+    std::memset(&d, 0, sizeof(d));
+    d.Type = PT_STATE_PLANE_83;
+    ProjGetStateZoneParams(&d);
+    ProjGetStateZoneParams(nullptr);
+    LogSetup(was, oldPath.c_str());
+
+    std::ifstream in(log, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    std::remove(log.c_str());
+    char expected[128];
+    std::snprintf(expected, sizeof(expected), "ProjGetStateZoneParams(pData=%p)\r\n",
+                  static_cast<void*>(&d));
+    EXPECT_NE(text.str().find(expected), std::string::npos) << text.str();
+    std::snprintf(expected, sizeof(expected), "ProjGetStateZoneParams(pData=%p)\r\n",
+                  static_cast<void*>(nullptr));
+    EXPECT_NE(text.str().find(expected), std::string::npos) << text.str();
 }
 
 } // namespace
