@@ -93,13 +93,13 @@ TEST_F(ProjTest, UtmDefaultsAreWrittenIntoTheCallersRecord) {
     d.yOrg = 2.0;
     void* h = ProjCreateProjection(&d);
     ASSERT_NE(h, nullptr);
-    EXPECT_EQ(d.K0, 0.9996);
-    EXPECT_EQ(d.xOrg, 500000.0);
-    EXPECT_EQ(d.yOrg, 10000000.0);
+    EXPECT_EQ(+d.K0, 0.9996);
+    EXPECT_EQ(+d.xOrg, 500000.0);
+    EXPECT_EQ(+d.yOrg, 10000000.0);
     PROJDATA info;
     ASSERT_TRUE(ProjGetHandleInfo(h, &info));
-    EXPECT_EQ(info.K0, 0.9996);
-    EXPECT_EQ(info.yOrg, 10000000.0);
+    EXPECT_EQ(+info.K0, 0.9996);
+    EXPECT_EQ(+info.yOrg, 10000000.0);
     ProjDeleteProjection(h);
 
     PROJDATA n = Utm(15.0, false);
@@ -107,8 +107,8 @@ TEST_F(ProjTest, UtmDefaultsAreWrittenIntoTheCallersRecord) {
     n.K0 = 0.9;
     Handle north(n);
     ASSERT_NE(north.h, nullptr);
-    EXPECT_EQ(north.data.yOrg, 0.0);
-    EXPECT_EQ(north.data.K0, 0.9); // a given K0 is kept
+    EXPECT_EQ(+north.data.yOrg, 0.0);
+    EXPECT_EQ(+north.data.K0, 0.9); // a given K0 is kept
 }
 
 TEST_F(ProjTest, EllipsoidIsResolvedIntoTheCallersRecord) {
@@ -117,7 +117,7 @@ TEST_F(ProjTest, EllipsoidIsResolvedIntoTheCallersRecord) {
     d.Flattening = 0.5;
     Handle h(d);
     ASSERT_NE(h.h, nullptr);
-    EXPECT_EQ(h.data.MajorRadius, 6378137.0);              // EPSG 7030
+    EXPECT_EQ(+h.data.MajorRadius, 6378137.0);              // EPSG 7030
     EXPECT_NEAR(1.0 / h.data.Flattening, 298.257223563, 1e-9);
 }
 
@@ -127,12 +127,12 @@ TEST_F(ProjTest, RepairsTouchOnlyTheHandlesCopy) {
     d.K0 = 0.0;
     Handle h(d);
     ASSERT_NE(h.h, nullptr);
-    EXPECT_EQ(h.data.Scale, 0.0);
-    EXPECT_EQ(h.data.K0, 0.0);
+    EXPECT_EQ(+h.data.Scale, 0.0);
+    EXPECT_EQ(+h.data.K0, 0.0);
     PROJDATA info;
     ASSERT_TRUE(ProjGetHandleInfo(h.h, &info));
-    EXPECT_EQ(info.Scale, 1.0);
-    EXPECT_EQ(info.K0, 1.0);
+    EXPECT_EQ(+info.Scale, 1.0);
+    EXPECT_EQ(+info.K0, 1.0);
 }
 
 TEST_F(ProjTest, CreationFailures) {
