@@ -394,15 +394,15 @@ bool parseEnum(ProjDataType type, const std::string& text, int32_t* value) {
     std::vector<char> name(text.begin(), text.end());
     name.push_back('\0');
     if (type == KVProj::PDT_PROJTYPE) {
-        for (int t = 0; t < KVProj::ProjNumProjections(); ++t)
-            if (equalsIgnoringCase(text, projectionName(t)) || equalsIgnoringCase(text, [&] {
-                    char full[KVPROJ_NAME_LEN];
-                    KVProj::ProjGetProjectionInfo(static_cast<ProjType>(t), full);
-                    return std::string(full);
-                }())) {
+        // The catalogue's own names ("Universal Transverse Mercator (UTM)").
+        for (int t = 0; t < KVProj::ProjNumProjections(); ++t) {
+            char full[KVPROJ_NAME_LEN];
+            KVProj::ProjGetProjectionInfo(static_cast<ProjType>(t), full);
+            if (equalsIgnoringCase(text, full)) {
                 *value = t;
                 return true;
             }
+        }
         if (equalsIgnoringCase(text, "undefined")) {
             *value = KVProj::PT_UNDEFINED;
             return true;
