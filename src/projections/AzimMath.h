@@ -37,10 +37,14 @@ inline void ForEachPoint(PROJDATA* data, PROJPOINT* points, int count, Fn conver
 template <class Fn>
 inline void ForEachInverse(PROJDATA* data, PROJPOINT* points, int count, Fn convert);
 
-inline double Sign(double v) { return v < 0.0 ? -1.0 : 1.0; }
+inline double Sign(double v) {
+    return v < 0.0 ? -1.0 : 1.0;
+}
 
 // Clamps a sine or cosine that rounding pushed a hair past +-1.
-inline double Clamp1(double v) { return v > 1.0 ? 1.0 : (v < -1.0 ? -1.0 : v); }
+inline double Clamp1(double v) {
+    return v > 1.0 ? 1.0 : (v < -1.0 ? -1.0 : v);
+}
 
 // The spherical frame about a centre (phi1, lam0) that every azimuthal
 // projection shares.

@@ -27,27 +27,27 @@
 
 namespace KVProj {
 
-bool PolarForward(PROJDATA* data, PROJPOINT* points, int count);    // type 6
+bool PolarForward(PROJDATA* data, PROJPOINT* points, int count); // type 6
 bool PolarInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool OrthoForward(PROJDATA* data, PROJPOINT* points, int count);    // type 7
+bool OrthoForward(PROJDATA* data, PROJPOINT* points, int count); // type 7
 bool OrthoInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool PolyconForward(PROJDATA* data, PROJPOINT* points, int count);  // type 11
+bool PolyconForward(PROJDATA* data, PROJPOINT* points, int count); // type 11
 bool PolyconInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool HotineForward(PROJDATA* data, PROJPOINT* points, int count);   // type 12
+bool HotineForward(PROJDATA* data, PROJPOINT* points, int count); // type 12
 bool HotineInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool CassiniForward(PROJDATA* data, PROJPOINT* points, int count);  // type 16
+bool CassiniForward(PROJDATA* data, PROJPOINT* points, int count); // type 16
 bool CassiniInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool LamAEAForward(PROJDATA* data, PROJPOINT* points, int count);   // type 20
+bool LamAEAForward(PROJDATA* data, PROJPOINT* points, int count); // type 20
 bool LamAEAInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool BonneForward(PROJDATA* data, PROJPOINT* points, int count);    // type 21
+bool BonneForward(PROJDATA* data, PROJPOINT* points, int count); // type 21
 bool BonneInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool RobSterForward(PROJDATA* data, PROJPOINT* points, int count);  // type 22
+bool RobSterForward(PROJDATA* data, PROJPOINT* points, int count); // type 22
 bool RobSterInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool OMercForward(PROJDATA* data, PROJPOINT* points, int count);    // type 25
+bool OMercForward(PROJDATA* data, PROJPOINT* points, int count); // type 25
 bool OMercInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool GnomForward(PROJDATA* data, PROJPOINT* points, int count);     // type 27
+bool GnomForward(PROJDATA* data, PROJPOINT* points, int count); // type 27
 bool GnomInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool AzimuthForward(PROJDATA* data, PROJPOINT* points, int count);  // type 28
+bool AzimuthForward(PROJDATA* data, PROJPOINT* points, int count); // type 28
 bool AzimuthInverse(PROJDATA* data, PROJPOINT* points, int count);
 
 } // namespace KVProj

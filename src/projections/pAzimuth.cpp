@@ -26,8 +26,8 @@ bool AzimuthForward(PROJDATA* data, PROJPOINT* points, int count) {
         // point on the bounding circle, is lost in rounding.
         if (t.cosC < 0.0 && sinC < kAntipodeTolerance) return false;
         const double k = sinC == 0.0 ? 1.0 : c / sinC; // Snyder 25-2; 1 at the centre
-        p.x = r * k * t.xUnit; // Snyder 22-4 with 25-2
-        p.y = r * k * t.yUnit; // Snyder 22-5 with 25-2
+        p.x = r * k * t.xUnit;                         // Snyder 22-4 with 25-2
+        p.y = r * k * t.yUnit;                         // Snyder 22-5 with 25-2
         return true;
     });
     return true;

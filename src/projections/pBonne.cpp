@@ -15,9 +15,9 @@ namespace {
 struct Bonne {
     bool ok;
     double a, e, e2, lam0, phi1;
-    double apex;   // distance of the origin from the apex: R cot phi1, or a m1 / sin phi1
-    double arc1;   // M(phi1) (R phi1 on the sphere)
-    double sgn;    // sign of phi1, which fixes the side of the apex
+    double apex; // distance of the origin from the apex: R cot phi1, or a m1 / sin phi1
+    double arc1; // M(phi1) (R phi1 on the sphere)
+    double sgn;  // sign of phi1, which fixes the side of the apex
     MeridianArc arc;
     Footpoint foot;
 };
@@ -35,11 +35,12 @@ Bonne MakeBonne(const PROJDATA* d) {
     const double s1 = std::sin(b.phi1), c1 = std::cos(b.phi1);
     if (s1 == 0.0 || !(b.a > 0.0)) return b;
     if (b.e == 0.0) {
-        b.apex = b.a * c1 / s1;  // R cot phi1, Snyder 19-1 and 19-4
+        b.apex = b.a * c1 / s1; // R cot phi1, Snyder 19-1 and 19-4
         b.arc1 = b.a * b.phi1;
     } else {
-        b.apex = b.a * ParallelRadiusFactor(c1, s1, b.e2) / s1; // a m1 / sin phi1, Snyder 19-8, 19-10
-        b.arc1 = b.arc.At(b.phi1);                               // Snyder 3-21
+        b.apex =
+            b.a * ParallelRadiusFactor(c1, s1, b.e2) / s1; // a m1 / sin phi1, Snyder 19-8, 19-10
+        b.arc1 = b.arc.At(b.phi1);                         // Snyder 3-21
     }
     b.ok = true;
     return b;
@@ -54,28 +55,28 @@ bool ForwardPoint(const Bonne& b, PROJPOINT& p) {
     const double s = std::sin(phi), c = std::cos(phi);
     const double rho = b.apex + b.arc1 - Arc(b, phi, s, c); // Snyder 19-1 / 19-8
     // Length of the parallel's arc from the central meridian: R cos phi dLam, or a m dLam.
-    const double arcLen = b.e == 0.0 ? b.a * c * dLam
-                                     : b.a * ParallelRadiusFactor(c, s, b.e2) * dLam;
+    const double arcLen =
+        b.e == 0.0 ? b.a * c * dLam : b.a * ParallelRadiusFactor(c, s, b.e2) * dLam;
     if (rho == 0.0) { // the apex itself: the pole on the side of phi1
         p.x = 0.0;
         p.y = b.apex;
         return true;
     }
-    const double E = arcLen / rho;        // Snyder 19-2 / 19-9
-    p.x = rho * std::sin(E);              // Snyder 19-3
-    p.y = b.apex - rho * std::cos(E);     // Snyder 19-4
+    const double E = arcLen / rho;    // Snyder 19-2 / 19-9
+    p.x = rho * std::sin(E);          // Snyder 19-3
+    p.y = b.apex - rho * std::cos(E); // Snyder 19-4
     return true;
 }
 
 bool InversePoint(const Bonne& b, PROJPOINT& p) {
     const double x = p.x, dy = b.apex - p.y;
-    const double rho = b.sgn * std::hypot(x, dy);          // Snyder 19-5 / 19-11
+    const double rho = b.sgn * std::hypot(x, dy); // Snyder 19-5 / 19-11
     double phi;
     if (b.e == 0.0) {
-        phi = (b.apex + b.arc1 - rho) / b.a;                // Snyder 19-6
+        phi = (b.apex + b.arc1 - rho) / b.a; // Snyder 19-6
     } else {
-        const double m = b.apex + b.arc1 - rho;             // Snyder 19-12
-        phi = b.foot.Phi(b.arc.Mu(m));                      // Snyder 7-19, 3-26
+        const double m = b.apex + b.arc1 - rho; // Snyder 19-12
+        phi = b.foot.Phi(b.arc.Mu(m));          // Snyder 7-19, 3-26
         // 3-26 inverts the untruncated arc; two Newton steps on the e^6 series
         // that the forward uses make the pair agree to rounding (the slope is the
         // meridian's radius of curvature, Snyder 4-18).
@@ -106,14 +107,16 @@ bool InversePoint(const Bonne& b, PROJPOINT& p) {
 bool BonneForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Bonne b = MakeBonne(data);
-    azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) { return b.ok && ForwardPoint(b, p); });
+    azim::ForEachPoint(data, points, count,
+                       [&](PROJPOINT& p) { return b.ok && ForwardPoint(b, p); });
     return true;
 }
 
 bool BonneInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Bonne b = MakeBonne(data);
-    azim::ForEachInverse(data, points, count, [&](PROJPOINT& p) { return b.ok && InversePoint(b, p); });
+    azim::ForEachInverse(data, points, count,
+                         [&](PROJPOINT& p) { return b.ok && InversePoint(b, p); });
     return true;
 }
 

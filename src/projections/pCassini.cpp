@@ -20,9 +20,9 @@ bool CassiniForward(PROJDATA* data, PROJPOINT* points, int count) {
     azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         const double dLam = p.x - lam0;
         const double sinPhi = std::sin(p.y), cosPhi = std::cos(p.y);
-        const double B = cosPhi * std::sin(dLam);                           // Snyder 13-5
-        p.x = r * std::asin(azim::Clamp1(B));                                // Snyder 13-1
-        p.y = r * (std::atan2(sinPhi, cosPhi * std::cos(dLam)) - phi0);      // Snyder 13-2
+        const double B = cosPhi * std::sin(dLam);                       // Snyder 13-5
+        p.x = r * std::asin(azim::Clamp1(B));                           // Snyder 13-1
+        p.y = r * (std::atan2(sinPhi, cosPhi * std::cos(dLam)) - phi0); // Snyder 13-2
         return true;
     });
     return true;
@@ -35,10 +35,10 @@ bool CassiniInverse(PROJDATA* data, PROJPOINT* points, int count) {
         if (!(r > 0.0)) return false;
         const double xs = p.x / r;
         if (!(std::fabs(xs) <= kHalfPi + 1e-12)) return false;
-        const double D = p.y / r + phi0;                                     // Snyder 13-6
+        const double D = p.y / r + phi0; // Snyder 13-6
         const double sinX = std::sin(xs), cosX = std::cos(xs);
-        p.y = std::asin(azim::Clamp1(std::sin(D) * cosX));                   // Snyder 13-3
-        p.x = lam0 + std::atan2(sinX, cosX * std::cos(D));                   // Snyder 13-4
+        p.y = std::asin(azim::Clamp1(std::sin(D) * cosX)); // Snyder 13-3
+        p.x = lam0 + std::atan2(sinX, cosX * std::cos(D)); // Snyder 13-4
         return true;
     });
     return true;

@@ -26,11 +26,11 @@ using azim::kFltMax;
 
 struct Hotine {
     bool ok;
-    double e, A, B, E;     // Snyder 9-11, 9-12 and E of 9-15 / 9-36
-    double lam0;           // longitude of the natural origin
-    double sinG0, cosG0;   // gamma0, azimuth of the central line at the natural origin
-    double sinAc, cosAc;   // alpha_c, azimuth at the centre (rotation angle)
-    double uc;             // u of the centre, subtracted with bUOffset
+    double e, A, B, E;   // Snyder 9-11, 9-12 and E of 9-15 / 9-36
+    double lam0;         // longitude of the natural origin
+    double sinG0, cosG0; // gamma0, azimuth of the central line at the natural origin
+    double sinAc, cosAc; // alpha_c, azimuth at the centre (rotation angle)
+    double uc;           // u of the centre, subtracted with bUOffset
     bool rotate;
     azim::ConformalInverse inv;
 };
@@ -51,43 +51,43 @@ Hotine MakeHotine(const PROJDATA* d) {
     if (std::fabs(cosP0) <= kFltEps) return h; // centre at a pole: no central line
     const double sgn0 = azim::Sign(sinP0);
     const double w0 = 1.0 - e2 * sinP0 * sinP0;
-    h.B = std::sqrt(1.0 + e2 * std::pow(cosP0, 4) / (1.0 - e2));          // Snyder 9-11
-    h.A = d->MajorRadius * h.B * d->K0 * std::sqrt(1.0 - e2) / w0;       // Snyder 9-12
-    const double t0 = HotineT(phi0, h.e);                                 // Snyder 9-13
+    h.B = std::sqrt(1.0 + e2 * std::pow(cosP0, 4) / (1.0 - e2));               // Snyder 9-11
+    h.A = d->MajorRadius * h.B * d->K0 * std::sqrt(1.0 - e2) / w0;             // Snyder 9-12
+    const double t0 = HotineT(phi0, h.e);                                      // Snyder 9-13
     double D = h.B * std::sqrt(1.0 - e2) / (std::fabs(cosP0) * std::sqrt(w0)); // 9-14
     if (D < 1.0) D = 1.0; // rounding at the equator; F needs D >= 1
     const double root = std::sqrt(D * D - 1.0);
-    const double F = D + sgn0 * root;                                     // Snyder 9-35
-    h.E = F * std::pow(t0, h.B);                                          // 9-15 / 9-36
+    const double F = D + sgn0 * root; // Snyder 9-35
+    h.E = F * std::pow(t0, h.B);      // 9-15 / 9-36
     double gamma0, alphaC;
     if (d->bUseAlpha) {
         alphaC = d->Alpha;
-        const double G = (F - 1.0 / F) / 2.0;                             // Snyder 9-19
+        const double G = (F - 1.0 / F) / 2.0; // Snyder 9-19
         const double sg = std::sin(alphaC) / D;
         if (std::fabs(sg) > 1.0) return h;
-        gamma0 = std::asin(sg);                                           // Snyder 9-37
+        gamma0 = std::asin(sg); // Snyder 9-37
         const double sl = G * std::tan(gamma0);
         if (std::fabs(sl) > 1.0) return h;
-        h.lam0 = d->Lon1 - std::asin(sl) / h.B;                           // Snyder 9-38
+        h.lam0 = d->Lon1 - std::asin(sl) / h.B; // Snyder 9-38
     } else {
         const double lam1 = d->Lon1;
         double lam2 = d->Lon2;
         if (lam1 - lam2 > kPi) lam2 += kTwoPi; // the shorter way round
         if (lam1 - lam2 < -kPi) lam2 -= kTwoPi;
         const double t1 = HotineT(d->Lat1, h.e), t2 = HotineT(d->Lat2, h.e);
-        const double H = std::pow(t1, h.B), L = std::pow(t2, h.B);        // Snyder 9-16, 9-17
+        const double H = std::pow(t1, h.B), L = std::pow(t2, h.B); // Snyder 9-16, 9-17
         if (!(H > 0.0) || !(L > 0.0)) return h;
-        const double Fp = h.E / H;                                        // Snyder 9-18
-        const double G = (Fp - 1.0 / Fp) / 2.0;                           // Snyder 9-19
-        const double J = (h.E * h.E - L * H) / (h.E * h.E + L * H);       // Snyder 9-20
-        const double P = (L - H) / (L + H);                               // Snyder 9-21
+        const double Fp = h.E / H;                                  // Snyder 9-18
+        const double G = (Fp - 1.0 / Fp) / 2.0;                     // Snyder 9-19
+        const double J = (h.E * h.E - L * H) / (h.E * h.E + L * H); // Snyder 9-20
+        const double P = (L - H) / (L + H);                         // Snyder 9-21
         if (P == 0.0 || G == 0.0) return h; // points symmetric about the centre
         h.lam0 = (lam1 + lam2) / 2.0 -
                  std::atan(J * std::tan(h.B * (lam1 - lam2) / 2.0) / P) / h.B; // Snyder 9-22
-        gamma0 = std::atan(std::sin(h.B * (lam1 - h.lam0)) / G);          // Snyder 9-23
+        gamma0 = std::atan(std::sin(h.B * (lam1 - h.lam0)) / G);               // Snyder 9-23
         const double sa = D * std::sin(gamma0);
         if (std::fabs(sa) > 1.0) return h;
-        alphaC = std::asin(sa);                                           // Snyder 9-24
+        alphaC = std::asin(sa); // Snyder 9-24
     }
     h.sinG0 = std::sin(gamma0);
     h.cosG0 = std::cos(gamma0);
@@ -110,16 +110,16 @@ bool ForwardPoint(const Hotine& h, PROJPOINT& p) {
         v = h.A / h.B * std::log(std::tan(kQuarterPi - s * std::asin(h.sinG0) / 2.0));
         u = h.A * phi / h.B;
     } else {
-        const double t = HotineT(phi, h.e);                 // Snyder 9-13
+        const double t = HotineT(phi, h.e); // Snyder 9-13
         if (!(t > 0.0)) return false;
-        const double Q = h.E / std::pow(t, h.B);            // Snyder 9-25
+        const double Q = h.E / std::pow(t, h.B); // Snyder 9-25
         if (!(Q > 0.0) || !(Q < kFltMax)) return false;
-        const double S = (Q - 1.0 / Q) / 2.0;               // Snyder 9-26
-        const double T = (Q + 1.0 / Q) / 2.0;               // Snyder 9-27
-        const double V = std::sin(bdl);                     // Snyder 9-28
-        const double U = (-V * h.cosG0 + S * h.sinG0) / T;  // Snyder 9-29
+        const double S = (Q - 1.0 / Q) / 2.0;                       // Snyder 9-26
+        const double T = (Q + 1.0 / Q) / 2.0;                       // Snyder 9-27
+        const double V = std::sin(bdl);                             // Snyder 9-28
+        const double U = (-V * h.cosG0 + S * h.sinG0) / T;          // Snyder 9-29
         if (std::fabs(std::fabs(U) - 1.0) <= kFltEps) return false; // 90 degrees off the line
-        v = h.A * std::log((1.0 - U) / (1.0 + U)) / (2.0 * h.B);       // Snyder 9-30
+        v = h.A * std::log((1.0 - U) / (1.0 + U)) / (2.0 * h.B);    // Snyder 9-30
         u = h.A * std::atan2(S * h.cosG0 + V * h.sinG0, std::cos(bdl)) / h.B; // Snyder 9-31
     }
     if (!(std::fabs(v) < kFltMax)) return false;
@@ -144,24 +144,26 @@ bool InversePoint(const Hotine& h, PROJPOINT& p) {
         v = p.y;
     }
     u += h.uc;
-    const double Qp = std::exp(-h.B * v / h.A);              // Snyder ch. 9 inverse: Q' (GN 7-2)
+    const double Qp = std::exp(-h.B * v / h.A); // Snyder ch. 9 inverse: Q' (GN 7-2)
     if (!(Qp > 0.0) || !(Qp < kFltMax)) return false;
-    const double Sp = (Qp - 1.0 / Qp) / 2.0;                 // S'
-    const double Tp = (Qp + 1.0 / Qp) / 2.0;                 // T'
+    const double Sp = (Qp - 1.0 / Qp) / 2.0; // S'
+    const double Tp = (Qp + 1.0 / Qp) / 2.0; // T'
     const double bu = h.B * u / h.A;
-    const double Vp = std::sin(bu);                          // V'
-    const double Up = (Vp * h.cosG0 + Sp * h.sinG0) / Tp;    // U'
+    const double Vp = std::sin(bu);                       // V'
+    const double Up = (Vp * h.cosG0 + Sp * h.sinG0) / Tp; // U'
     if (std::fabs(std::fabs(Up) - 1.0) <= kFltEps) {
         // On the line through the poles of the aposphere.
         p.x = h.lam0;
         p.y = azim::Sign(Up) * kHalfPi;
         return true;
     }
-    const double t = std::pow(h.E / std::sqrt((1.0 + Up) / (1.0 - Up)), 1.0 / h.B); // t', Snyder ch. 9
+    const double t =
+        std::pow(h.E / std::sqrt((1.0 + Up) / (1.0 - Up)), 1.0 / h.B); // t', Snyder ch. 9
     if (!(t >= 0.0) || !std::isfinite(t)) return false;
     const double chi = kHalfPi - 2.0 * std::atan(t); // Snyder 7-13
     p.y = h.inv.Phi(chi);                            // Snyder 3-5 (for 7-9)
-    p.x = h.lam0 - std::atan2(Sp * h.cosG0 - Vp * h.sinG0, std::cos(bu)) / h.B; // Snyder ch. 9 inverse lambda
+    p.x = h.lam0 - std::atan2(Sp * h.cosG0 - Vp * h.sinG0, std::cos(bu)) /
+                       h.B; // Snyder ch. 9 inverse lambda
     return true;
 }
 
@@ -179,7 +181,7 @@ bool HotineInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Hotine h = MakeHotine(data);
     azim::ForEachInverse(data, points, count,
-                       [&](PROJPOINT& p) { return h.ok && InversePoint(h, p); });
+                         [&](PROJPOINT& p) { return h.ok && InversePoint(h, p); });
     return true;
 }
 

@@ -34,7 +34,7 @@ bool LamAEAInverse(PROJDATA* data, PROJPOINT* points, int count) {
         if (r <= 0.0) return false;
         const double rho = std::hypot(p.x, p.y); // Snyder 20-18
         const double s = rho / (2.0 * r);
-        if (!(s <= 1.0 + 1e-12)) return false; // outside the bounding circle
+        if (!(s <= 1.0 + 1e-12)) return false;               // outside the bounding circle
         const double c = 2.0 * std::asin(s > 1.0 ? 1.0 : s); // Snyder 24-16
         frame.Invert(p.x, p.y, rho, std::sin(c), std::cos(c), p);
         return true;

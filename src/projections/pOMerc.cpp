@@ -41,7 +41,7 @@ OMerc MakeOMerc(const PROJDATA* d) {
     const double phiP = std::atan2(zP, horiz);
     m.sinPp = std::sin(phiP);
     m.cosPp = std::cos(phiP);
-    m.lam0 = lamP + kHalfPi;                                  // Snyder 9-6a
+    m.lam0 = lamP + kHalfPi; // Snyder 9-6a
     m.ok = std::isfinite(m.lam0) && std::isfinite(m.sinPp) && m.rk0 != 0.0;
     return m;
 }
@@ -55,7 +55,7 @@ bool ForwardPoint(const OMerc& m, PROJPOINT& p) {
     if (std::fabs(std::fabs(A) - 1.0) <= azim::kFltEps) return false;
     // 9-3 with tan phi = sin phi / cos phi, so that the poles need no special case.
     p.x = m.rk0 * std::atan2(sinPhi * m.cosPp + m.sinPp * sinD * cosPhi, cosD * cosPhi); // 9-3
-    p.y = m.rk0 / 2.0 * std::log((1.0 + A) / (1.0 - A));      // Snyder 9-4
+    p.y = m.rk0 / 2.0 * std::log((1.0 + A) / (1.0 - A)); // Snyder 9-4
     return true;
 }
 
@@ -65,7 +65,7 @@ bool InversePoint(const OMerc& m, PROJPOINT& p) {
     const double sinhY = std::sinh(ys), coshY = std::cosh(ys);
     if (!std::isfinite(coshY)) return false;
     p.y = std::asin(azim::Clamp1(m.sinPp * std::tanh(ys) + m.cosPp * sinX / coshY)); // 9-9
-    p.x = m.lam0 + std::atan2(m.sinPp * sinX - m.cosPp * sinhY, cosX);              // 9-10
+    p.x = m.lam0 + std::atan2(m.sinPp * sinX - m.cosPp * sinhY, cosX);               // 9-10
     return true;
 }
 
@@ -83,7 +83,7 @@ bool OMercInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const OMerc m = MakeOMerc(data);
     azim::ForEachInverse(data, points, count,
-                       [&](PROJPOINT& p) { return m.ok && InversePoint(m, p); });
+                         [&](PROJPOINT& p) { return m.ok && InversePoint(m, p); });
     return true;
 }
 

@@ -26,13 +26,13 @@ constexpr double kAntipodeTolerance = azim::kFltEps;
 
 struct Stereo {
     bool polar;
-    double sign;     // +1 north pole or oblique, -1 south pole
-    double a, e;     // radius or semi-major axis; eccentricity (0 on the sphere)
+    double sign; // +1 north pole or oblique, -1 south pole
+    double a, e; // radius or semi-major axis; eccentricity (0 on the sphere)
     double lam0;
-    double k0;       // scale at the centre (pole or oblique centre)
+    double k0;               // scale at the centre (pole or oblique centre)
     double sinChi1, cosChi1; // oblique: conformal (or spherical) centre latitude
-    double twoAk0m1; // oblique ellipsoid: 2 a k0 m1, Snyder 21-27
-    double rhoScale; // polar ellipsoid: rho = rhoScale * t, Snyder 21-33 / 21-34
+    double twoAk0m1;         // oblique ellipsoid: 2 a k0 m1, Snyder 21-27
+    double rhoScale;         // polar ellipsoid: rho = rhoScale * t, Snyder 21-33 / 21-34
     azim::ConformalInverse inv;
 };
 
@@ -56,12 +56,13 @@ Stereo MakeStereo(const PROJDATA* d) {
         } else if (hasTs) {
             const double sinTs = std::sin(latTs);
             const double mc = ParallelRadiusFactor(std::cos(latTs), sinTs, s.e * s.e); // 14-15
-            const double tc = ConformalT(latTs, sinTs, s.e);                         // 15-9
-            s.rhoScale = s.a * mc / tc;                                              // 21-34
+            const double tc = ConformalT(latTs, sinTs, s.e);                           // 15-9
+            s.rhoScale = s.a * mc / tc;                                                // 21-34
         } else {
             const double e = s.e;
-            s.rhoScale = 2.0 * s.a * s.k0 /
-                         std::sqrt(std::pow(1.0 + e, 1.0 + e) * std::pow(1.0 - e, 1.0 - e)); // 21-33
+            s.rhoScale =
+                2.0 * s.a * s.k0 /
+                std::sqrt(std::pow(1.0 + e, 1.0 + e) * std::pow(1.0 - e, 1.0 - e)); // 21-33
         }
         return s;
     }
@@ -93,12 +94,12 @@ bool ForwardPoint(const Stereo& s, PROJPOINT& p) {
         if (phi <= -kHalfPi + azim::kFltEps) return false; // the opposite pole is at infinity
         const double sinPhi = std::sin(phi);
         if (1.0 + s.e * sinPhi <= 0.0) return false;
-        const double t = s.e == 0.0 ? std::tan(kQuarterPi - phi / 2.0)
-                                    : ConformalT(phi, sinPhi, s.e); // 15-9
+        const double t =
+            s.e == 0.0 ? std::tan(kQuarterPi - phi / 2.0) : ConformalT(phi, sinPhi, s.e); // 15-9
         if (!(t >= 0.0)) return false;
         const double rho = s.rhoScale * t;
-        p.x = rho * std::sin(dLam);             // Snyder 21-30
-        p.y = -s.sign * rho * std::cos(dLam);   // Snyder 21-31
+        p.x = rho * std::sin(dLam);           // Snyder 21-30
+        p.y = -s.sign * rho * std::cos(dLam); // Snyder 21-31
         return true;
     }
     const double chi = Chi(s, p.y);
@@ -109,8 +110,8 @@ bool ForwardPoint(const Stereo& s, PROJPOINT& p) {
     // Snyder 21-4 on the sphere; 21-27 with cos chi1 folded into the terms below.
     const double aFactor = s.twoAk0m1 / den;
     const double scale = s.e == 0.0 ? aFactor : aFactor / s.cosChi1;
-    p.x = scale * cosChi * std::sin(dLam);                               // 21-2 / 21-24
-    p.y = scale * (s.cosChi1 * sinChi - s.sinChi1 * cosChi * cosD);      // 21-3 / 21-25
+    p.x = scale * cosChi * std::sin(dLam);                          // 21-2 / 21-24
+    p.y = scale * (s.cosChi1 * sinChi - s.sinChi1 * cosChi * cosD); // 21-3 / 21-25
     return true;
 }
 
@@ -119,8 +120,8 @@ bool InversePoint(const Stereo& s, PROJPOINT& p) {
     const double rho = std::hypot(x, y); // Snyder 20-18
     if (s.polar) {
         if (!(s.rhoScale > 0.0)) return false;
-        const double t = rho / s.rhoScale; // Snyder 21-39 / 21-40
-        const double chi = kHalfPi - 2.0 * std::atan(t); // Snyder 7-13
+        const double t = rho / s.rhoScale;                    // Snyder 21-39 / 21-40
+        const double chi = kHalfPi - 2.0 * std::atan(t);      // Snyder 7-13
         const double phi = s.e == 0.0 ? chi : s.inv.Phi(chi); // Snyder 3-5
         p.y = s.sign * phi;
         p.x = rho == 0.0 ? s.lam0 : s.lam0 + std::atan2(x, -s.sign * y); // Snyder 20-16, 20-17
@@ -135,7 +136,7 @@ bool InversePoint(const Stereo& s, PROJPOINT& p) {
         chi = std::atan2(s.sinChi1, s.cosChi1);
         lam = s.lam0;
     } else {
-        chi = std::asin(azim::Clamp1(cosC * s.sinChi1 + y * sinC * s.cosChi1 / rho)); // 21-37
+        chi = std::asin(azim::Clamp1(cosC * s.sinChi1 + y * sinC * s.cosChi1 / rho));       // 21-37
         lam = s.lam0 + std::atan2(x * sinC, rho * s.cosChi1 * cosC - y * s.sinChi1 * sinC); // 21-36
     }
     p.y = s.e == 0.0 ? chi : s.inv.Phi(chi); // Snyder 3-5

@@ -44,12 +44,12 @@ bool ForwardPoint(const Polycon& c, PROJPOINT& p) {
         return true;
     }
     const double sinPhi = std::sin(phi), cosPhi = std::cos(phi);
-    const double E = dLam * sinPhi;                              // Snyder 18-3
+    const double E = dLam * sinPhi;                                 // Snyder 18-3
     const double n = c.a / std::sqrt(1.0 - c.e2 * sinPhi * sinPhi); // Snyder 4-20
     const double ncot = n * cosPhi / sinPhi;
     const double m = c.e == 0.0 ? c.a * phi : c.arc.At(phi, sinPhi, cosPhi); // Snyder 3-21
-    p.x = ncot * std::sin(E);                                    // Snyder 18-4 / 18-12
-    p.y = m - c.m0 + ncot * (1.0 - std::cos(E));                 // Snyder 18-5 / 18-13
+    p.x = ncot * std::sin(E);                                                // Snyder 18-4 / 18-12
+    p.y = m - c.m0 + ncot * (1.0 - std::cos(E));                             // Snyder 18-5 / 18-13
     return true;
 }
 
@@ -117,7 +117,7 @@ bool InversePoint(const Polycon& c, PROJPOINT& p) {
     const double sinPhi = std::sin(phi);
     const double C = std::sqrt(1.0 - c.e2 * sinPhi * sinPhi) * std::tan(phi);
     const double arg = x * C / c.a;
-    if (std::fabs(arg) > 1.0 + 1e-12) return false; // no parallel arc reaches x
+    if (std::fabs(arg) > 1.0 + 1e-12) return false;       // no parallel arc reaches x
     p.x = std::asin(azim::Clamp1(arg)) / sinPhi + c.lam0; // Snyder 18-23 (18-9)
     p.y = phi;
     return true;
@@ -135,9 +135,8 @@ bool PolyconForward(PROJDATA* data, PROJPOINT* points, int count) {
 bool PolyconInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Polycon c = MakePolycon(data);
-    azim::ForEachInverse(data, points, count, [&](PROJPOINT& p) {
-        return c.a > 0.0 && InversePoint(c, p);
-    });
+    azim::ForEachInverse(data, points, count,
+                         [&](PROJPOINT& p) { return c.a > 0.0 && InversePoint(c, p); });
     return true;
 }
 

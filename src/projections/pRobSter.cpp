@@ -37,13 +37,16 @@ constexpr double kYScale = 1.3523;
 constexpr double kStepRad = 5.0 * kDegToRad;
 
 // Table value at node k, continued by symmetry past the equator.
-inline double NodeX(int k) { return kTableX[k < 0 ? -k : k]; }
-inline double NodeY(int k) { return k < 0 ? -kTableY[-k] : kTableY[k]; }
+inline double NodeX(int k) {
+    return kTableX[k < 0 ? -k : k];
+}
+inline double NodeY(int k) {
+    return k < 0 ? -kTableY[-k] : kTableY[k];
+}
 
 // The cubic through nodes k0 .. k0 + 3 at position t (in node units), written
 // in Bessel's form about the middle pair k0 + 1, k0 + 2.
-template <double (*Node)(int)>
-double Bessel(int k0, double t) {
+template <double (*Node)(int)> double Bessel(int k0, double t) {
     const double fm1 = Node(k0), f0 = Node(k0 + 1), f1 = Node(k0 + 2), f2 = Node(k0 + 3);
     const double p = t - (k0 + 1);
     const double d1 = f1 - f0;
@@ -88,8 +91,10 @@ bool InversePoint(double r, double lam0, PROJPOINT& p) {
             const double mid = 0.5 * (lo + hi);
             double y;
             Interpolate(mid, nullptr, &y);
-            if (y < target) lo = mid;
-            else hi = mid;
+            if (y < target)
+                lo = mid;
+            else
+                hi = mid;
         }
     }
     double X;
@@ -116,7 +121,7 @@ bool RobSterInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = data->MajorRadius, lam0 = data->Lon0;
     azim::ForEachInverse(data, points, count,
-                       [&](PROJPOINT& p) { return r > 0.0 && InversePoint(r, lam0, p); });
+                         [&](PROJPOINT& p) { return r > 0.0 && InversePoint(r, lam0, p); });
     return true;
 }
 
