@@ -168,7 +168,6 @@ int listZoneRows(int systemFilter) {
     else
         std::printf("%4s  %4s  %5s  %-10s  %s\n", "zone", "FIPS", "EPSG", "projection", "name");
     for (int zone = 0; zone < kZones; ++zone) {
-        std::string columns;
         bool defined[2];
         int types[2];
         for (int s = 0; s < 2; ++s) {
