@@ -623,9 +623,13 @@ TEST_F(ProjTest, UndefinedTypeFailsConversion) {
     Handle h(Record(PT_UNDEFINED)); // 999 passes validation
     ASSERT_NE(h.h, nullptr);
     g_reports.clear();
-    PROJPOINT p[] = {P(1.0, 2.0)};
-    EXPECT_FALSE(ProjForward(h.h, p, 1));
+    PROJPOINT p[] = {P(1.0, 2.0), P(kNaN, 2.0)};
+    EXPECT_FALSE(ProjForward(h.h, p, 2));
     EXPECT_EQ(Reports(20200), 1);
+    // The pre-scan comes before the type check, so it still happened.
+    EXPECT_EQ(p[0].x, 1.0);
+    EXPECT_TRUE(IsMarker(p[1]));
+    EXPECT_EQ(ProjResult(h.h), 1);
 }
 
 TEST_F(ProjTest, PreclipWrappersRefuseBadArguments) {

@@ -122,17 +122,16 @@ bool GuardedCall(ProjConvertFn fn, PROJDATA* work, PROJPOINT* points, int count,
     return ok;
 }
 
-// Everything up to the module: shared by both directions. Returns the row to
-// call, or null after the assertion report; *done is set for the unprojected
-// type, which passes points through.
-const PROJMODULE* PrepareWorkingCopy(PROJDATA* handle, PROJPOINT* points, int count,
-                                     PROJDATA& work, bool* done) {
+// Everything up to the module that does not touch the points: the working
+// copy, the state plane substitution and the row to call. Null after the
+// assertion report, or with *done set for the unprojected type.
+const PROJMODULE* PrepareWorkingCopy(const PROJDATA* handle, PROJDATA& work, bool* done,
+                                     bool* failed) {
     *done = false;
-    handle->iResult = 0;
-    if (ScanNonFinite(points, count)) handle->iResult = 1;
+    *failed = false;
     std::memcpy(&work, handle, sizeof(PROJDATA));
     if (work.Type < 0 || work.Type >= PT_COUNT) {
-        KV_ASSERT_FAIL();
+        *failed = true;
         return nullptr;
     }
     if (work.Type == PT_UNPROJECTED) {
@@ -144,11 +143,25 @@ const PROJMODULE* PrepareWorkingCopy(PROJDATA* handle, PROJPOINT* points, int co
     if (IsStatePlane(work.Type)) SubstituteZone(work);
     const PROJMODULE* row = ProjModuleFor(work.Type);
     if (!row || !row->Forward || !row->Inverse) {
-        KV_ASSERT_FAIL();
+        *failed = true;
         return nullptr;
     }
     AnglesToRadians(work);
     return row;
+}
+
+// The pre-scan comes first in both directions. When the call stops before
+// the module (unprojected type, or a fault) it runs on its own; otherwise it
+// shares one pass with the first stage of the direction, which gives the same
+// points since a marked point is left alone by every later stage.
+const PROJMODULE* Begin(PROJDATA* h, PROJPOINT* points, int count, PROJDATA& work, bool* done) {
+    h->iResult = 0;
+    bool failed = false;
+    const PROJMODULE* row = PrepareWorkingCopy(h, work, done, &failed);
+    if (row) return row;
+    if (ScanNonFinite(points, count)) h->iResult = 1;
+    if (failed) KV_ASSERT_FAIL();
+    return nullptr;
 }
 
 // Post-scan, false origin and scale in one pass: each stage only touches
@@ -177,13 +190,21 @@ bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count) {
     return marked;
 }
 
-void PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
+// Pre-scan, scale and false origin of the inverse in one pass; true when
+// the pre-scan marked a point.
+bool PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
     const bool offset = !(work.xOrg == 0.0 && work.yOrg == 0.0);
     const bool scale = work.Scale != 1.0;
     const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
-    if (!offset && !scale) return;
+    if (!offset && !scale) return ScanNonFinite(points, count);
+    bool marked = false;
     for (int i = 0; i < count; ++i) {
         PROJPOINT& p = points[i];
+        if (!IsFinite(p.x) || !IsFinite(p.y)) {
+            MarkPoint(p);
+            marked = true;
+            continue;
+        }
         if (scale) {
             if (p.x != kMarker) p.x /= s;
             if (p.y != kMarker) p.y /= s;
@@ -193,6 +214,7 @@ void PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
             if (p.y != kMarker) p.y -= y0;
         }
     }
+    return marked;
 }
 
 // Post-scan, radians to degrees and folding of the inverse results.
@@ -224,17 +246,25 @@ bool ForwardImpl(void* handle, PROJPOINT* points, int count) {
     PROJDATA* h = Record(handle);
     PROJDATA work;
     bool done = false;
-    const PROJMODULE* row = PrepareWorkingCopy(h, points, count, work, &done);
+    const PROJMODULE* row = Begin(h, points, count, work, &done);
     if (done) return true;
     if (!row) return false;
 
+    bool marked = false;
     for (int i = 0; i < count; ++i) {
         PROJPOINT& p = points[i];
+        if (!IsFinite(p.x) || !IsFinite(p.y)) {
+            MarkPoint(p);
+            marked = true;
+            continue;
+        }
         p.x = FoldLongitude(p.x);
         p.y = FoldLatitude(p.y);
         if (p.x != kMarker) p.x = ToRadians(p.x);
         if (p.y != kMarker) p.y = ToRadians(p.y);
     }
+    if (marked) h->iResult = 1;
+    work.iResult = h->iResult; // the working copy is taken after the pre-scan
     if (!GuardedCall(row->Forward, &work, points, count, h)) {
         LogPrintf("Forward projection function failed!\n");
         return false;
@@ -256,11 +286,11 @@ bool InverseImpl(void* handle, PROJPOINT* points, int count) {
     PROJDATA* h = Record(handle);
     PROJDATA work;
     bool done = false;
-    const PROJMODULE* row = PrepareWorkingCopy(h, points, count, work, &done);
+    const PROJMODULE* row = Begin(h, points, count, work, &done);
     if (done) return true;
     if (!row) return false;
 
-    PrepareInverse(work, points, count);
+    if (PrepareInverse(work, points, count)) h->iResult = 1;
     // Points the pre-scan marked count again only if the module or the
     // post-scan flags them: the working copy starts from a clean result.
     work.iResult = 0;
