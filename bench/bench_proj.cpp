@@ -61,13 +61,21 @@ std::vector<Setup> Setups() {
     lcc.Lat2 = 45.0;
     PROJDATA merc = Record(PT_MERCATOR, 0.0);
     return {
-        {"UTM", utm, {12.0, 18.0, 0.0, 80.0}, "+proj=utm +zone=33 +ellps=WGS84",
+        {"UTM",
+         utm,
+         {12.0, 18.0, 0.0, 80.0},
+         "+proj=utm +zone=33 +ellps=WGS84",
          "+proj=tmerc +approx +lon_0=15 +k=0.9996 +x_0=500000 +ellps=WGS84"},
-        {"TM", tm, {12.0, 18.0, 0.0, 80.0},
+        {"TM",
+         tm,
+         {12.0, 18.0, 0.0, 80.0},
          "+proj=tmerc +lon_0=15 +k=0.9996 +x_0=500000 +ellps=WGS84",
          "+proj=tmerc +approx +lon_0=15 +k=0.9996 +x_0=500000 +ellps=WGS84"},
-        {"Lambert", lcc, {-125.0, -75.0, 25.0, 50.0},
-         "+proj=lcc +lat_0=39 +lon_0=-100 +lat_1=33 +lat_2=45 +ellps=WGS84", nullptr},
+        {"Lambert",
+         lcc,
+         {-125.0, -75.0, 25.0, 50.0},
+         "+proj=lcc +lat_0=39 +lon_0=-100 +lat_1=33 +lat_2=45 +ellps=WGS84",
+         nullptr},
         {"Mercator", merc, {-179.0, 179.0, -80.0, 80.0}, "+proj=merc +ellps=WGS84", nullptr},
     };
 }
@@ -124,8 +132,8 @@ void BenchOurs(benchmark::State& state, Setup s, bool forward) {
         state.PauseTiming();
         std::copy(input.begin(), input.end(), work.begin());
         state.ResumeTiming();
-        const bool ok = forward ? ProjForward(h, work.data(), kPoints)
-                                : ProjInverse(h, work.data(), kPoints);
+        const bool ok =
+            forward ? ProjForward(h, work.data(), kPoints) : ProjInverse(h, work.data(), kPoints);
         if (!ok) state.SkipWithError("conversion failed");
         benchmark::DoNotOptimize(work.data());
     }
@@ -168,10 +176,11 @@ void PrintAgreement(const Setup& s) {
     double worst[5] = {0, 0, 0, 0, 0};
     for (int i = 0; i < kPoints; ++i) {
         const double off = std::fabs(d.degrees[i].x - s.data.Lon0);
-        const double diff = std::hypot(d.projected[i].x - theirs[i].x,
-                                       d.projected[i].y - theirs[i].y);
+        const double diff =
+            std::hypot(d.projected[i].x - theirs[i].x, d.projected[i].y - theirs[i].y);
         int b = 0;
-        while (off > bands[b]) ++b;
+        while (off > bands[b])
+            ++b;
         worst[b] = std::max(worst[b], diff);
     }
     std::vector<PROJPOINT> back = d.projected;
@@ -200,12 +209,12 @@ void PrintSeriesDrift() {
     void* h = ProjCreateProjection(&data);
     std::printf("TM series vs PROJ exact at latitude 45:");
     for (double off : {1.0, 3.0, 6.0, 10.0, 20.0, 30.0}) {
-        std::vector<PROJPOINT> ours{PROJPOINT{off, 45.0}}, theirs{PROJPOINT{off * kDegToRad,
-                                                                            45.0 * kDegToRad}};
+        std::vector<PROJPOINT> ours{PROJPOINT{off, 45.0}},
+            theirs{PROJPOINT{off * kDegToRad, 45.0 * kDegToRad}};
         ProjForward(h, ours.data(), 1);
         ProjTrans(p, PJ_FWD, theirs);
-        std::printf("  %gd %.3g m", off, std::hypot(ours[0].x - theirs[0].x,
-                                                    ours[0].y - theirs[0].y));
+        std::printf("  %gd %.3g m", off,
+                    std::hypot(ours[0].x - theirs[0].x, ours[0].y - theirs[0].y));
     }
     std::printf("\n");
     ProjDeleteProjection(h);
@@ -265,7 +274,8 @@ int main(int argc, char** argv) {
         }
     }
     benchmark::Initialize(&argc, argv);
-    for (const Setup& s : Setups()) PrintAgreement(s);
+    for (const Setup& s : Setups())
+        PrintAgreement(s);
     PrintSeriesDrift();
     Summary summary;
     benchmark::RunSpecifiedBenchmarks(&summary);

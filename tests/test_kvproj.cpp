@@ -42,7 +42,8 @@ protected:
     void TearDown() override { KVUnregisterCallerInstance(); }
     int Reports(int id) const {
         int n = 0;
-        for (int r : g_reports) n += r == id;
+        for (int r : g_reports)
+            n += r == id;
         return n;
     }
 };
@@ -81,9 +82,13 @@ struct Handle {
     void* h;
 };
 
-PROJPOINT P(double x, double y) { return PROJPOINT{x, y}; }
+PROJPOINT P(double x, double y) {
+    return PROJPOINT{x, y};
+}
 
-bool IsMarker(const PROJPOINT& p) { return p.x == kMarker && p.y == kMarker; }
+bool IsMarker(const PROJPOINT& p) {
+    return p.x == kMarker && p.y == kMarker;
+}
 
 // ---------------------------------------------------------------- creation
 
@@ -117,7 +122,7 @@ TEST_F(ProjTest, EllipsoidIsResolvedIntoTheCallersRecord) {
     d.Flattening = 0.5;
     Handle h(d);
     ASSERT_NE(h.h, nullptr);
-    EXPECT_EQ(+h.data.MajorRadius, 6378137.0);              // EPSG 7030
+    EXPECT_EQ(+h.data.MajorRadius, 6378137.0); // EPSG 7030
     EXPECT_NEAR(1.0 / h.data.Flattening, 298.257223563, 1e-9);
 }
 
@@ -164,7 +169,8 @@ TEST_F(ProjTest, CreationFailures) {
 TEST_F(ProjTest, GetHandleInfoCopiesTheWholeRecord) {
     PROJDATA d = Record(PT_MERCATOR);
     d.K0 = 1.0; // nothing for creation to repair
-    for (int i = 0; i < 255; ++i) d.reserved[i] = static_cast<unsigned char>(i ^ 0x5a);
+    for (int i = 0; i < 255; ++i)
+        d.reserved[i] = static_cast<unsigned char>(i ^ 0x5a);
     d.bWrapLon = true;
     Handle h(d);
     ASSERT_NE(h.h, nullptr);
@@ -374,8 +380,8 @@ std::vector<KnownRow> KnownRows() {
         // EPSG guidance note 7-2, LCC 2SP (NAD27 / Texas South Central), in US feet
         // through Scale: (metres + false origin in metres) * feet per metre.
         {"EPSG GN 7-2 (cs2cs 2963503.9128, 254759.8006 ftUS)",
-         Scaled(Lcc(WithOrigin(Record(PT_LAMBERT_CONIC, ELLIPSOID_CLARKE_1866), 27 + 50 * dm,
-                               -99.0, 0.0, 2000000.0 * kFtUS, 0.0),
+         Scaled(Lcc(WithOrigin(Record(PT_LAMBERT_CONIC, ELLIPSOID_CLARKE_1866), 27 + 50 * dm, -99.0,
+                               0.0, 2000000.0 * kFtUS, 0.0),
                     28 + 23 * dm, 30 + 17 * dm),
                 1.0 / kFtUS),
          -96.0, 28.5, 2963503.91, 254759.80, 0.01, 1e-7},
@@ -421,52 +427,52 @@ struct ZoneRow {
 // Old Hawaiian) the current code is used.
 // Transverse Mercator zones first, then Lambert conformal conic zones.
 const ZoneRow kZoneRows[] = {
-    {10, 0, -85.1333, 32.0, 266146.4303, 166518.1878}, // Alabama East, EPSG:26929
-    {10, 6, -153.3, 55.5, 544232.3018, 167184.3325}, // Alaska 5, EPSG:26935
-    {10, 12, -109.4667, 32.5, 279134.7186, 166522.9573}, // Arizona East, EPSG:26948
-    {10, 31, -81.3, 25.8333, 270177.9775, 166334.5984}, // Florida West, EPSG:26959
-    {10, 37, -157.3, 22.6667, 571941.3118, 166265.1870}, // Hawaii 3, EPSG:26963
-    {10, 42, -115.05, 43.1667, 856920.4279, 166852.5562}, // Idaho West, EPSG:26970
-    {10, 56, -67.8, 45.1667, 355026.9985, 166905.9921}, // Maine East, EPSG:26983
-    {10, 73, -91.8, 37.3333, 562031.4282, 166669.8154}, // Missouri Central, EPSG:26997
-    {10, 85, -70.9667, 44.0, 356139.8415, 166879.0847}, // New Hampshire, EPSG:32110
-    {10, 90, -73.8, 40.3333, 209478.3531, 166754.7856}, // New York East, EPSG:32115
-    {10, 134, -104.4667, 42.0, 257989.3006, 166814.7419}, // Wyoming East, EPSG:32155
-    {10, 11, -176.8, 53.1333, 946464.3109, 237665.7942}, // Alaska 10, EPSG:26940
-    {10, 20, -119.8, 36.925, 1928724.8618, 676912.2012}, // California IV, EPSG:26944
-    {10, 27, -73.55, 41.8333, 238348.4543, 263764.7767}, // Connecticut, EPSG:26956
-    {10, 51, -85.05, 38.7667, 430474.4362, 140904.2708}, // Kentucky North, EPSG:2205
-    {10, 59, -72.3, 42.5, 134243.1900, 916914.9529}, // Massachusetts Mainland, EPSG:26986
-    {10, 68, -95.05, 46.6333, 738745.1581, 281846.2396}, // Minnesota Central, EPSG:26992
-    {10, 97, -83.3, 41.3667, 533070.3771, 189090.4971}, // Ohio North, EPSG:32122
-    {10, 103, -78.55, 41.7167, 533429.1288, 172446.6403}, // Pennsylvania North, EPSG:32128
-    {10, 117, -99.3, 33.35, 525543.2061, 2186949.2577}, // Texas North Central, EPSG:32138
-    {10, 123, -112.3, 38.0833, 429816.9066, 3157525.1159}, // Utah South, EPSG:32144
-    {10, 130, -81.8, 38.4833, 530202.7848, 164932.2894}, // West Virginia South, EPSG:32151
+    {10, 0, -85.1333, 32.0, 266146.4303, 166518.1878},      // Alabama East, EPSG:26929
+    {10, 6, -153.3, 55.5, 544232.3018, 167184.3325},        // Alaska 5, EPSG:26935
+    {10, 12, -109.4667, 32.5, 279134.7186, 166522.9573},    // Arizona East, EPSG:26948
+    {10, 31, -81.3, 25.8333, 270177.9775, 166334.5984},     // Florida West, EPSG:26959
+    {10, 37, -157.3, 22.6667, 571941.3118, 166265.1870},    // Hawaii 3, EPSG:26963
+    {10, 42, -115.05, 43.1667, 856920.4279, 166852.5562},   // Idaho West, EPSG:26970
+    {10, 56, -67.8, 45.1667, 355026.9985, 166905.9921},     // Maine East, EPSG:26983
+    {10, 73, -91.8, 37.3333, 562031.4282, 166669.8154},     // Missouri Central, EPSG:26997
+    {10, 85, -70.9667, 44.0, 356139.8415, 166879.0847},     // New Hampshire, EPSG:32110
+    {10, 90, -73.8, 40.3333, 209478.3531, 166754.7856},     // New York East, EPSG:32115
+    {10, 134, -104.4667, 42.0, 257989.3006, 166814.7419},   // Wyoming East, EPSG:32155
+    {10, 11, -176.8, 53.1333, 946464.3109, 237665.7942},    // Alaska 10, EPSG:26940
+    {10, 20, -119.8, 36.925, 1928724.8618, 676912.2012},    // California IV, EPSG:26944
+    {10, 27, -73.55, 41.8333, 238348.4543, 263764.7767},    // Connecticut, EPSG:26956
+    {10, 51, -85.05, 38.7667, 430474.4362, 140904.2708},    // Kentucky North, EPSG:2205
+    {10, 59, -72.3, 42.5, 134243.1900, 916914.9529},        // Massachusetts Mainland, EPSG:26986
+    {10, 68, -95.05, 46.6333, 738745.1581, 281846.2396},    // Minnesota Central, EPSG:26992
+    {10, 97, -83.3, 41.3667, 533070.3771, 189090.4971},     // Ohio North, EPSG:32122
+    {10, 103, -78.55, 41.7167, 533429.1288, 172446.6403},   // Pennsylvania North, EPSG:32128
+    {10, 117, -99.3, 33.35, 525543.2061, 2186949.2577},     // Texas North Central, EPSG:32138
+    {10, 123, -112.3, 38.0833, 429816.9066, 3157525.1159},  // Utah South, EPSG:32144
+    {10, 130, -81.8, 38.4833, 530202.7848, 164932.2894},    // West Virginia South, EPSG:32151
     {10, 65, -85.1667, 45.2417, 5937191.3268, 214220.5455}, // Michigan Central, EPSG:26989
-    {9, 0, -85.1333, 32.0, 218548.1460, 166512.5617}, // Alabama East, EPSG:26729
-    {9, 6, -153.3, 55.5, 196634.2087, 167186.1332}, // Alaska 5, EPSG:26735
-    {9, 12, -109.4667, 32.5, 218176.4457, 166517.4759}, // Arizona East, EPSG:26748
-    {9, 31, -81.3, 25.8333, 222579.5416, 166327.3167}, // Florida West, EPSG:26759
-    {9, 37, -157.3, 22.6667, 224342.7966, 166257.1578}, // Hawaii 3, EPSG:3563
-    {9, 42, -115.05, 43.1667, 209322.3446, 166850.3882}, // Idaho West, EPSG:26770
-    {9, 56, -67.8, 45.3333, 207268.2932, 166901.9942}, // Maine East, EPSG:26783
-    {9, 73, -91.8, 37.3333, 214433.2574, 166665.7886}, // Missouri Central, EPSG:26797
-    {9, 85, -70.9667, 44.0, 208541.7666, 166877.1875}, // New Hampshire, EPSG:32010
-    {9, 90, -73.6333, 41.5, 210850.2300, 166801.9737}, // New York East, EPSG:32015
+    {9, 0, -85.1333, 32.0, 218548.1460, 166512.5617},       // Alabama East, EPSG:26729
+    {9, 6, -153.3, 55.5, 196634.2087, 167186.1332},         // Alaska 5, EPSG:26735
+    {9, 12, -109.4667, 32.5, 218176.4457, 166517.4759},     // Arizona East, EPSG:26748
+    {9, 31, -81.3, 25.8333, 222579.5416, 166327.3167},      // Florida West, EPSG:26759
+    {9, 37, -157.3, 22.6667, 224342.7966, 166257.1578},     // Hawaii 3, EPSG:3563
+    {9, 42, -115.05, 43.1667, 209322.3446, 166850.3882},    // Idaho West, EPSG:26770
+    {9, 56, -67.8, 45.3333, 207268.2932, 166901.9942},      // Maine East, EPSG:26783
+    {9, 73, -91.8, 37.3333, 214433.2574, 166665.7886},      // Missouri Central, EPSG:26797
+    {9, 85, -70.9667, 44.0, 208541.7666, 166877.1875},      // New Hampshire, EPSG:32010
+    {9, 90, -73.6333, 41.5, 210850.2300, 166801.9737},      // New York East, EPSG:32015
     {9, 134, -104.4667, 42.1667, 210239.8126, 166821.5487}, // Wyoming East, EPSG:32055
-    {9, 11, -176.8, 53.1333, 860864.2788, 237667.1574}, // Alaska 10, EPSG:26740
-    {9, 20, -119.8, 36.925, 538324.3476, 176907.7798}, // California IV, EPSG:26744
-    {9, 27, -73.55, 41.8333, 116426.3862, 111362.7968}, // Connecticut, EPSG:26756
-    {9, 51, -85.05, 38.7667, 540073.8838, 140901.2828}, // Kentucky North, EPSG:26779
-    {9, 59, -72.3, 42.5, 117121.7221, 166912.5706}, // Massachusetts Mainland, EPSG:26786
-    {9, 68, -95.05, 46.6333, 548344.5040, 181845.0863}, // Minnesota Central, EPSG:26792
-    {9, 97, -83.3, 41.3667, 542669.7790, 189087.3451}, // Ohio North, EPSG:32022
-    {9, 103, -78.55, 41.7167, 543028.5255, 172443.9085}, // Pennsylvania North, EPSG:32028
-    {9, 117, -98.3, 33.35, 535142.7773, 186943.3557}, // Texas North Central, EPSG:32038
-    {9, 123, -112.3, 38.0833, 539416.3678, 157521.5480}, // Utah South, EPSG:32044
-    {9, 130, -81.8, 38.4833, 539802.2379, 164928.6673}, // West Virginia South, EPSG:32051
-    {9, 65, -85.1333, 45.2417, 546793.5169, 214226.6722}, // Michigan Central, EPSG:6201
+    {9, 11, -176.8, 53.1333, 860864.2788, 237667.1574},     // Alaska 10, EPSG:26740
+    {9, 20, -119.8, 36.925, 538324.3476, 176907.7798},      // California IV, EPSG:26744
+    {9, 27, -73.55, 41.8333, 116426.3862, 111362.7968},     // Connecticut, EPSG:26756
+    {9, 51, -85.05, 38.7667, 540073.8838, 140901.2828},     // Kentucky North, EPSG:26779
+    {9, 59, -72.3, 42.5, 117121.7221, 166912.5706},         // Massachusetts Mainland, EPSG:26786
+    {9, 68, -95.05, 46.6333, 548344.5040, 181845.0863},     // Minnesota Central, EPSG:26792
+    {9, 97, -83.3, 41.3667, 542669.7790, 189087.3451},      // Ohio North, EPSG:32022
+    {9, 103, -78.55, 41.7167, 543028.5255, 172443.9085},    // Pennsylvania North, EPSG:32028
+    {9, 117, -98.3, 33.35, 535142.7773, 186943.3557},       // Texas North Central, EPSG:32038
+    {9, 123, -112.3, 38.0833, 539416.3678, 157521.5480},    // Utah South, EPSG:32044
+    {9, 130, -81.8, 38.4833, 539802.2379, 164928.6673},     // West Virginia South, EPSG:32051
+    {9, 65, -85.1333, 45.2417, 546793.5169, 214226.6722},   // Michigan Central, EPSG:6201
 };
 
 TEST_F(ProjTest, StatePlaneZonesAgreeWithTheOracle) {
@@ -518,9 +524,9 @@ TEST_F(ProjTest, DomainTestSinglePoint) {
     struct Row {
         double lon, lat;
         bool in;
-    } rows[] = {{15.0, 0.0, true},    {59.9, 89.0, true},  {60.0, 0.0, false},
-                {-30.0, 0.0, false},  {15.0, 90.0, true},  {15.0, 90.5, false},
-                {kNaN, 0.0, false},   {15.0, kNaN, false}, {375.0, 0.0, false}};
+    } rows[] = {{15.0, 0.0, true},   {59.9, 89.0, true},  {60.0, 0.0, false},
+                {-30.0, 0.0, false}, {15.0, 90.0, true},  {15.0, 90.5, false},
+                {kNaN, 0.0, false},  {15.0, kNaN, false}, {375.0, 0.0, false}};
     for (const Row& r : rows) {
         PROJPOINT p = P(r.lon, r.lat);
         EXPECT_EQ(ProjLLInProjection(tm.h, &p), r.in) << r.lon << " " << r.lat;
@@ -712,7 +718,8 @@ TEST_F(ProjTest, CProjChainCopies) {
 TEST_F(ProjTest, SeparateHandlesConvertConcurrently) {
     const int n = 20000;
     std::vector<PROJPOINT> base(n);
-    for (int i = 0; i < n; ++i) base[i] = P(10.0 + (i % 1000) * 0.01, -60.0 + (i % 1200) * 0.1);
+    for (int i = 0; i < n; ++i)
+        base[i] = P(10.0 + (i % 1000) * 0.01, -60.0 + (i % 1200) * 0.1);
     std::vector<PROJPOINT> serial = base;
     {
         Handle h(Utm(15.0, false));
@@ -727,7 +734,8 @@ TEST_F(ProjTest, SeparateHandlesConvertConcurrently) {
             ProjForward(h, results[t].data(), n);
             ProjDeleteProjection(h);
         });
-    for (std::thread& t : threads) t.join();
+    for (std::thread& t : threads)
+        t.join();
     for (const auto& r : results)
         EXPECT_EQ(std::memcmp(r.data(), serial.data(), n * sizeof(PROJPOINT)), 0);
 }

@@ -19,7 +19,9 @@ namespace {
 
 using Path = std::vector<PROJPOINT>;
 
-PROJPOINT P(double x, double y) { return PROJPOINT{x, y}; }
+PROJPOINT P(double x, double y) {
+    return PROJPOINT{x, y};
+}
 
 struct Polygon {
     std::vector<Path> rings;
@@ -68,7 +70,8 @@ double SignedArea(const Path& r) {
 
 double NetArea(const Polygon& p) {
     double a = 0.0;
-    for (const Path& r : p.rings) a += SignedArea(r);
+    for (const Path& r : p.rings)
+        a += SignedArea(r);
     return a;
 }
 
@@ -93,7 +96,8 @@ PROJDATA Record(ProjType type, double lon0, double lat0 = 0.0, double lat1 = 0.0
 }
 
 void ExpectAllInside(void* h, const Path& path) {
-    for (const PROJPOINT& p : path) EXPECT_TRUE(ProjLLInProjection(h, &p)) << p.x << " " << p.y;
+    for (const PROJPOINT& p : path)
+        EXPECT_TRUE(ProjLLInProjection(h, &p)) << p.x << " " << p.y;
 }
 
 void ExpectClosed(const Path& r) {
@@ -152,7 +156,8 @@ TEST(PreclipPolyline, CutAtTheTransverseMercatorBandEdge) {
                 if (std::fabs(std::fabs(p.x) - 45.0) < 1e-6) cuts.push_back(p.x);
         }
         ASSERT_EQ(cuts.size(), r.cutX.size()) << r.name;
-        for (size_t i = 0; i < cuts.size(); ++i) EXPECT_NEAR(cuts[i], r.cutX[i], 1e-6) << r.name;
+        for (size_t i = 0; i < cuts.size(); ++i)
+            EXPECT_NEAR(cuts[i], r.cutX[i], 1e-6) << r.name;
     }
 }
 
@@ -178,7 +183,8 @@ TEST(PreclipPolyline, CrossingTheSeamIsAlsoDrawnShifted) {
     EXPECT_NEAR(s.lines[1].front().x, -180.0, 1e-6); // the copy moved by -360
     EXPECT_NEAR(s.lines[1].front().y, 15.0, 1e-6);
     EXPECT_EQ(s.lines[1].back().x, -170.0);
-    for (const Path& l : s.lines) ExpectAllInside(merc.h, l);
+    for (const Path& l : s.lines)
+        ExpectAllInside(merc.h, l);
 }
 
 TEST(PreclipPolyline, RefusedPieceFailsTheCall) {
@@ -264,7 +270,9 @@ TEST(PreclipPolygon, RingsAndHolesAgainstABand) {
         {"U shape, two pieces",
          {{P(30, 0), P(60, 0), P(60, 30), P(30, 30), P(30, 20), P(50, 20), P(50, 10), P(30, 10),
            P(30, 0)}},
-         1, 2, 300.0},
+         1,
+         2,
+         300.0},
         {"two islands", {Box(-40, 0, -30, 10), Box(30, 0, 50, 10)}, 1, 2, 250.0},
     };
     for (const PolygonRow& r : rows) {
@@ -317,7 +325,8 @@ TEST(PreclipPolygon, HemisphereCutsARingAcrossItsRim) {
         ExpectAllInside(ortho.h, r);
     }
     EXPECT_FALSE(s.outlines.empty());
-    for (const Path& o : s.outlines) ExpectAllInside(ortho.h, o);
+    for (const Path& o : s.outlines)
+        ExpectAllInside(ortho.h, o);
     const double area = NetArea(s.polygons[0]);
     EXPECT_GT(area, 0.0);
     EXPECT_LT(area, 60.0 * 80.0);
@@ -346,22 +355,28 @@ TEST(PreclipPolygon, RandomShapesStayInside) {
         for (int trial = 0; trial < 40; ++trial) {
             Path ring;
             const int n = size(rng);
-            for (int i = 0; i < n; ++i) ring.push_back(P(lon(rng), lat(rng)));
+            for (int i = 0; i < n; ++i)
+                ring.push_back(P(lon(rng), lat(rng)));
             Sink s;
             const bool ok = PolygonClip(h.h, s, {ring}, true);
             Sink l;
             EXPECT_TRUE(PolylineClip(h.h, l, ring));
             if (!ok) continue;
             for (const Polygon& p : s.polygons)
-                for (const Path& r : p.rings) ExpectAllInside(h.h, r);
-            for (const Path& o : s.outlines) ExpectAllInside(h.h, o);
-            for (const Path& o : l.lines) ExpectAllInside(h.h, o);
+                for (const Path& r : p.rings)
+                    ExpectAllInside(h.h, r);
+            for (const Path& o : s.outlines)
+                ExpectAllInside(h.h, o);
+            for (const Path& o : l.lines)
+                ExpectAllInside(h.h, o);
         }
     }
 }
 
 // The clipper on its own, with an area given directly by a predicate.
-bool InUnitDisc(const void*, const PROJPOINT& p) { return p.x * p.x + p.y * p.y < 100.0; }
+bool InUnitDisc(const void*, const PROJPOINT& p) {
+    return p.x * p.x + p.y * p.y < 100.0;
+}
 
 TEST(PreclipPolygon, FollowsAnyBoundaryGivenByItsTest) {
     PClipDomain disc{InUnitDisc, nullptr, P(0, 0)};

@@ -42,7 +42,8 @@ ToolRun Convert(const std::string& arguments, const std::string& input) {
     if (pipe) {
         char buffer[4096];
         size_t n;
-        while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) run.out.append(buffer, n);
+        while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
+            run.out.append(buffer, n);
         const int status = pclose(pipe);
         run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
@@ -70,8 +71,9 @@ const Case kCases[] = {
      "16.500000 45.000000\n"},
     {"proj record", "--fwd --proj 'type=utm lon0=15 south=0 ellipsoid=47'", "16.5 45\n", 0,
      "618222.966 4984044.799\n"},
-    {"labels and field names", "--fwd --proj 'Projection=17 \"Central Longitude\"=15 K0=0.9996 "
-                               "xOrg=500000 ellps=\"WGS 84\"'",
+    {"labels and field names",
+     "--fwd --proj 'Projection=17 \"Central Longitude\"=15 K0=0.9996 "
+     "xOrg=500000 ellps=\"WGS 84\"'",
      "16.5 45\n", 0, "618222.966 4984044.799\n"},
     {"degree text", "--fwd --proj \"type=tmerc lon0=15d00'E k=0.9996 x0=500000\"", "16.5 45\n", 0,
      "618222.966 4984044.799\n"},
@@ -81,16 +83,16 @@ const Case kCases[] = {
      "218548.15 166512.56\n"},
     {"zone by EPSG code", "--fwd --zone epsg:26929 --precision 2", "-85.1333 32.0\n", 0,
      "266146.43 166518.19\n"},
-    {"comments, blanks and extra columns kept",
-     "--fwd --utm 33N --precision 1", "# header\n\n16.5 45 station-1 12.5\r\n15,0,x\n", 0,
+    {"comments, blanks and extra columns kept", "--fwd --utm 33N --precision 1",
+     "# header\n\n16.5 45 station-1 12.5\r\n15,0,x\n", 0,
      "# header\n\n618223.0 4984044.8 station-1 12.5\n500000.0,0.0,x\n"},
     {"unplottable points are marked", "--fwd --utm 33N", "nan 45\n1e308 inf\n", 0,
      "unplottable unplottable\nunplottable unplottable\n"},
     {"own marker", "--fwd --utm 33N --marker '*'", "15 nan\n", 0, "* *\n"},
     {"bad line goes on", "--fwd --utm 33N --precision 0", "15 0\nfifteen 0\n15 0\n", 1,
      "500000 0\n500000 0\n"},
-    {"bad line stops with --strict", "--fwd --utm 33N --precision 0 --strict",
-     "15 0\n15\n15 0\n", 2, "500000 0\n"},
+    {"bad line stops with --strict", "--fwd --utm 33N --precision 0 --strict", "15 0\n15\n15 0\n",
+     2, "500000 0\n"},
     {"no direction", "--utm 33N", "", 2, ""},
     {"no projection", "--fwd", "", 2, ""},
     {"unknown parameter", "--fwd --proj 'lon00=3'", "", 2, ""},
@@ -134,7 +136,8 @@ TEST(ToolConvert, StreamsLongInputInOrder) {
     std::string input;
     const int n = 20000;
     for (int i = 0; i < n; ++i)
-        input += std::to_string(i % 7) + " " + std::to_string(i % 80) + " " + std::to_string(i) + "\n";
+        input +=
+            std::to_string(i % 7) + " " + std::to_string(i % 80) + " " + std::to_string(i) + "\n";
     const ToolRun run = Convert("--fwd --proj 'type=eqc a=57.29577951308232 f=0 ellipsoid=0' "
                                 "--precision 0",
                                 input);
@@ -143,8 +146,8 @@ TEST(ToolConvert, StreamsLongInputInOrder) {
     std::string line;
     int count = 0;
     while (std::getline(lines, line)) {
-        const std::string expected = std::to_string(count % 7) + " " +
-                                     std::to_string(count % 80) + " " + std::to_string(count);
+        const std::string expected = std::to_string(count % 7) + " " + std::to_string(count % 80) +
+                                     " " + std::to_string(count);
         if (line != expected) {
             ADD_FAILURE() << "line " << count << ": " << line;
             break;

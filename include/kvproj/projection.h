@@ -66,14 +66,14 @@ KVPROJ_API bool ProjLLInProjection(void* handle, const PROJPOINT* point);
 KVPROJ_API bool ProjLLInProjection(void* handle, int count, const PROJPOINT* points);
 // Whether a polyline or ring (degrees) must also be drawn shifted by a whole
 // turn of longitude; the shift is stored in *xOffset / *yOffset.
-KVPROJ_API bool ProjLLOffsetSplitObject(void* handle, const PROJPOINT* points,
-                                        unsigned int count, double* xOffset, double* yOffset);
+KVPROJ_API bool ProjLLOffsetSplitObject(void* handle, const PROJPOINT* points, unsigned int count,
+                                        double* xOffset, double* yOffset);
 
 // Cuts a polyline (degrees) at the boundary of the projection's valid area and
 // hands each piece inside it to `piece`; when the split test asks for it, the
 // polyline shifted by a whole turn is clipped and delivered as well.
-KVPROJ_API bool ProjLLPreclipPolyline(void* handle, void* user, int count,
-                                      const PROJPOINT* points, ProjLineFunc piece);
+KVPROJ_API bool ProjLLPreclipPolyline(void* handle, void* user, int count, const PROJPOINT* points,
+                                      ProjLineFunc piece);
 // The same for a polygon of `parts` rings: closed rings inside the valid area
 // go to `polygon` (all rings of one clipped polygon in one call); `line`, when
 // given, receives the open pieces of the rings' boundaries that lie inside.

@@ -54,13 +54,13 @@ namespace KVProj {
 
 namespace {
 
-constexpr double kSampleStep = 1.0;        // degrees between tested points of an edge
-constexpr int kMaxSamples = 4096;          // per edge; edges are at most a few turns long
-constexpr double kCrossTolerance = 1e-9;   // degrees: width of a bisected crossing
+constexpr double kSampleStep = 1.0;      // degrees between tested points of an edge
+constexpr int kMaxSamples = 4096;        // per edge; edges are at most a few turns long
+constexpr double kCrossTolerance = 1e-9; // degrees: width of a bisected crossing
 constexpr int kMaxBisections = 200;
-constexpr double kTraceStep = 0.5;         // degrees between points along the boundary
+constexpr double kTraceStep = 0.5; // degrees between points along the boundary
 constexpr double kReach = 1.5 * kTraceStep;
-constexpr int kScanDirections = 72;        // 5 degree steps round the circle
+constexpr int kScanDirections = 72; // 5 degree steps round the circle
 constexpr int kAngleBisections = 50;
 constexpr double kTwoPi = 6.283185307179586;
 // The lon/lat limits (720 x 180 degrees) bound any boundary to 1800 degrees.
@@ -74,15 +74,25 @@ inline PROJPOINT Pt(double x, double y) {
     p.y = y;
     return p;
 }
-inline PROJPOINT Sub(const PROJPOINT& a, const PROJPOINT& b) { return Pt(a.x - b.x, a.y - b.y); }
-inline double Dot(const PROJPOINT& a, const PROJPOINT& b) { return a.x * b.x + a.y * b.y; }
-inline double Len(const PROJPOINT& a) { return std::hypot(a.x, a.y); }
+inline PROJPOINT Sub(const PROJPOINT& a, const PROJPOINT& b) {
+    return Pt(a.x - b.x, a.y - b.y);
+}
+inline double Dot(const PROJPOINT& a, const PROJPOINT& b) {
+    return a.x * b.x + a.y * b.y;
+}
+inline double Len(const PROJPOINT& a) {
+    return std::hypot(a.x, a.y);
+}
 inline PROJPOINT Unit(const PROJPOINT& a) {
     const double l = Len(a);
     return l > 0.0 ? Pt(a.x / l, a.y / l) : Pt(1.0, 0.0);
 }
-inline PROJPOINT Left(const PROJPOINT& a) { return Pt(-a.y, a.x); }
-inline bool Finite(const PROJPOINT& p) { return std::isfinite(p.x) && std::isfinite(p.y); }
+inline PROJPOINT Left(const PROJPOINT& a) {
+    return Pt(-a.y, a.x);
+}
+inline bool Finite(const PROJPOINT& p) {
+    return std::isfinite(p.x) && std::isfinite(p.y);
+}
 
 enum class Kind { Vertex, Entry, Exit };
 
@@ -109,8 +119,10 @@ public:
     PROJPOINT Bisect(PROJPOINT in, PROJPOINT out) const {
         for (int i = 0; i < kMaxBisections && Len(Sub(out, in)) > kCrossTolerance; ++i) {
             const PROJPOINT mid = Pt(0.5 * (in.x + out.x), 0.5 * (in.y + out.y));
-            if (In(mid)) in = mid;
-            else out = mid;
+            if (In(mid))
+                in = mid;
+            else
+                out = mid;
         }
         return in;
     }
@@ -131,8 +143,10 @@ public:
             const PROJPOINT q = k == n ? b : Pt(a.x + t * d.x, a.y + t * d.y);
             const bool inq = k == n ? inb : In(q);
             if (inq != inPrev) {
-                if (inPrev) out.push_back({Kind::Exit, Bisect(prev, q), dir});
-                else out.push_back({Kind::Entry, Bisect(q, prev), dir});
+                if (inPrev)
+                    out.push_back({Kind::Exit, Bisect(prev, q), dir});
+                else
+                    out.push_back({Kind::Entry, Bisect(q, prev), dir});
             }
             prev = q;
             inPrev = inq;
@@ -149,16 +163,20 @@ public:
             return Pt(p.x + kTraceStep * std::cos(a), p.y + kTraceStep * std::sin(a));
         };
         int k = 0;
-        while (k <= kScanDirections && !In(onCircle(base - k * da))) ++k;
+        while (k <= kScanDirections && !In(onCircle(base - k * da)))
+            ++k;
         if (k > kScanDirections) return false;
         const int firstIn = k;
-        while (k <= firstIn + kScanDirections && In(onCircle(base - k * da))) ++k;
+        while (k <= firstIn + kScanDirections && In(onCircle(base - k * da)))
+            ++k;
         if (k > firstIn + kScanDirections) return false;
         double aIn = base - (k - 1) * da, aOut = base - k * da;
         for (int i = 0; i < kAngleBisections; ++i) {
             const double mid = 0.5 * (aIn + aOut);
-            if (In(onCircle(mid))) aIn = mid;
-            else aOut = mid;
+            if (In(onCircle(mid)))
+                aIn = mid;
+            else
+                aOut = mid;
         }
         *next = onCircle(aIn);
         return true;
@@ -168,8 +186,7 @@ public:
     // first target ahead; appends the boundary points in between to `out`.
     // Returns the index of the target reached, or -1.
     int Walk(const PROJPOINT& from, const PROJPOINT& dir, const std::vector<PROJPOINT>& targets,
-             const std::vector<bool>& eligible, int minStepsFor, int lateTarget,
-             Path& out) const {
+             const std::vector<bool>& eligible, int minStepsFor, int lateTarget, Path& out) const {
         PROJPOINT p = from;
         PROJPOINT inward = Pt(-dir.x, -dir.y);
         for (int steps = 0; steps < kMaxTraceSteps; ++steps) {
@@ -236,7 +253,8 @@ private:
 
 double SignedArea(const PROJPOINT* p, int n) {
     double a = 0.0;
-    for (int i = 0, j = n - 1; i < n; j = i++) a += (p[j].x - p[i].x) * (p[j].y + p[i].y);
+    for (int i = 0, j = n - 1; i < n; j = i++)
+        a += (p[j].x - p[i].x) * (p[j].y + p[i].y);
     return 0.5 * a;
 }
 
@@ -304,7 +322,8 @@ void OrientByNesting(std::vector<Ring>& rings) {
 int SplitRing(const Clipper& c, const Path& pts, std::vector<Arc>& arcs) {
     const size_t n = pts.size();
     std::vector<bool> in(n);
-    for (size_t i = 0; i < n; ++i) in[i] = c.In(pts[i]);
+    for (size_t i = 0; i < n; ++i)
+        in[i] = c.In(pts[i]);
     std::vector<Event> ev;
     for (size_t i = 0; i < n; ++i) {
         if (in[i]) ev.push_back({Kind::Vertex, pts[i], Pt(0, 0)});
@@ -357,7 +376,8 @@ void CloseRing(Path& r) {
 // Weiler-Atherton assembly of the arcs into closed rings.
 bool AssembleArcs(const Clipper& c, std::vector<Arc>& arcs, std::vector<Path>& out) {
     std::vector<PROJPOINT> entries;
-    for (const Arc& a : arcs) entries.push_back(a.pts.front());
+    for (const Arc& a : arcs)
+        entries.push_back(a.pts.front());
     std::vector<bool> eligible(arcs.size());
     for (size_t s = 0; s < arcs.size(); ++s) {
         if (arcs[s].used) continue;
@@ -367,9 +387,10 @@ bool AssembleArcs(const Clipper& c, std::vector<Arc>& arcs, std::vector<Path>& o
             if (guard > arcs.size()) return false;
             arcs[cur].used = true;
             ring.insert(ring.end(), arcs[cur].pts.begin(), arcs[cur].pts.end());
-            for (size_t i = 0; i < arcs.size(); ++i) eligible[i] = !arcs[i].used || i == s;
-            const int next = c.Walk(arcs[cur].pts.back(), arcs[cur].exitDir, entries, eligible,
-                                    0, -1, ring);
+            for (size_t i = 0; i < arcs.size(); ++i)
+                eligible[i] = !arcs[i].used || i == s;
+            const int next =
+                c.Walk(arcs[cur].pts.back(), arcs[cur].exitDir, entries, eligible, 0, -1, ring);
             if (next < 0) return false;
             if (static_cast<size_t>(next) == s) break;
             cur = static_cast<size_t>(next);
@@ -409,8 +430,7 @@ bool PClipPolyline(const PClipDomain& domain, int count, const PROJPOINT* points
 }
 
 bool PClipPolygon(const PClipDomain& domain, int parts, const int* partCounts,
-                  const PROJPOINT* points, void* user, ProjPolygonFunc polygon,
-                  ProjLineFunc line) {
+                  const PROJPOINT* points, void* user, ProjPolygonFunc polygon, ProjLineFunc line) {
     const Clipper c(domain);
     std::vector<Ring> rings = ReadRings(parts, partCounts, points);
     OrientByNesting(rings);
@@ -443,7 +463,8 @@ bool PClipPolygon(const PClipDomain& domain, int parts, const int* partCounts,
     }
     std::vector<Path> open;
     if (line)
-        for (const Arc& a : arcs) open.push_back(a.pts);
+        for (const Arc& a : arcs)
+            open.push_back(a.pts);
     if (!AssembleArcs(c, arcs, result)) return false;
     if (!Deliver(result, user, polygon)) return false;
     for (const Path& p : open)

@@ -38,16 +38,24 @@ constexpr double kUTMK0 = 0.9996;
 constexpr double kUTMFalseEasting = 500000.0;
 constexpr double kUTMFalseNorthingSouth = 10000000.0;
 
-inline bool IsFinite(double v) { return std::isfinite(v); }
+inline bool IsFinite(double v) {
+    return std::isfinite(v);
+}
 
-inline PROJDATA* Record(void* handle) { return static_cast<PROJDATA*>(handle); }
+inline PROJDATA* Record(void* handle) {
+    return static_cast<PROJDATA*>(handle);
+}
 
 inline bool IsStatePlane(int type) {
     return type == PT_STATE_PLANE_27 || type == PT_STATE_PLANE_83;
 }
 
-inline double ToRadians(double deg) { return deg * kPi / 180.0; }
-inline double ToDegrees(double rad) { return rad * 180.0 / kPi; }
+inline double ToRadians(double deg) {
+    return deg * kPi / 180.0;
+}
+inline double ToDegrees(double rad) {
+    return rad * 180.0 / kPi;
+}
 
 // fmod(v, 360) is v itself whenever |v| < 360, so the common case skips the
 // division; the result is the same to the bit.
@@ -64,8 +72,10 @@ inline double FoldLatitude(double v) {
     if (!IsFinite(v)) return kMarker;
     if (v >= -90.0 && v <= 90.0) return v;
     double r = std::fmod(v, 180.0);
-    if (r > 90.0) r = 180.0 - r;
-    else if (r < -90.0) r = std::fabs(r) - 180.0;
+    if (r > 90.0)
+        r = 180.0 - r;
+    else if (r < -90.0)
+        r = std::fabs(r) - 180.0;
     return r;
 }
 
@@ -111,8 +121,7 @@ bool SubstituteZone(PROJDATA& work) {
 // Runs a module converter with the math error flag cleared first. Off Windows
 // floating-point exceptions stay masked, so a fault cannot trap here; the
 // flag still catches whatever the math-error hook notes during the call.
-bool GuardedCall(ProjConvertFn fn, PROJDATA* work, PROJPOINT* points, int count,
-                 PROJDATA* handle) {
+bool GuardedCall(ProjConvertFn fn, PROJDATA* work, PROJPOINT* points, int count, PROJDATA* handle) {
     SetMathErrorFlag(false);
     bool ok = fn(work, points, count);
     if (MathErrorFlag()) {
@@ -333,8 +342,8 @@ bool LLInRecord(const PROJDATA* data, const PROJPOINT* point) {
     return row->LLInProjection(use, point);
 }
 
-bool SplitRecord(const PROJDATA* data, const PROJPOINT* points, unsigned int count,
-                 double* xOffset, double* yOffset) {
+bool SplitRecord(const PROJDATA* data, const PROJPOINT* points, unsigned int count, double* xOffset,
+                 double* yOffset) {
     PROJDATA zone;
     const PROJDATA* use = nullptr;
     if (!DomainRecord(data, zone, &use)) return false;
@@ -387,8 +396,8 @@ std::vector<PROJPOINT> Shifted(const PROJPOINT* points, size_t count, double dx,
 
 bool PreclipPolylineImpl(void* handle, void* user, int count, const PROJPOINT* points,
                          ProjLineFunc piece) {
-    LogPrintf("ProjLLPreclipPolyline(hProj=%p, pUser=%p, nPts=%d, pPts=%p)\n", handle, user,
-              count, static_cast<const void*>(points));
+    LogPrintf("ProjLLPreclipPolyline(hProj=%p, pUser=%p, nPts=%d, pPts=%p)\n", handle, user, count,
+              static_cast<const void*>(points));
     if (!handle || count < 2 || !points || !piece) {
         KV_REPORT(20205);
         return false;
@@ -413,14 +422,15 @@ bool PreclipPolylineImpl(void* handle, void* user, int count, const PROJPOINT* p
 
 bool PreclipPolygonImpl(void* handle, void* user, int parts, const int* partCounts,
                         const PROJPOINT* points, ProjPolygonFunc polygon, ProjLineFunc line) {
-    LogPrintf("ProjLLPreclipPolygon(hProj=%p, pUser=%p, nParts=%d, pParts=%p, pPts=%p)\n",
-              handle, user, parts, static_cast<const void*>(partCounts),
-              static_cast<const void*>(points));
+    LogPrintf("ProjLLPreclipPolygon(hProj=%p, pUser=%p, nParts=%d, pParts=%p, pPts=%p)\n", handle,
+              user, parts, static_cast<const void*>(partCounts), static_cast<const void*>(points));
     int64_t total = 0;
     bool countsOk = partCounts != nullptr;
     for (int i = 0; countsOk && i < parts; ++i) {
-        if (partCounts[i] < 0) countsOk = false;
-        else total += partCounts[i];
+        if (partCounts[i] < 0)
+            countsOk = false;
+        else
+            total += partCounts[i];
     }
     if (!handle || parts < 1 || !countsOk || !points || !polygon || total > INT32_MAX) {
         LogPrintf("Invalid parameter to ProjLLPreclipPolygon!\n");
@@ -439,8 +449,8 @@ bool PreclipPolygonImpl(void* handle, void* user, int parts, const int* partCoun
     const PROJPOINT* ring = points;
     for (int i = 0; i < parts && !split; ++i) {
         if (partCounts[i] > 0)
-            split = ProjLLOffsetSplitObject(handle, ring, static_cast<unsigned>(partCounts[i]),
-                                            &dx, &dy);
+            split = ProjLLOffsetSplitObject(handle, ring, static_cast<unsigned>(partCounts[i]), &dx,
+                                            &dy);
         ring += partCounts[i];
     }
     if (!split) return true;
@@ -453,8 +463,7 @@ bool PreclipPolygonImpl(void* handle, void* user, int parts, const int* partCoun
 }
 
 // No exception may reach the host: whatever escapes becomes an assertion report.
-template <typename Fn>
-bool Guard(Fn fn) {
+template <typename Fn> bool Guard(Fn fn) {
     try {
         return fn();
     } catch (...) {
@@ -589,9 +598,8 @@ bool ProjLLPreclipPolyline(void* handle, void* user, int count, const PROJPOINT*
 
 bool ProjLLPreclipPolygon(void* handle, void* user, int parts, const int* partCounts,
                           const PROJPOINT* points, ProjPolygonFunc polygon, ProjLineFunc line) {
-    return Guard([&] {
-        return PreclipPolygonImpl(handle, user, parts, partCounts, points, polygon, line);
-    });
+    return Guard(
+        [&] { return PreclipPolygonImpl(handle, user, parts, partCounts, points, polygon, line); });
 }
 
 // ---------------------------------------------------------------- CProjector
@@ -613,7 +621,9 @@ CProjector& CProjector::operator=(const CProjector& other) {
     return *this;
 }
 
-CProjector::~CProjector() { Delete(); }
+CProjector::~CProjector() {
+    Delete();
+}
 
 bool CProjector::Create(PROJDATA* data) {
     Delete();
@@ -634,16 +644,20 @@ bool CProjector::Inverse(PROJPOINT* points, int count) {
     return ProjInverse(m_handle, points, count);
 }
 
-int CProjector::Result() { return ProjResult(m_handle); }
+int CProjector::Result() {
+    return ProjResult(m_handle);
+}
 
-bool CProjector::GetInfo(PROJDATA* data) { return ProjGetHandleInfo(m_handle, data); }
+bool CProjector::GetInfo(PROJDATA* data) {
+    return ProjGetHandleInfo(m_handle, data);
+}
 
 bool CProjector::LLInProjection(const PROJPOINT* point) {
     return ProjLLInProjection(m_handle, point);
 }
 
-bool CProjector::LLOffsetSplitObject(const PROJPOINT* points, unsigned int count,
-                                     double* xOffset, double* yOffset) {
+bool CProjector::LLOffsetSplitObject(const PROJPOINT* points, unsigned int count, double* xOffset,
+                                     double* yOffset) {
     return ProjLLOffsetSplitObject(m_handle, points, count, xOffset, yOffset);
 }
 

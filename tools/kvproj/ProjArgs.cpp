@@ -18,8 +18,10 @@ using KVProj::PROJDATA;
 std::string Normalized(const std::string& s) {
     std::string out;
     for (char c : s) {
-        if (c >= 'A' && c <= 'Z') out += static_cast<char>(c - 'A' + 'a');
-        else if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')) out += c;
+        if (c >= 'A' && c <= 'Z')
+            out += static_cast<char>(c - 'A' + 'a');
+        else if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'))
+            out += c;
     }
     return out;
 }
@@ -37,10 +39,10 @@ struct Alias {
     int id;
 };
 const Alias kAliases[] = {
-    {"proj", 1},      {"projection", 1}, {"x0", 3},      {"fe", 3},     {"falseeasting", 3},
-    {"y0", 4},        {"fn", 4},         {"k", 13},      {"south", 14}, {"usealpha", 16},
-    {"rotate", 18},   {"uoffset", 19},   {"ellps", 20},  {"a", 21},     {"radius", 21},
-    {"f", 22},
+    {"proj", 1},         {"projection", 1}, {"x0", 3},      {"fe", 3},
+    {"falseeasting", 3}, {"y0", 4},         {"fn", 4},      {"k", 13},
+    {"south", 14},       {"usealpha", 16},  {"rotate", 18}, {"uoffset", 19},
+    {"ellps", 20},       {"a", 21},         {"radius", 21}, {"f", 22},
 };
 
 const Alias kTypeAliases[] = {
@@ -85,7 +87,9 @@ bool ParseNumber(const std::string& text, double* value) {
     return true;
 }
 
-bool IsAngle(int id) { return (id >= 5 && id <= 12) || id == 17; }
+bool IsAngle(int id) {
+    return (id >= 5 && id <= 12) || id == 17;
+}
 
 bool ParseDouble(int id, const std::string& text, double* value) {
     if (ParseNumber(text, value)) return true;
@@ -288,8 +292,10 @@ bool UtmRecord(const std::string& spec, PROJDATA* data, std::string* error) {
     while (i < spec.size() && spec[i] >= '0' && spec[i] <= '9' && zone <= 60)
         zone = zone * 10 + (spec[i++] - '0');
     bool south = false;
-    if (i < spec.size() && (spec[i] == 'S' || spec[i] == 's')) south = true, ++i;
-    else if (i < spec.size() && (spec[i] == 'N' || spec[i] == 'n')) ++i;
+    if (i < spec.size() && (spec[i] == 'S' || spec[i] == 's'))
+        south = true, ++i;
+    else if (i < spec.size() && (spec[i] == 'N' || spec[i] == 'n'))
+        ++i;
     if (i == 0 || i != spec.size() || zone < 1 || zone > 60) {
         *error = "UTM zone '" + spec + "' must be 1 to 60 with an optional N or S";
         return false;

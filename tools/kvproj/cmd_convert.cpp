@@ -51,7 +51,8 @@ struct Line {
 bool ReadNumber(const std::string& s, size_t* pos, double* value) {
     const size_t start = *pos;
     size_t end = start;
-    while (end < s.size() && s[end] != ' ' && s[end] != '\t' && s[end] != ',') ++end;
+    while (end < s.size() && s[end] != ' ' && s[end] != '\t' && s[end] != ',')
+        ++end;
     if (end == start) return false;
     const std::string word = s.substr(start, end - start);
     char* stop = nullptr;
@@ -62,7 +63,8 @@ bool ReadNumber(const std::string& s, size_t* pos, double* value) {
 }
 
 void SkipBlanks(const std::string& s, size_t* pos) {
-    while (*pos < s.size() && (s[*pos] == ' ' || s[*pos] == '\t')) ++*pos;
+    while (*pos < s.size() && (s[*pos] == ' ' || s[*pos] == '\t'))
+        ++*pos;
 }
 
 // Splits "x y rest" / "x,y,rest"; false when the line has no two numbers.
@@ -143,7 +145,9 @@ private:
     long long m_unplottable = 0;
 };
 
-int Usage(const std::string& message) { return UsageError("convert: " + message); }
+int Usage(const std::string& message) {
+    return UsageError("convert: " + message);
+}
 
 bool ParseOptions(std::vector<std::string> args, Options* o, std::string* error) {
     bool direction = false, haveInput = false;
@@ -205,7 +209,8 @@ int Run(std::istream& in, const std::string& source, void* handle, const Options
         if (first == std::string::npos || text[first] == '#') {
             line.text = text;
         } else if (!ParsePoint(text, &p, &line)) {
-            std::fprintf(stderr, "kvproj: convert: %s:%lld: cannot read two coordinates from '%s'\n",
+            std::fprintf(stderr,
+                         "kvproj: convert: %s:%lld: cannot read two coordinates from '%s'\n",
                          source.c_str(), number, text.c_str());
             ++badLines;
             if (o.strict) {
@@ -255,10 +260,10 @@ int CmdConvert(const std::vector<std::string>& argsIn) {
     return status;
 }
 
-KVCommand convertCommand(
-    "convert",
-    "convert --fwd|--inv PROJ [file]",
-    "convert points; projection: --proj \"k=v ...\", --zone spcs83:NAME, --utm 33N", CmdConvert);
+KVCommand
+    convertCommand("convert", "convert --fwd|--inv PROJ [file]",
+                   "convert points; projection: --proj \"k=v ...\", --zone spcs83:NAME, --utm 33N",
+                   CmdConvert);
 
 } // namespace
 } // namespace kvtool
