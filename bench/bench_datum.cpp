@@ -111,7 +111,7 @@ void Agreement() {
         double worst = 0.0;
         for (int i = 0; i < kPoints; ++i) {
             double dy = (ours[i].y - theirs[i].y) * 111320.0;
-            double dx = (ours[i].x - theirs[i].x) * 111320.0 * std::cos(ours[i].y * M_PI / 180.0);
+            double dx = (ours[i].x - theirs[i].x) * 111320.0 * std::cos(ours[i].y * 3.141592653589793 / 180.0);
             worst = std::max(worst, std::hypot(dx, dy));
         }
         std::printf("%-10s largest difference from PROJ +towgs84: %.6f m%s\n", c.name, worst,
