@@ -9,6 +9,8 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <vector>
 
 using namespace KVProj;
@@ -36,18 +38,20 @@ struct Rec {
         d.MajorRadius = a;
         d.Flattening = f;
     }
-    Rec& Set(double& field, double v) {
-        field = v;
+    // PROJDATA is byte-packed: its doubles are written by offset, never through
+    // a reference that would assume alignment.
+    Rec& Set(size_t offset, double v) {
+        std::memcpy(reinterpret_cast<char*>(&d) + offset, &v, sizeof v);
         return *this;
     }
     Rec& Flag(bool& field) {
         field = true;
         return *this;
     }
-    Rec& Lat0(double v) { return Set(d.Lat0, v * kDeg); }
-    Rec& Lon0(double v) { return Set(d.Lon0, v * kDeg); }
-    Rec& Lat1(double v) { return Set(d.Lat1, v * kDeg); }
-    Rec& K0(double v) { return Set(d.K0, v); }
+    Rec& Lat0(double v) { return Set(offsetof(PROJDATA, Lat0), v * kDeg); }
+    Rec& Lon0(double v) { return Set(offsetof(PROJDATA, Lon0), v * kDeg); }
+    Rec& Lat1(double v) { return Set(offsetof(PROJDATA, Lat1), v * kDeg); }
+    Rec& K0(double v) { return Set(offsetof(PROJDATA, K0), v); }
 };
 Rec Sphere() {
     return Rec(6370997.0, 0.0);

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <vector>
 
 using namespace KVProj;
@@ -34,18 +36,22 @@ struct Rec {
         d.MajorRadius = a;
         d.Flattening = f;
     }
-    Rec& Set(double& field, double v) {
-        field = v;
+    // PROJDATA is byte-packed: its doubles are written by offset, never through
+    // a reference that would assume alignment.
+    Rec& Set(size_t offset, double v) {
+        std::memcpy(reinterpret_cast<char*>(&d) + offset, &v, sizeof v);
         return *this;
     }
     Rec& Flag(bool& field) {
         field = true;
         return *this;
     }
-    Rec& Lat0(double v) { return Set(d.Lat0, v * kDeg); }
-    Rec& Lon0(double v) { return Set(d.Lon0, v * kDeg); }
-    Rec& Lat1(double v) { return Set(d.Lat1, v * kDeg); }
-    Rec& Origin(double x, double y) { return Set(d.xOrg, x).Set(d.yOrg, y); }
+    Rec& Lat0(double v) { return Set(offsetof(PROJDATA, Lat0), v * kDeg); }
+    Rec& Lon0(double v) { return Set(offsetof(PROJDATA, Lon0), v * kDeg); }
+    Rec& Lat1(double v) { return Set(offsetof(PROJDATA, Lat1), v * kDeg); }
+    Rec& Origin(double x, double y) {
+        return Set(offsetof(PROJDATA, xOrg), x).Set(offsetof(PROJDATA, yOrg), y);
+    }
     Rec& Wrap() { return Flag(d.bWrapLon); }
 };
 Rec Sphere() {

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <vector>
 
 using namespace KVProj;
@@ -34,24 +36,28 @@ struct Rec {
         d.MajorRadius = a;
         d.Flattening = f;
     }
-    Rec& Set(double& field, double v) {
-        field = v;
+    // PROJDATA is byte-packed: its doubles are written by offset, never through
+    // a reference that would assume alignment.
+    Rec& Set(size_t offset, double v) {
+        std::memcpy(reinterpret_cast<char*>(&d) + offset, &v, sizeof v);
         return *this;
     }
     Rec& Flag(bool& field) {
         field = true;
         return *this;
     }
-    Rec& Lat0(double v) { return Set(d.Lat0, v * kDeg); }
-    Rec& Lat1(double v) { return Set(d.Lat1, v * kDeg); }
-    Rec& Lon1(double v) { return Set(d.Lon1, v * kDeg); }
-    Rec& Lat2(double v) { return Set(d.Lat2, v * kDeg); }
-    Rec& Lon2(double v) { return Set(d.Lon2, v * kDeg); }
-    Rec& Alpha(double v) { return Flag(d.bUseAlpha).Set(d.Alpha, v * kDeg); }
-    Rec& K0(double v) { return Set(d.K0, v); }
+    Rec& Lat0(double v) { return Set(offsetof(PROJDATA, Lat0), v * kDeg); }
+    Rec& Lat1(double v) { return Set(offsetof(PROJDATA, Lat1), v * kDeg); }
+    Rec& Lon1(double v) { return Set(offsetof(PROJDATA, Lon1), v * kDeg); }
+    Rec& Lat2(double v) { return Set(offsetof(PROJDATA, Lat2), v * kDeg); }
+    Rec& Lon2(double v) { return Set(offsetof(PROJDATA, Lon2), v * kDeg); }
+    Rec& Alpha(double v) { return Flag(d.bUseAlpha).Set(offsetof(PROJDATA, Alpha), v * kDeg); }
+    Rec& K0(double v) { return Set(offsetof(PROJDATA, K0), v); }
     Rec& Rotate() { return Flag(d.bRotate); }
     Rec& UOffset() { return Flag(d.bUOffset); }
-    Rec& Origin(double x, double y) { return Set(d.xOrg, x).Set(d.yOrg, y); }
+    Rec& Origin(double x, double y) {
+        return Set(offsetof(PROJDATA, xOrg), x).Set(offsetof(PROJDATA, yOrg), y);
+    }
 };
 Rec Sphere() {
     return Rec(6370997.0, 0.0);
