@@ -373,6 +373,49 @@ TEST(PreclipPolygon, RandomShapesStayInside) {
     }
 }
 
+TEST(PreclipPolygon, BadShapesNeverCrash) {
+    Handle tm(Record(PT_TRANSVERSE_MERCATOR, 0.0));
+    const double nan = std::nan("");
+    const double inf = HUGE_VAL;
+    const std::vector<Path> shapes[] = {
+        {{P(0, 0), P(nan, 5), P(10, 10), P(0, 0)}},
+        {{P(0, 0), P(inf, 5), P(-inf, -5), P(0, 0)}},
+        {{P(0, 0), P(1e308, 1e308), P(10, 0)}},
+        {{P(0, 0), P(10, 10)}},          // too short for a ring: dropped
+        {{P(5, 5), P(5, 5), P(5, 5)}},   // no area
+        {Box(-10, -10, 10, 10), Path()}, // an empty part
+    };
+    for (const std::vector<Path>& rings : shapes) {
+        Sink s;
+        PolygonClip(tm.h, s, rings, true); // may refuse, must not crash
+        for (const Polygon& p : s.polygons)
+            for (const Path& r : p.rings)
+                for (const PROJPOINT& q : r)
+                    EXPECT_TRUE(ProjLLInProjection(tm.h, &q));
+        Sink l;
+        if (rings[0].size() >= 2) PolylineClip(tm.h, l, rings[0]);
+    }
+}
+
+TEST(PreclipPolygon, UnprojectedHandleHasNoAreaToClipTo) {
+    std::vector<int> reports;
+    static std::vector<int>* sink;
+    sink = &reports;
+    KVRegisterCallerInstance(
+        [](const _KVERRINFO* info) -> int {
+            if (!(info->flags & KVERR_DETAILS)) sink->push_back(info->messageId);
+            return 0;
+        },
+        nullptr);
+    Handle geo(Record(PT_UNPROJECTED, 0.0));
+    Sink s;
+    EXPECT_FALSE(PolygonClip(geo.h, s, {Box(-10, -10, 10, 10)}));
+    EXPECT_FALSE(PolylineClip(geo.h, s, {P(0, 0), P(1, 1)}));
+    KVUnregisterCallerInstance();
+    EXPECT_EQ(reports, (std::vector<int>{20200, 20200})); // one report per call, not per point
+    EXPECT_TRUE(s.polygons.empty());
+}
+
 // The clipper on its own, with an area given directly by a predicate.
 bool InUnitDisc(const void*, const PROJPOINT& p) {
     return p.x * p.x + p.y * p.y < 100.0;
