@@ -1,5 +1,6 @@
 // The generic parameter interface of PROJDATA and its log dump.
 #include "proj/ProjParams.h"
+#include "proj/StatePlane.h"
 
 #include "frame/Diag.h"
 #include "frame/Util.h"
@@ -86,10 +87,10 @@ bool ProjSetParam(PROJDATA* data, int id, void* value) {
 }
 
 bool StateZoneNameForDump(int zone, char* name) {
-    // The zone catalogue is not linked into this table yet; every zone dumps as unknown.
-    (void)zone;
-    if (name) name[0] = '\0';
-    return false;
+    if (!name) return false;
+    const char* zoneName = StateZoneName(zone);
+    CopyName(name, zoneName, 256);
+    return name[0] != '\0';
 }
 
 void ProjDumpData(const PROJDATA* data) {

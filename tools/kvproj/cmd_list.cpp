@@ -1,5 +1,6 @@
 // "kvproj list": prints the built-in catalogues a host builds its user interface from.
 #include "Command.h"
+#include "cmd_zone.h"
 
 #include "kvproj/kvproj.h"
 
@@ -31,6 +32,7 @@ const Catalogue kCatalogues[] = {
     {"projections", nullptr, listProjections},
     {"ellipsoids", nullptr, listEllipsoids},
     {"params", "<type>", listParams},
+    {"zones", "[--system 27|83]", ListZones},
 };
 
 std::string catalogueNames() {
