@@ -144,9 +144,9 @@ TEST(CustomDatumText, Parsing) {
         if (!c.ok) continue;
         EXPECT_EQ(int(s.Method), c.method) << c.text;
         EXPECT_EQ(int(s.Ellipsoid), c.ellipsoid) << c.text;
-        EXPECT_EQ(s.MajorRadius, c.a) << c.text;
-        EXPECT_EQ(s.dz, c.dz) << c.text;
-        EXPECT_EQ(s.rz, c.rz) << c.text;
+        EXPECT_EQ(+s.MajorRadius, c.a) << c.text;
+        EXPECT_EQ(+s.dz, c.dz) << c.text;
+        EXPECT_EQ(+s.rz, c.rz) << c.text;
     }
     EXPECT_FALSE(TextToDatumParams(nullptr, &s));
     EXPECT_FALSE(TextToDatumParams("none,", nullptr));
@@ -173,12 +173,12 @@ TEST(CustomDatum, SaveEnumerateAndReadBack) {
 
     DATUM2WGS84 back;
     ASSERT_TRUE(NDatGetDatumParams(p.c(), "my,datum", &back)); // keys ignore case
-    EXPECT_EQ(back.Method, DM_MOLODENSKY);
-    EXPECT_EQ(back.Ellipsoid, ELLIPSOID_USER_DEFINED);
-    EXPECT_EQ(back.MajorRadius, 6378137.0);
-    EXPECT_NEAR(back.Flattening, 0.0033528107, 1e-11);
-    EXPECT_EQ(back.dx, 1.0);
-    EXPECT_EQ(back.dz, 3.0);
+    EXPECT_EQ(+back.Method, DM_MOLODENSKY);
+    EXPECT_EQ(+back.Ellipsoid, ELLIPSOID_USER_DEFINED);
+    EXPECT_EQ(+back.MajorRadius, 6378137.0);
+    EXPECT_NEAR(+back.Flattening, 0.0033528107, 1e-11);
+    EXPECT_EQ(+back.dx, 1.0);
+    EXPECT_EQ(+back.dz, 3.0);
     int index = -1;
     EXPECT_TRUE(NDatExists(p.c(), "My,Datum", &index));
     EXPECT_EQ(index, 254);
@@ -203,7 +203,7 @@ TEST(CustomDatum, SavingTwiceMovesTheEntryToTheEnd) {
     EXPECT_STREQ(name, "FIRST");
     DATUM2WGS84 back;
     ASSERT_TRUE(NDatGetDatumParams(p.c(), "first", &back));
-    EXPECT_EQ(back.dx, 9.0);
+    EXPECT_EQ(+back.dx, 9.0);
     ASSERT_TRUE(NDatDelete(p.c(), "second"));
     EXPECT_FALSE(NDatDelete(p.c(), "second"));
     EXPECT_EQ(NDatNumDatums(p.c()), 255);
@@ -226,7 +226,7 @@ TEST(CustomDatum, BuiltInNamesAreNotStored) {
     EXPECT_FALSE(NDatIsBuiltIn(p.c(), "Mine", &id));
     DATUM2WGS84 back;
     ASSERT_TRUE(NDatGetDatumParams(nullptr, "NTF France - Paris Meridian", &back));
-    EXPECT_EQ(back.PMShift, 2.33722916666667);
+    EXPECT_EQ(+back.PMShift, 2.33722916666667);
     EXPECT_FALSE(NDatGetDatumParams(p.c(), "NAD 1927 - CONUS (NADCON)", &back));
 }
 

@@ -532,7 +532,7 @@ TEST(DatumWrapper, CreateCopyAndSharedAssignment) {
     CDatumTransform copy(a); // a handle of its own
     DATUMXFORM info;
     ASSERT_TRUE(copy.GetInfo(&info));
-    EXPECT_EQ(info.SrcDatum, 2);
+    EXPECT_EQ(+info.SrcDatum, 2);
     DATUMPOINT p{-95.0, 37.0}, q{-95.0, 37.0};
     ASSERT_TRUE(a.Convert(&p, 1));
     ASSERT_TRUE(copy.Convert(&q, 1));

@@ -204,25 +204,25 @@ TEST(DatumTable, Params) {
     DATUM2WGS84 s;
     std::memset(&s, 0x33, sizeof s);
     ASSERT_TRUE(DatGetDatumParams(DATUM_NTF_PARIS, &s));
-    EXPECT_EQ(s.Method, DM_MOLODENSKY);
-    EXPECT_FALSE(s.bInverse);
-    EXPECT_EQ(s.Ellipsoid, 34);
-    EXPECT_EQ(s.PMShift, 2.33722916666667);
-    EXPECT_EQ(s.dx, -83);
-    EXPECT_EQ(s.dy, -96);
-    EXPECT_EQ(s.dz, -113);
-    EXPECT_EQ(s.MajorRadius, 6378388.0); // International 1924
-    EXPECT_EQ(s.Flattening, 1.0 / 297.0);
-    EXPECT_EQ(s.Spare[0], 0x33);         // the spare area is never written
+    EXPECT_EQ(+s.Method, DM_MOLODENSKY);
+    EXPECT_FALSE(+s.bInverse);
+    EXPECT_EQ(+s.Ellipsoid, 34);
+    EXPECT_EQ(+s.PMShift, 2.33722916666667);
+    EXPECT_EQ(+s.dx, -83);
+    EXPECT_EQ(+s.dy, -96);
+    EXPECT_EQ(+s.dz, -113);
+    EXPECT_EQ(+s.MajorRadius, 6378388.0); // International 1924
+    EXPECT_EQ(+s.Flattening, 1.0 / 297.0);
+    EXPECT_EQ(+s.Spare[0], 0x33);         // the spare area is never written
 
     ASSERT_TRUE(DatGetDatumParams(static_cast<DatumType>(221), &s));
-    EXPECT_EQ(s.Method, DM_BURSA);
-    EXPECT_EQ(s.rx, -0.804816);
-    EXPECT_EQ(s.k, 5.66);
-    EXPECT_EQ(s.MajorRadius, 6377397.155);
+    EXPECT_EQ(+s.Method, DM_BURSA);
+    EXPECT_EQ(+s.rx, -0.804816);
+    EXPECT_EQ(+s.k, 5.66);
+    EXPECT_EQ(+s.MajorRadius, 6377397.155);
 
     ASSERT_TRUE(DatGetDatumParams(DATUM_NTV2_CANADA, &s));
-    EXPECT_EQ(s.Method, DM_NTV2);
+    EXPECT_EQ(+s.Method, DM_NTV2);
     for (int id : {0, 224, 231, 232, 233, 254, -1, 1000})
         EXPECT_FALSE(DatGetDatumParams(static_cast<DatumType>(id), &s)) << id;
     EXPECT_FALSE(DatGetDatumParams(DATUM_WGS84, nullptr));
