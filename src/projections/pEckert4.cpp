@@ -17,9 +17,24 @@ constexpr double kTwoPlusHalfPi = 3.5707963267948966;
 constexpr double kTolerance = 1.1920928955078125e-6;
 constexpr int kMaxSteps = 99;
 
-inline double NewtonStep(double t, double rhs) {
-    const double s = std::sin(t), c = std::cos(t);
-    return -(t + s * c + 2.0 * s - rhs) / (2.0 * c * (1.0 + c));
+// Running out of steps is not a failure (near the poles the denominator
+// vanishes and convergence is slow), and the step that met the tolerance, or
+// the last one computed, is not applied: the angle used is the one at which
+// the last step was computed, with its sine and cosine.
+struct Auxiliary {
+    double t, delta, rhs, sinT, cosT;
+};
+
+inline void ComputeStep(Auxiliary& a) {
+    const double s = a.sinT, c = a.cosT;
+    a.delta = -(a.t + s * c + 2.0 * s - a.rhs) / (2.0 * c * (1.0 + c));
+}
+
+inline bool AuxiliaryStep(Auxiliary& a) {
+    a.t += a.delta;
+    AdvanceSinCos(a.t, a.delta, &a.sinT, &a.cosT);
+    ComputeStep(a);
+    return !(std::fabs(a.delta) <= kTolerance);
 }
 
 } // namespace
@@ -28,27 +43,41 @@ bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = data->MajorRadius, lam0 = data->Lon0;
     const bool wrap = WrapLonFlag(data);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
-        const double phi = p.y;
-        double t = phi / 2.0;
-        const double c0 = std::cos(t);
-        if (2.0 * c0 * (c0 + 1.0) == 0.0) return false; // start value only
-        const double rhs = kTwoPlusHalfPi * std::sin(phi);
-        // Running out of steps is not a failure (near the poles the
-        // denominator vanishes and convergence is slow); the step that met
-        // the tolerance, or the last one computed, is not applied.
-        double delta = NewtonStep(t, rhs);
-        for (int step = 0; step < kMaxSteps; ++step) {
-            t += delta;
-            delta = NewtonStep(t, rhs);
-            if (std::fabs(delta) <= kTolerance) break;
+    Auxiliary lane[kLaneBlock];
+    bool started[kLaneBlock];
+    int active[kLaneBlock];
+    for (int base = 0; base < count; base += kLaneBlock) {
+        const int n = count - base < kLaneBlock ? count - base : kLaneBlock;
+        PROJPOINT* pts = points + base;
+        int m = 0;
+        for (int i = 0; i < n; ++i) {
+            started[i] = false;
+            if (IsUnplottable(pts[i])) continue;
+            const double phi = pts[i].y;
+            Auxiliary& a = lane[i];
+            a.t = phi / 2.0;
+            a.sinT = std::sin(a.t);
+            a.cosT = std::cos(a.t);
+            a.rhs = kTwoPlusHalfPi * (2.0 * a.sinT * a.cosT); // sin phi
+            ComputeStep(a);
+            if (2.0 * a.cosT * (a.cosT + 1.0) == 0.0) continue; // start value only
+            started[i] = true;
+            active[m++] = i;
         }
-        double dLam = p.x - lam0;
-        if (wrap) dLam = WrapOnce(dLam);
-        p.x = kCx * r * dLam * (1.0 + std::cos(t));
-        p.y = kCy * r * std::sin(t);
-        return true;
-    });
+        IterateInRounds(active, m, kMaxSteps, [&lane](int i) { return AuxiliaryStep(lane[i]); });
+        for (int i = 0; i < n; ++i) {
+            PROJPOINT& p = pts[i];
+            if (IsUnplottable(p)) continue;
+            if (!started[i]) {
+                MarkFailed(data, p);
+                continue;
+            }
+            double dLam = p.x - lam0;
+            if (wrap) dLam = WrapOnce(dLam);
+            p.x = kCx * r * dLam * (1.0 + lane[i].cosT);
+            p.y = kCy * r * lane[i].sinT;
+        }
+    }
     return true;
 }
 

@@ -14,8 +14,21 @@ constexpr double kTwoPlusPi = 5.141592653589793;
 constexpr double kTolerance = 1.1920928955078125e-6;
 constexpr int kMaxSteps = 99;
 
-inline double NewtonStep(double t, double rhs) {
-    return -(t + std::sin(t) - rhs) / (1.0 + std::cos(t));
+// As for Eckert IV: no failure when the steps run out, and the last step
+// computed is not applied; the angle kept is the one it was computed at.
+struct Auxiliary {
+    double t, delta, rhs, sinT, cosT;
+};
+
+inline void ComputeStep(Auxiliary& a) {
+    a.delta = -(a.t + a.sinT - a.rhs) / (1.0 + a.cosT);
+}
+
+inline bool AuxiliaryStep(Auxiliary& a) {
+    a.t += a.delta;
+    AdvanceSinCos(a.t, a.delta, &a.sinT, &a.cosT);
+    ComputeStep(a);
+    return !(std::fabs(a.delta) <= kTolerance);
 }
 
 } // namespace
@@ -25,25 +38,43 @@ bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count) {
     const double r = data->MajorRadius, lam0 = data->Lon0;
     const bool wrap = WrapLonFlag(data);
     const double k = r / std::sqrt(kTwoPlusPi);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
-        const double phi = p.y;
-        double t = phi;
-        if (1.0 + std::cos(t) == 0.0) return false; // start value only
-        const double rhs = kOnePlusHalfPi * std::sin(phi);
-        // As for Eckert IV: no failure when the steps run out, and the last
-        // step computed is not applied.
-        double delta = NewtonStep(t, rhs);
-        for (int step = 0; step < kMaxSteps; ++step) {
-            t += delta;
-            delta = NewtonStep(t, rhs);
-            if (std::fabs(delta) <= kTolerance) break;
+    Auxiliary lane[kLaneBlock];
+    bool started[kLaneBlock];
+    int active[kLaneBlock];
+    for (int base = 0; base < count; base += kLaneBlock) {
+        const int n = count - base < kLaneBlock ? count - base : kLaneBlock;
+        PROJPOINT* pts = points + base;
+        int m = 0;
+        for (int i = 0; i < n; ++i) {
+            started[i] = false;
+            if (IsUnplottable(pts[i])) continue;
+            // The iteration starts at t = phi, so the first step reuses the
+            // sine that the right-hand side needs.
+            const double phi = pts[i].y, sinPhi = std::sin(phi), cosPhi = std::cos(phi);
+            if (1.0 + cosPhi == 0.0) continue; // start value only
+            Auxiliary& a = lane[i];
+            a.t = phi;
+            a.rhs = kOnePlusHalfPi * sinPhi;
+            a.sinT = sinPhi;
+            a.cosT = cosPhi;
+            ComputeStep(a);
+            started[i] = true;
+            active[m++] = i;
         }
-        double dLam = p.x - lam0;
-        if (wrap) dLam = WrapOnce(dLam);
-        p.x = k * dLam * (1.0 + std::cos(t));
-        p.y = 2.0 * k * t;
-        return true;
-    });
+        IterateInRounds(active, m, kMaxSteps, [&lane](int i) { return AuxiliaryStep(lane[i]); });
+        for (int i = 0; i < n; ++i) {
+            PROJPOINT& p = pts[i];
+            if (IsUnplottable(p)) continue;
+            if (!started[i]) {
+                MarkFailed(data, p);
+                continue;
+            }
+            double dLam = p.x - lam0;
+            if (wrap) dLam = WrapOnce(dLam);
+            p.x = k * dLam * (1.0 + lane[i].cosT);
+            p.y = 2.0 * k * lane[i].t;
+        }
+    }
     return true;
 }
 

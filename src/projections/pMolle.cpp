@@ -15,22 +15,39 @@ constexpr double kEpsilon = 1.1920928955078125e-7; // single-precision epsilon
 constexpr int kMaxSteps = 500;                     // Newton crawls near the poles (triple root)
 constexpr double kEquatorNudge = 1e-7;
 
-// Newton's method for t' from phi'; false when it meets cos t' == 1 or the
-// step bound before the tolerance. The guard compares with +1 although the
-// step divides by 1 + cos t'; the nudge off the equator keeps it from firing
-// there, and hosts rely on the failure just south of the equator.
-bool SolveAuxiliary(double phi, double* aux) {
-    const double piSinPhi = kPi * std::sin(phi);
-    double t = phi, delta = 999.0;
-    for (int step = 0; step < kMaxSteps && std::fabs(delta) > kEpsilon; ++step) {
-        const double c = std::cos(t);
-        if (c == 1.0) return false;
-        delta = -(t + std::sin(t) - piSinPhi) / (1.0 + c);
-        t += delta;
+// Newton's method for t' from phi', one step per call; false once the point
+// is finished: converged, failed on cos t' == 1, or a NaN step. The guard
+// compares with +1 although the step divides by 1 + cos t'; the nudge off the
+// equator keeps it from firing there, and hosts rely on the failure just south
+// of the equator. The lane carries sin t' and cos t', starting from phi'.
+struct Auxiliary {
+    double t, delta, piSinPhi, dLam;
+    double sinT, cosT;
+    bool failed;
+};
+
+inline bool AuxiliaryStep(Auxiliary& a) {
+    if (a.cosT == 1.0) {
+        a.failed = true;
+        return false;
     }
-    if (std::fabs(delta) > kEpsilon) return false;
-    *aux = t;
-    return true;
+    a.delta = -(a.t + a.sinT - a.piSinPhi) / (1.0 + a.cosT);
+    a.t += a.delta;
+    AdvanceSinCos(a.t, a.delta, &a.sinT, &a.cosT);
+    return std::fabs(a.delta) > kEpsilon;
+}
+
+// sin and cos of t' / 2 in [-pi/2, pi/2] from those of t', each by the
+// half-angle form that does not cancel: cos from 1 + cos t' and sin from
+// sin t' on the equator's side, the other way round towards the poles.
+inline void HalfAngle(const Auxiliary& a, double* sinHalf, double* cosHalf) {
+    if (a.cosT >= 0.0) {
+        *cosHalf = std::sqrt((1.0 + a.cosT) / 2.0);
+        *sinHalf = a.sinT / (2.0 * *cosHalf);
+    } else {
+        *sinHalf = std::copysign(std::sqrt((1.0 - a.cosT) / 2.0), a.t);
+        *cosHalf = std::fabs(a.sinT) / (2.0 * std::fabs(*sinHalf));
+    }
 }
 
 } // namespace
@@ -40,18 +57,39 @@ bool MolleForward(PROJDATA* data, PROJPOINT* points, int count) {
     const double r = data->MajorRadius, lam0 = data->Lon0;
     const bool wrap = WrapLonFlag(data);
     const double cx = std::pow(8.0, 0.5) / kPi * r, cy = std::pow(2.0, 0.5) * r;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
-        double phi = p.y;
-        if (std::fabs(phi) < kEquatorNudge) phi += kEquatorNudge;
-        double dLam = p.x - lam0;
-        if (wrap) dLam = WrapOnce(dLam);
-        double aux;
-        if (!SolveAuxiliary(phi, &aux)) return false;
-        const double theta = aux / 2.0;
-        p.x = cx * dLam * std::cos(theta);
-        p.y = cy * std::sin(theta);
-        return true;
-    });
+    Auxiliary lane[kLaneBlock];
+    int active[kLaneBlock];
+    for (int base = 0; base < count; base += kLaneBlock) {
+        const int n = count - base < kLaneBlock ? count - base : kLaneBlock;
+        PROJPOINT* pts = points + base;
+        int m = 0;
+        for (int i = 0; i < n; ++i) {
+            if (IsUnplottable(pts[i])) continue;
+            double phi = pts[i].y;
+            if (std::fabs(phi) < kEquatorNudge) phi += kEquatorNudge;
+            double dLam = pts[i].x - lam0;
+            if (wrap) dLam = WrapOnce(dLam);
+            const double sinPhi = std::sin(phi), cosPhi = std::cos(phi);
+            lane[i] = Auxiliary{phi, 999.0, kPi * sinPhi, dLam, sinPhi, cosPhi, false};
+            active[m++] = i;
+        }
+        // Every point makes at least one step (the first test never stops
+        // the loop) and at most kMaxSteps.
+        IterateInRounds(active, m, kMaxSteps, [&lane](int i) { return AuxiliaryStep(lane[i]); });
+        for (int i = 0; i < n; ++i) {
+            PROJPOINT& p = pts[i];
+            if (IsUnplottable(p)) continue;
+            const Auxiliary& a = lane[i];
+            if (a.failed || std::fabs(a.delta) > kEpsilon) {
+                MarkFailed(data, p);
+                continue;
+            }
+            double sinTheta, cosTheta;
+            HalfAngle(a, &sinTheta, &cosTheta);
+            p.x = cx * a.dLam * cosTheta;
+            p.y = cy * sinTheta;
+        }
+    }
     return true;
 }
 

@@ -28,15 +28,17 @@ bool ForwardPoint(double r, double lam0, PROJPOINT& p) {
         p.y = 0.0;
         return true;
     }
-    const double theta = std::asin(std::fmin(std::fabs(2.0 * phi / kPi), 1.0));
+    // theta = asin(v) (29-4), non-negative; the sign is applied at the end.
+    const double v = std::fmin(std::fabs(2.0 * phi / kPi), 1.0);
     if (std::fabs(phi) == kHalfPi || lam == lam0) {
-        const double y = kPi * r * std::tan(theta / 2.0);
+        const double y = kPi * r * std::tan(std::asin(v) / 2.0);
         p.x = 0.0;
         p.y = phi < 0.0 ? -y : y;
         return true;
     }
     const double dLam = WrapDelta(lam - lam0);
-    const double s = std::sin(theta), c = std::cos(theta);
+    // sin(asin v) and cos(asin v) without the round trip through the angle.
+    const double s = v, c = std::sqrt((1.0 - v) * (1.0 + v));
     if (c + s - 1.0 == 0.0) return false;
     const double g = c / (s + c - 1.0); // 29-5
     if (s - 1.0 == 0.0) return false;
