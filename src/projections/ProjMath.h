@@ -43,10 +43,11 @@ inline SinMultiples SinesOfMultiples(double s, double c) {
 
 // Meridional arc M(phi), Snyder 3-21 (series to e^6); powers of e by pow().
 struct MeridianArc {
-    double a;              // semi-major axis
-    double c0, c2, c4, c6; // coefficients of phi, sin 2phi, sin 4phi, sin 6phi
+    double a = 0.0;                                // semi-major axis
+    double c0 = 1.0, c2 = 0.0, c4 = 0.0, c6 = 0.0; // of phi, sin 2phi, sin 4phi, sin 6phi
 
-    explicit MeridianArc(double a_ = 0.0, double e = 0.0) : a(a_) {
+    MeridianArc() = default; // the sphere of radius 0; assign a real one before use
+    MeridianArc(double a_, double e) : a(a_) {
         const double e2 = std::pow(e, 2), e4 = std::pow(e, 4), e6 = std::pow(e, 6);
         c0 = 1.0 - e2 / 4.0 - 3.0 * e4 / 64.0 - 5.0 * e6 / 256.0;
         c2 = 3.0 * e2 / 8.0 + 3.0 * e4 / 32.0 + 45.0 * e6 / 1024.0;
@@ -65,9 +66,10 @@ struct MeridianArc {
 // Footpoint latitude from the rectifying latitude, Snyder 3-26 with its
 // e1^4 sin 8mu term; e1 = (1 - sqrt(1 - e^2)) / (1 + sqrt(1 - e^2)) (3-24).
 struct Footpoint {
-    double d2, d4, d6, d8;
+    double d2 = 0.0, d4 = 0.0, d6 = 0.0, d8 = 0.0;
 
-    explicit Footpoint(double e = 0.0) {
+    Footpoint() = default; // the sphere: footpoint latitude = rectifying latitude
+    explicit Footpoint(double e) {
         const double r = std::sqrt(1.0 - e * e);
         const double e1 = (1.0 - r) / (1.0 + r);
         const double e1_2 = std::pow(e1, 2), e1_3 = std::pow(e1, 3), e1_4 = std::pow(e1, 4);
