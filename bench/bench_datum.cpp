@@ -40,7 +40,8 @@ const std::vector<DATUMPOINT>& Points() {
         std::mt19937_64 rng(20261122);
         std::uniform_real_distribution<double> lon(-10.0, 30.0), lat(35.0, 70.0);
         std::vector<DATUMPOINT> p(kPoints);
-        for (DATUMPOINT& q : p) q = {lon(rng), lat(rng)};
+        for (DATUMPOINT& q : p)
+            q = {lon(rng), lat(rng)};
         return p;
     }();
     return points;
@@ -111,7 +112,8 @@ void Agreement() {
         double worst = 0.0;
         for (int i = 0; i < kPoints; ++i) {
             double dy = (ours[i].y - theirs[i].y) * 111320.0;
-            double dx = (ours[i].x - theirs[i].x) * 111320.0 * std::cos(ours[i].y * 3.141592653589793 / 180.0);
+            double dx = (ours[i].x - theirs[i].x) * 111320.0 *
+                        std::cos(ours[i].y * 3.141592653589793 / 180.0);
             worst = std::max(worst, std::hypot(dx, dy));
         }
         std::printf("%-10s largest difference from PROJ +towgs84: %.6f m%s\n", c.name, worst,

@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         std::string value;
         if (!KVProj::DatumParamsToText(params, &value) || value.size() > 255) __builtin_trap();
         KVProj::DATUM2WGS84 again;
-        if (value.size() < 255 && !KVProj::TextToDatumParams(value.c_str(), &again)) __builtin_trap();
+        if (value.size() < 255 && !KVProj::TextToDatumParams(value.c_str(), &again))
+            __builtin_trap();
     }
 
     // Escaped names never contain the separators, and plain text survives.

@@ -30,7 +30,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     // Section names taken from the input itself as well as the usual one.
     std::string name = "Custom Datums";
-    if (size > 2) name.assign(reinterpret_cast<const char*>(data) + 1, std::min<size_t>(data[0] % 16, size - 1));
+    if (size > 2)
+        name.assign(reinterpret_cast<const char*>(data) + 1,
+                    std::min<size_t>(data[0] % 16, size - 1));
     name = name.c_str(); // a name is a C string
 
     for (size_t bufSize : {size_t(32767), size_t(7), size_t(2)}) {

@@ -49,14 +49,14 @@ enum DatumType : int {
 // One datum's step to WGS 84.
 struct DATUM2WGS84 {
     DatumMethod Method;
-    bool bInverse;          // false: datum -> WGS 84; true: WGS 84 -> datum
+    bool bInverse;           // false: datum -> WGS 84; true: WGS 84 -> datum
     EllipsoidType Ellipsoid; // 0: MajorRadius and Flattening give the ellipsoid
-    double PMShift;         // degrees east of Greenwich of the datum's prime meridian
-    double dx, dy, dz;      // metres
-    double rx, ry, rz;      // arcseconds (Bursa-Wolf only)
-    double k;               // parts per million (Bursa-Wolf only)
-    double MajorRadius;     // metres
-    double Flattening;      // flattening, not its inverse
+    double PMShift;          // degrees east of Greenwich of the datum's prime meridian
+    double dx, dy, dz;       // metres
+    double rx, ry, rz;       // arcseconds (Bursa-Wolf only)
+    double k;                // parts per million (Bursa-Wolf only)
+    double MajorRadius;      // metres
+    double Flattening;       // flattening, not its inverse
     unsigned char Spare[39]; // travels with the record, never interpreted
 };
 

@@ -21,7 +21,9 @@ constexpr int kValueLen = 256;         // a value is at most 255 characters
 constexpr int kNameLen = 256;
 constexpr int kFirstCustom = DATUM_COUNT;
 
-char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowerAscii(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 bool startsWithNoCase(const char* text, const std::string& prefix) {
     for (size_t i = 0; i < prefix.size(); ++i)
@@ -86,13 +88,15 @@ struct Fields {
     const char* p;
     // The next field as [begin, end); false when the text is exhausted.
     bool next(const char*& begin, const char*& end) {
-        while (*p == ' ' || *p == '\t') ++p;
+        while (*p == ' ' || *p == '\t')
+            ++p;
         if (!*p) {
             begin = end = p;
             return false;
         }
         begin = p;
-        while (*p && *p != ',') ++p;
+        while (*p && *p != ',')
+            ++p;
         end = p;
         if (*p == ',') ++p;
         return true;
@@ -107,17 +111,22 @@ struct Fields {
 
 const char* methodKeyword(int method) {
     switch (method) {
-    case DM_NOXFORM: return "none";
-    case DM_NADCON: return "nadcon";
-    case DM_BURSA: return "bursa";
-    case DM_MOLODENSKY: return "molodensky";
-    case DM_MRE: return "mre";
-    default: return nullptr;
+    case DM_NOXFORM:
+        return "none";
+    case DM_NADCON:
+        return "nadcon";
+    case DM_BURSA:
+        return "bursa";
+    case DM_MOLODENSKY:
+        return "molodensky";
+    case DM_MRE:
+        return "mre";
+    default:
+        return nullptr;
     }
 }
 
-template <typename Fn>
-bool guarded(Fn fn) {
+template <typename Fn> bool guarded(Fn fn) {
     try {
         return fn();
     } catch (...) {
@@ -185,8 +194,8 @@ bool DatumParamsToText(const DATUM2WGS84& s, std::string* text) {
         if (!EllipsoidInfo(s.Ellipsoid, name, &a, &f)) return false;
         ellipsoid = EscapeDatumName(name);
     }
-    int n = std::snprintf(buf, sizeof buf, "%s,%d,%s,", keyword, s.bInverse ? 1 : 0,
-                          ellipsoid.c_str());
+    int n =
+        std::snprintf(buf, sizeof buf, "%s,%d,%s,", keyword, s.bInverse ? 1 : 0, ellipsoid.c_str());
     if (n > 0 && n < kValueLen && (s.Method == DM_MOLODENSKY || s.Method == DM_BURSA)) {
         n += std::snprintf(buf + n, sizeof buf - n, "%.10f,%.10f,%.6f,%.10f,%.10f,%.10f,", a, f,
                            double(s.PMShift), double(s.dx), double(s.dy), double(s.dz));

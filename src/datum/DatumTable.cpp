@@ -9,6 +9,7 @@ namespace KVProj {
 
 // Search order matters: lookups stop at the first matching row, and several
 // names and EPSG codes occur more than once.
+// clang-format off
 const DatumRow kDatumRows[kDatumRowCount + 1] = {
     {1, 6269, "North American Datum 1983", DM_MOLODENSKY, EllipsoidType(3), 0, 0, 0, 0, 0, 0, 0, 0},
     {2, 6267, "North American Datum 1927", DM_MOLODENSKY, EllipsoidType(15), -8, 160, 176, 0, 0, 0, 0, 0},
@@ -265,10 +266,12 @@ const DatumRow kDatumRows[kDatumRowCount + 1] = {
     {253, 0, "NAD 1927 - Canada (NTV2)", DM_NTV2, EllipsoidType(56), 0, 0, 0, 0, 0, 0, 0, 0},
     {DATUM_NONE, 0, "null", DM_COUNT, ELLIPSOID_NONE, 0, 0, 0, 0, 0, 0, 0, 0},
 };
+// clang-format on
 
 int DatumFindRow(int id) {
     int i = 0;
-    while (kDatumRows[i].id != DATUM_NONE && kDatumRows[i].id != id) ++i;
+    while (kDatumRows[i].id != DATUM_NONE && kDatumRows[i].id != id)
+        ++i;
     return i;
 }
 
@@ -311,11 +314,15 @@ bool equalNoCase(const char* a, const char* b) {
     }
 }
 
-bool inRange(int id) { return id >= 0 && id < DATUM_COUNT; }
+bool inRange(int id) {
+    return id >= 0 && id < DATUM_COUNT;
+}
 
 } // namespace
 
-int DatNumDatums() { return DATUM_COUNT; }
+int DatNumDatums() {
+    return DATUM_COUNT;
+}
 
 void DatGetDatumName(DatumType id, char* out) {
     if (!out) return;

@@ -17,7 +17,7 @@ bool NadconShift(const char* area, DATUMPOINT* points, int count);
 enum Ntv2Status : int {
     NTV2_OK = 0,
     NTV2_NO_MEMORY = 3,
-    NTV2_OUTSIDE = 4,   // per point only: outside the chosen sub-grid's nodes
+    NTV2_OUTSIDE = 4, // per point only: outside the chosen sub-grid's nodes
     NTV2_OPEN_FAILED = 5,
     NTV2_SHORT_READ = 6,
     NTV2_BAD_DATA = 7,

@@ -23,6 +23,7 @@ struct Term {
 // The published terms as printed (arcseconds); terms not listed are zero.
 // NAD 27 CONUS Δλ U¹V⁹ is 0.04794: three of the four known copies of the
 // equations agree on it, the fourth's 0.01794 looks like a transcription slip.
+// clang-format off
 constexpr Term kTerms[] = {
     // 224 Australian Geodetic 1966, latitude
     {224, kLat, 0, 0, 5.19238},
@@ -424,6 +425,7 @@ constexpr Term kTerms[] = {
     {231, kLon, 8, 9, 2.07213},
     {231, kLon, 9, 9, -1.76074},
 };
+// clang-format on
 
 struct Origin {
     double lat, lon; // φm, λm in degrees, λm in -180..180
@@ -433,14 +435,14 @@ struct Origin {
 // Campo Inchauspe's equations were published with K = π/20 rather than the
 // π/60 of the other sets; its test point only comes out with π/20.
 constexpr Origin kOrigins[kDatumCount] = {
-    {-27, 134, 0.05235988},  // 224 Australian Geodetic 1966
-    {-27, 134, 0.05235988},  // 225 Australian Geodetic 1984
-    {-35, -64, 0.15707963},  // 226 Campo Inchauspe
-    {-15, -50, 0.05235988},  // 227 Corrego Alegre
-    {52, 10, 0.05235988},    // 228 European 1950
-    {37, -95, 0.05235988},   // 229 NAD 27 CONUS
-    {60, -100, 0.05235988},  // 230 NAD 27 Canada
-    {-20, -60, 0.05235988},  // 231 South American 1969
+    {-27, 134, 0.05235988}, // 224 Australian Geodetic 1966
+    {-27, 134, 0.05235988}, // 225 Australian Geodetic 1984
+    {-35, -64, 0.15707963}, // 226 Campo Inchauspe
+    {-15, -50, 0.05235988}, // 227 Corrego Alegre
+    {52, 10, 0.05235988},   // 228 European 1950
+    {37, -95, 0.05235988},  // 229 NAD 27 CONUS
+    {60, -100, 0.05235988}, // 230 NAD 27 Canada
+    {-20, -60, 0.05235988}, // 231 South American 1969
 };
 
 using Matrix = std::array<std::array<double, kMaxPower + 1>, kMaxPower + 1>;
@@ -450,7 +452,8 @@ using DatumMatrices = std::array<std::array<Matrix, 2>, kDatumCount>;
 // at compile time so that evaluation is a pair of nested Horner schemes.
 constexpr DatumMatrices buildMatrices() {
     DatumMatrices m{};
-    for (const Term& t : kTerms) m[t.id - kFirstId][t.component][t.u][t.v] += t.coefficient;
+    for (const Term& t : kTerms)
+        m[t.id - kFirstId][t.component][t.u][t.v] += t.coefficient;
     return m;
 }
 
@@ -470,7 +473,8 @@ double evaluate(const Matrix& a, double U, double V) {
     double sum = 0.0;
     for (int i = kMaxPower; i >= 0; --i) {
         double inner = 0.0;
-        for (int j = kMaxPower; j >= 0; --j) inner = inner * V + a[i][j];
+        for (int j = kMaxPower; j >= 0; --j)
+            inner = inner * V + a[i][j];
         sum = sum * U + inner;
     }
     return sum;
@@ -478,7 +482,9 @@ double evaluate(const Matrix& a, double U, double V) {
 
 } // namespace
 
-bool MreHasDatum(int id) { return id >= kFirstId && id < kFirstId + kDatumCount; }
+bool MreHasDatum(int id) {
+    return id >= kFirstId && id < kFirstId + kDatumCount;
+}
 
 bool MreDeltas(int id, double lat, double lon, double* dLatSec, double* dLonSec) {
     if (!MreHasDatum(id) || !dLatSec || !dLonSec) return false;

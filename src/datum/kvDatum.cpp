@@ -23,7 +23,7 @@ constexpr double kPi = 3.14159265358979323846;
 constexpr double kDegToRad = kPi / 180.0;
 constexpr double kRadToDeg = 180.0 / kPi;
 constexpr double kMaxShift = 1.7014117331926443e38; // half the largest float
-constexpr double kMaxRotation = 3600.0;              // arcseconds
+constexpr double kMaxRotation = 3600.0;             // arcseconds
 constexpr int kMessageLen = 256;
 constexpr int kNullRecord = 998;
 const char kNullRecordText[] = "NULL Pointer to datum parameters";
@@ -54,7 +54,9 @@ struct Failure {
 
 constexpr Failure kValid{0, 0};
 
-bool within(double value, double limit) { return value >= -limit && value <= limit; }
+bool within(double value, double limit) {
+    return value >= -limit && value <= limit;
+}
 
 Failure checkStep(const DATUM2WGS84* step) {
     if (!step) return {kNullRecord, 0};
@@ -105,8 +107,8 @@ Failure checkXform(const DATUMXFORM* x) {
 }
 
 const char* methodName(int method) {
-    static const char* const kNames[] = {"DM_NOXFORM", "DM_NADCON", "DM_BURSA",
-                                         "DM_MOLODENSKY", "DM_HARN", "DM_MRE", "DM_NTV2"};
+    static const char* const kNames[] = {"DM_NOXFORM", "DM_NADCON", "DM_BURSA", "DM_MOLODENSKY",
+                                         "DM_HARN",    "DM_MRE",    "DM_NTV2"};
     return method >= 0 && method <= DM_NTV2 ? kNames[method] : "*UNKNOWN*";
 }
 
@@ -129,13 +131,16 @@ void dumpStep(const DATUM2WGS84* s) {
     }
     char name[KVPROJ_NAME_LEN];
     double radius = 0.0, flattening = 0.0;
-    if (!EllipsoidInfo(s->Ellipsoid, name, &radius, &flattening)) CopyName(name, "UNKNOWN", sizeof name);
+    if (!EllipsoidInfo(s->Ellipsoid, name, &radius, &flattening))
+        CopyName(name, "UNKNOWN", sizeof name);
     LogPrintf("    Ellipsoid:       %d (%s)\n", int(s->Ellipsoid), name);
     LogPrintf("    MajorRadius:     %f\n", double(s->MajorRadius));
     LogPrintf("    Flattening:      %f\n", double(s->Flattening));
 }
 
-bool isUnplottable(const DATUMPOINT& p) { return p.x == kUnplottable || p.y == kUnplottable; }
+bool isUnplottable(const DATUMPOINT& p) {
+    return p.x == kUnplottable || p.y == kUnplottable;
+}
 
 // Reduces a point to longitude (-360, 360) and latitude [-90, 90].
 void normalise(DATUMPOINT& p) {
@@ -181,9 +186,12 @@ bool usableEllipse(const Ellipse& e) {
 
 bool runStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     switch (static_cast<int>(step.Method)) {
-    case DM_MOLODENSKY: return MolodenskyStep(step, points, count);
-    case DM_BURSA: return BursaWolfStep(step, points, count);
-    default: return false;
+    case DM_MOLODENSKY:
+        return MolodenskyStep(step, points, count);
+    case DM_BURSA:
+        return BursaWolfStep(step, points, count);
+    default:
+        return false;
     }
 }
 
@@ -267,8 +275,10 @@ bool convert(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count, d
         }
         break;
     }
-    case DM_NOXFORM: break;
-    default: return KV_ASSERT_FAIL();
+    case DM_NOXFORM:
+        break;
+    default:
+        return KV_ASSERT_FAIL();
     }
 
     switch (static_cast<int>(x.Step2.Method)) {
@@ -287,8 +297,10 @@ bool convert(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count, d
         }
         break;
     }
-    case DM_NOXFORM: break;
-    default: return KV_ASSERT_FAIL();
+    case DM_NOXFORM:
+        break;
+    default:
+        return KV_ASSERT_FAIL();
     }
 
     if (screen(points, count)) handle->bUnplottable = true;
@@ -319,8 +331,8 @@ bool MolodenskyStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     const double e2 = 2.0 * f - f * f;
     const double b = (1.0 - f) * a;
     const double sin1 = std::sin(4.84813681109536e-6); // sine of one arcsecond
-    const double daTerm = da * e2 / a;                    // Δa e²/a
-    const double dfM = df * a / b, dfN = df * b / a;      // Δf a/b, Δf b/a
+    const double daTerm = da * e2 / a;                 // Δa e²/a
+    const double dfM = df * a / b, dfN = df * b / a;   // Δf a/b, Δf b/a
     const double toDegrees = 1.0 / (sin1 * 3600.0);
 
     for (int n = 0; n < count; ++n) {
@@ -332,7 +344,7 @@ bool MolodenskyStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
         const double sl = std::sin(lam), cl = std::cos(lam);
         const double w = 1.0 - e2 * sp * sp;
         const double sw = std::sqrt(w);
-        const double N = a / sw;               // prime vertical radius of curvature
+        const double N = a / sw;                    // prime vertical radius of curvature
         const double M = a * (1.0 - e2) / (w * sw); // meridian radius of curvature
         // DMA TR 8350.2, standard Molodensky formulas with h = 0.
         const double dphi = (-dx * sp * cl - dy * sp * sl + dz * cp + daTerm * N * sp * cp +
@@ -357,8 +369,8 @@ void GeocentricToGeodetic(double X, double Y, double Z, double a, double f, doub
     const double t = ((1.0 - f) + e2 * a / r) * Z;
     const double h = std::sqrt(t * t + p * p);
     const double su = t / h, cu = p / h;
-    *lat = std::atan2((1.0 - f) * Z + e2 * a * su * su * su,
-                      (1.0 - f) * (p - e2 * a * cu * cu * cu));
+    *lat =
+        std::atan2((1.0 - f) * Z + e2 * a * su * su * su, (1.0 - f) * (p - e2 * a * cu * cu * cu));
 }
 
 bool BursaWolfStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
@@ -442,8 +454,8 @@ void DatDeleteDatum(void* handle) {
 }
 
 bool DatConvertDatum(void* handle, DATUMPOINT* points, int count) {
-    LogPrintf("DatConvertDatum(hDatum=%p, pPts=%p, nPts=%d)\n", handle,
-              static_cast<void*>(points), count);
+    LogPrintf("DatConvertDatum(hDatum=%p, pPts=%p, nPts=%d)\n", handle, static_cast<void*>(points),
+              count);
     if (!handle) return false;
     if (!points || count < 1) return KV_ASSERT_FAIL();
     DATUMXFORM* h = static_cast<DATUMXFORM*>(handle);
@@ -481,7 +493,9 @@ CDatumTransform::CDatumTransform(const CDatumTransform& other) : m_hDatum(nullpt
     if (other.GetInfo(&x)) m_hDatum = DatCreateDatum(&x);
 }
 
-CDatumTransform::~CDatumTransform() { Delete(); }
+CDatumTransform::~CDatumTransform() {
+    Delete();
+}
 
 // Shares the handle: after an assignment both objects hold the same one.
 CDatumTransform& CDatumTransform::operator=(const CDatumTransform& other) {
@@ -502,14 +516,20 @@ void CDatumTransform::Delete() {
     }
 }
 
-bool CDatumTransform::IsCreated() const { return m_hDatum != nullptr; }
+bool CDatumTransform::IsCreated() const {
+    return m_hDatum != nullptr;
+}
 
 bool CDatumTransform::Convert(DATUMPOINT* points, int count) {
     return DatConvertDatum(m_hDatum, points, count);
 }
 
-bool CDatumTransform::HadUnplottables() const { return DatHadUnplottables(m_hDatum); }
+bool CDatumTransform::HadUnplottables() const {
+    return DatHadUnplottables(m_hDatum);
+}
 
-bool CDatumTransform::GetInfo(DATUMXFORM* out) const { return DatGetHandleInfo(m_hDatum, out); }
+bool CDatumTransform::GetInfo(DATUMXFORM* out) const {
+    return DatGetHandleInfo(m_hDatum, out);
+}
 
 } // namespace KVProj

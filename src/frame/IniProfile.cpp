@@ -40,7 +40,9 @@ Load readFile(const char* path, std::string& out) {
     return ok ? Load::Ok : Load::Failed;
 }
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
+}
 
 // One physical line of the file: [begin, end) without its line feed; next is
 // where the following line starts.
@@ -57,11 +59,15 @@ LineSpan lineAt(const std::string& text, size_t pos) {
 
 // Trimmed view of [begin, end).
 void trim(const std::string& text, size_t& begin, size_t& end) {
-    while (begin < end && isBlank(text[begin])) ++begin;
-    while (end > begin && isBlank(text[end - 1])) --end;
+    while (begin < end && isBlank(text[begin]))
+        ++begin;
+    while (end > begin && isBlank(text[end - 1]))
+        --end;
 }
 
-char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowerAscii(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 bool equalNoCase(const char* a, size_t an, const char* b, size_t bn) {
     if (an != bn) return false;
@@ -114,7 +120,9 @@ SectionSpan findSection(const std::string& text, const char* name) {
     return s;
 }
 
-bool isComment(const std::string& text, size_t b, size_t e) { return b < e && text[b] == ';'; }
+bool isComment(const std::string& text, size_t b, size_t e) {
+    return b < e && text[b] == ';';
+}
 
 // Appends an entry line in its returned form: key and value trimmed.
 std::string entryText(const std::string& text, size_t b, size_t e) {
@@ -227,7 +235,8 @@ bool WriteSection(const char* file, const char* section, const char* lines) {
         if (!body.empty() && body.back() != '\n') body += eol;
     }
     if (lines) {
-        for (const char* p = lines; *p; p += std::strlen(p) + 1) body.append(p).append(eol);
+        for (const char* p = lines; *p; p += std::strlen(p) + 1)
+            body.append(p).append(eol);
     }
 
     std::string out;

@@ -120,8 +120,8 @@ DATUMXFORM MakeDatumXform(const DatumChoice& src, const DatumChoice& dest) {
 }
 
 const char* DatumMethodText(int method) {
-    static const char* const kNames[] = {"none",        "NADCON grid", "Bursa-Wolf",
-                                         "Molodensky",  "HARN grid",   "regression equations",
+    static const char* const kNames[] = {"none",       "NADCON grid", "Bursa-Wolf",
+                                         "Molodensky", "HARN grid",   "regression equations",
                                          "NTv2 grid"};
     return method >= 0 && method <= DM_NTV2 ? kNames[method] : "unknown";
 }

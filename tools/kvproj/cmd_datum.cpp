@@ -57,9 +57,9 @@ void printDatum(const DatumChoice& d, const std::string& profile) {
     std::printf("name:           %s\n", d.name.c_str());
     std::printf("epsg:           %s\n", d.custom ? "-" : epsgText(d.type).c_str());
     std::printf("method:         %s\n", DatumMethodText(method));
-    const bool reversible = d.custom ? (method == DM_MOLODENSKY || method == DM_BURSA ||
-                                        method == DM_NOXFORM)
-                                     : DatReversible(d.type);
+    const bool reversible =
+        d.custom ? (method == DM_MOLODENSKY || method == DM_BURSA || method == DM_NOXFORM)
+                 : DatReversible(d.type);
     std::printf("direction:      %s\n", reversible ? "to and from WGS 84" : "to WGS 84 only");
     if (method != DM_MOLODENSKY && method != DM_BURSA) return;
     std::printf("ellipsoid:      %d %s\n", int(s.Ellipsoid), ellipsoidText(s.Ellipsoid).c_str());
