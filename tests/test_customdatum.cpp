@@ -60,7 +60,7 @@ TEST(CustomDatumText, Escaping) {
         {"a=b%c\\d", "a%061b%037c%092d"},
         {"Tab\there", "Tab%009here"},
         {"{|}~", "%123%124%125%126"},
-        {"Zz [x]_`", "Zz [x]_`"},          // upper case counts by its lower-case form
+        {"Zz [x]_`", "Zz [x]_`"},                     // upper case counts by its lower-case form
         {"caf\xc3\xa9", "caf%4294967235%4294967209"}, // bytes from 128 up: signed codes
         {"", ""},
     };
@@ -125,7 +125,8 @@ TEST(CustomDatumText, Parsing) {
     } cases[] = {
         {"none,", true, DM_NOXFORM, 0, 0, 0, 0},
         {"NONE", true, DM_NOXFORM, 0, 0, 0, 0},
-        {"molodensky,0,user-defined,6378137,0.0033528107,0,1,2,3,", true, DM_MOLODENSKY, 0, 6378137, 3, 0},
+        {"molodensky,0,user-defined,6378137,0.0033528107,0,1,2,3,", true, DM_MOLODENSKY, 0, 6378137,
+         3, 0},
         {" Bursa ,1,x", false, 0, 0, 0, 0, 0}, // the keyword field is not trimmed at its end
         {"\tbursa,\t1,  WGS 84,1,0.5,0,0,0,9,0,0,7,1,", true, DM_BURSA, 47, 6378137, 9, 7},
         {"bursa,1,Krassovsky%044 1942,", true, DM_BURSA, 35, 6378245, 0, 0},
@@ -287,7 +288,8 @@ TEST(CustomDatum, OtherSectionsSurvive) {
 TEST(CustomDatum, OverfullSectionIsNotRewritten) {
     Profile p("overfull");
     std::string text = "[Custom Datums]\n";
-    for (int i = 0; i < 3000; ++i) text += "Datum" + std::to_string(i) + "=none,\n";
+    for (int i = 0; i < 3000; ++i)
+        text += "Datum" + std::to_string(i) + "=none,\n";
     p.write(text);
     DATUM2WGS84 s = molodensky(6378137, 0.003, 1, 1, 1);
     EXPECT_FALSE(NDatSave(p.c(), "One more", &s));

@@ -73,8 +73,8 @@ struct ReportCapture {
 
 struct OraclePoint {
     int datum;
-    double lon, lat;       // on the datum (longitude from its prime meridian)
-    double lonW, latW;     // WGS 84 (Greenwich)
+    double lon, lat;   // on the datum (longitude from its prime meridian)
+    double lonW, latW; // WGS 84 (Greenwich)
 };
 
 // cs2cs (PROJ 9.1.1) "+proj=longlat +a=.. +rf=.. [+pm=..] +towgs84=dx,dy,dz,rx,ry,rz,k
@@ -87,8 +87,8 @@ const OraclePoint kBursaForward[] = {
     {217, 11.6, 48.1, 11.598619405974, 48.099084929993},
     {221, 7.44, 46.95, 7.439047088388, 46.948679922653},
     {221, 8.54, 47.37, 8.538879443758, 47.368637382402},
-    {222, 0.0, 48.84, 2.336505812655, 48.839930924836},   // Paris meridian
-    {222, -4.0, 43.6, -1.663573986435, 43.599975918561},  // Paris meridian
+    {222, 0.0, 48.84, 2.336505812655, 48.839930924836},  // Paris meridian
+    {222, -4.0, 43.6, -1.663573986435, 43.599975918561}, // Paris meridian
     {223, 37.6, 55.75, 37.598188238688, 55.750048144089},
     {223, 30.3, 59.9, 30.297827927197, 59.899988561405},
     {252, 10.75, 59.9, 10.745175711296, 59.900789445974},
@@ -114,9 +114,9 @@ TEST(DatumBursaWolf, ForwardAgreesWithCs2csToOneMillimetre) {
 // inverts the Helmert transformation exactly, while the inverse step here negates
 // the parameters and inverts the scale, as the datum tables intend. The two
 // differ by the rotation and scale of the translation vector, |r|·|T| + k·|T|:
-// 5 cm for the 12″ rotations of the Everest datum, under 3 cm for the others. The Paris-meridian datum is left out: its inverse step
-// applies the meridian shift before the geocentric step by design.
-// How far a negated-parameter inverse may stray from the exact inverse, in metres.
+// 5 cm for the 12″ rotations of the Everest datum, under 3 cm for the others. The Paris-meridian
+// datum is left out: its inverse step applies the meridian shift before the geocentric step by
+// design. How far a negated-parameter inverse may stray from the exact inverse, in metres.
 static double inverseBound(int datum) {
     DATUM2WGS84 s;
     if (!DatGetDatumParams(static_cast<DatumType>(datum), &s)) return 0.0;
@@ -155,9 +155,9 @@ TEST(DatumBursaWolf, InverseAgreesWithCs2csWithinTheApproximation) {
 
 struct MolodenskyPoint {
     int datum;
-    double lon, lat;         // on the datum
-    double lonM, latM;       // cct +proj=molodensky (standard formulas, h = 0)
-    double lonG, latG;       // cs2cs +towgs84=dx,dy,dz (exact geocentric translation)
+    double lon, lat;   // on the datum
+    double lonM, latM; // cct +proj=molodensky (standard formulas, h = 0)
+    double lonG, latG; // cs2cs +towgs84=dx,dy,dz (exact geocentric translation)
 };
 
 // cct (PROJ 9.1.1) "+proj=molodensky +a +rf +da +df +dx +dy +dz" with
@@ -214,7 +214,8 @@ TEST(DatumRoundTrip, ReversibleDatumsReturnWithinTheMethodsResidue) {
             ASSERT_TRUE(convertOne(DATUM_WGS84, id, p));
             double d2 = metres(q[0], q[1], p.x, p.y);
             // The ellipsoid change counts like a shift: Δa and a·Δf in metres.
-            double da = 6378137.0 - s.MajorRadius, adf = 6378137.0 * (1.0 / 298.257223563 - s.Flattening);
+            double da = 6378137.0 - s.MajorRadius,
+                   adf = 6378137.0 * (1.0 / 298.257223563 - s.Flattening);
             double D2 = s.dx * s.dx + s.dy * s.dy + s.dz * s.dz + da * da + adf * adf;
             double bound = K * D2 / 6378137.0 + 2.0 * inverseBound(id) + 0.001;
             worst = std::max(worst, d2 / bound);
@@ -253,7 +254,8 @@ static void literalGeodetic(double X, double Y, double Z, double a, double f, do
     for (int i = 0; i < 99; ++i) {
         double u = std::atan2(((1 - f) + e2 * a / r) * Z, p);
         double su = std::sin(u), cu = std::cos(u);
-        double next = std::atan2((1 - f) * Z + e2 * a * su * su * su, (1 - f) * (p - e2 * a * cu * cu * cu));
+        double next =
+            std::atan2((1 - f) * Z + e2 * a * su * su * su, (1 - f) * (p - e2 * a * cu * cu * cu));
         bool done = std::fabs(next - phi) < 1e-12;
         phi = next;
         if (done) break;
@@ -269,7 +271,8 @@ TEST(DatumGeocentric, ClosedFormMatchesTheIteration) {
         double h = -500.0 + (i % 17) * 600.0;
         double e2 = (2 - f) * f, sp = std::sin(lat * kPi / 180), cp = std::cos(lat * kPi / 180);
         double N = a / std::sqrt(1 - e2 * sp * sp);
-        double X = (N + h) * cp * std::cos(lon * kPi / 180), Y = (N + h) * cp * std::sin(lon * kPi / 180);
+        double X = (N + h) * cp * std::cos(lon * kPi / 180),
+               Y = (N + h) * cp * std::sin(lon * kPi / 180);
         double Z = (N * (1 - e2) + h) * sp;
         double l1, p1, l2, p2;
         GeocentricToGeodetic(X, Y, Z, a, f, &l1, &p1);
@@ -440,13 +443,15 @@ TEST(DatumPipeline, SeparateHandlesConvertInParallel) {
             DATUMXFORM x = request(t % 2 ? 216 : 2, 5);
             void* h = DatCreateDatum(&x);
             std::vector<DATUMPOINT> pts(kPoints);
-            for (int i = 0; i < kPoints; ++i) pts[i] = {-10.0 + i * 1e-3, 40.0 + i * 1e-4};
+            for (int i = 0; i < kPoints; ++i)
+                pts[i] = {-10.0 + i * 1e-3, 40.0 + i * 1e-4};
             DatConvertDatum(h, pts.data(), kPoints);
             DatDeleteDatum(h);
             results[t] = pts;
         });
     }
-    for (auto& th : threads) th.join();
+    for (auto& th : threads)
+        th.join();
     EXPECT_EQ(std::memcmp(results[0].data(), results[2].data(), kPoints * sizeof(DATUMPOINT)), 0);
     EXPECT_EQ(std::memcmp(results[1].data(), results[3].data(), kPoints * sizeof(DATUMPOINT)), 0);
 }
@@ -466,29 +471,45 @@ struct CheckCase {
 TEST(DatumCheckParams, ResultsAndMessages) {
     const CheckCase cases[] = {
         {"valid built-ins", 2, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, ""},
-        {"source out of range", 254, 3, 0, 0, 0, 0, 0, 0, 0, 0, 1, "Invalid source datum specified"},
+        {"source out of range", 254, 3, 0, 0, 0, 0, 0, 0, 0, 0, 1,
+         "Invalid source datum specified"},
         {"negative source", -1, 3, 0, 0, 0, 0, 0, 0, 0, 0, 1, "Invalid source datum specified"},
-        {"destination out of range", 3, 999, 0, 0, 0, 0, 0, 0, 0, 0, 2, "Invalid destination datum specified"},
-        {"NADCON destination", 3, 232, 0, 0, 0, 0, 0, 0, 0, 0, 2, "Invalid destination datum specified"},
-        {"MRE destination", 3, 229, 0, 0, 0, 0, 0, 0, 0, 0, 2, "Invalid destination datum specified"},
+        {"destination out of range", 3, 999, 0, 0, 0, 0, 0, 0, 0, 0, 2,
+         "Invalid destination datum specified"},
+        {"NADCON destination", 3, 232, 0, 0, 0, 0, 0, 0, 0, 0, 2,
+         "Invalid destination datum specified"},
+        {"MRE destination", 3, 229, 0, 0, 0, 0, 0, 0, 0, 0, 2,
+         "Invalid destination datum specified"},
         {"NADCON source", 232, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, ""},
         {"NTv2 destination", 3, 253, 0, 0, 0, 0, 0, 0, 0, 0, 0, ""},
-        {"user method 7", 0, 3, 7, 47, 0, 0, 0, 0, 0, 0, 3, "Invalid datum transformation method specified"},
-        {"user HARN", 0, 3, DM_HARN, 47, 0, 0, 0, 0, 0, 0, 3, "Invalid datum transformation method specified"},
+        {"user method 7", 0, 3, 7, 47, 0, 0, 0, 0, 0, 0, 3,
+         "Invalid datum transformation method specified"},
+        {"user HARN", 0, 3, DM_HARN, 47, 0, 0, 0, 0, 0, 0, 3,
+         "Invalid datum transformation method specified"},
         {"user MRE unchecked", 0, 3, DM_MRE, 99, 0, 0, 0, 0, 0, 0, 0, ""},
-        {"bad ellipsoid", 0, 3, DM_MOLODENSKY, 56, 0, 0, 0, 0, 0, 0, 4, "Invalid ellipsoid specified for datum transformation"},
-        {"zero radius", 0, 3, DM_MOLODENSKY, 0, 0, 0.003, 0, 0, 0, 0, 13, "Ellipsoid radius parameter must be greater than zero"},
-        {"flattening 1", 0, 3, DM_BURSA, 0, 6378137, 1.0, 0, 0, 0, 0, 14, "Ellipsoid flattening parameter cannot be less than zero or greater than or equal to one"},
-        {"flattening NaN", 0, 3, DM_BURSA, 0, 6378137, NAN, 0, 0, 0, 0, 14, "Ellipsoid flattening parameter cannot be less than zero or greater than or equal to one"},
+        {"bad ellipsoid", 0, 3, DM_MOLODENSKY, 56, 0, 0, 0, 0, 0, 0, 4,
+         "Invalid ellipsoid specified for datum transformation"},
+        {"zero radius", 0, 3, DM_MOLODENSKY, 0, 0, 0.003, 0, 0, 0, 0, 13,
+         "Ellipsoid radius parameter must be greater than zero"},
+        {"flattening 1", 0, 3, DM_BURSA, 0, 6378137, 1.0, 0, 0, 0, 0, 14,
+         "Ellipsoid flattening parameter cannot be less than zero or greater than or equal to one"},
+        {"flattening NaN", 0, 3, DM_BURSA, 0, 6378137, NAN, 0, 0, 0, 0, 14,
+         "Ellipsoid flattening parameter cannot be less than zero or greater than or equal to one"},
         {"meridian 180 allowed", 0, 3, DM_MOLODENSKY, 47, 0, 0, 180, 0, 0, 0, 0, ""},
-        {"meridian beyond 180", 0, 3, DM_MOLODENSKY, 47, 0, 0, -180.5, 0, 0, 0, 5, "Prime meridian shift must be between -180 and +180 degrees"},
-        {"huge dx", 0, 3, DM_MOLODENSKY, 47, 0, 0, 0, 1.8e38, 0, 0, 6, "Invalid X axis shift for datum transformation"},
-        {"rz 4000 source", 0, 3, DM_BURSA, 47, 0, 0, 0, 0, 4000, 0, 11, "Z axis rotation was outside the rnage of -3600 to +3600 arcseconds"},
+        {"meridian beyond 180", 0, 3, DM_MOLODENSKY, 47, 0, 0, -180.5, 0, 0, 0, 5,
+         "Prime meridian shift must be between -180 and +180 degrees"},
+        {"huge dx", 0, 3, DM_MOLODENSKY, 47, 0, 0, 0, 1.8e38, 0, 0, 6,
+         "Invalid X axis shift for datum transformation"},
+        {"rz 4000 source", 0, 3, DM_BURSA, 47, 0, 0, 0, 0, 4000, 0, 11,
+         "Z axis rotation was outside the rnage of -3600 to +3600 arcseconds"},
         {"rz ignored by Molodensky", 0, 3, DM_MOLODENSKY, 47, 0, 0, 0, 0, 4000, 0, 0, ""},
         {"negative scale passes", 0, 3, DM_BURSA, 47, 0, 0, 0, 0, 0, -5, 0, ""},
-        {"destination method 9", 3, 0, 9, 47, 0, 0, 0, 0, 0, 0, 15, "Invalid datum transformation method specified"},
-        {"destination rz 4000", 3, 0, DM_BURSA, 47, 0, 0, 0, 0, 4000, 0, 23, "Z axis rotation was outside the rnage of -3600 to +3600 arcseconds"},
-        {"destination radius", 3, 0, DM_BURSA, 0, -1, 0, 0, 0, 0, 0, 25, "Ellipsoid radius parameter must be greater than zero"},
+        {"destination method 9", 3, 0, 9, 47, 0, 0, 0, 0, 0, 0, 15,
+         "Invalid datum transformation method specified"},
+        {"destination rz 4000", 3, 0, DM_BURSA, 47, 0, 0, 0, 0, 4000, 0, 23,
+         "Z axis rotation was outside the rnage of -3600 to +3600 arcseconds"},
+        {"destination radius", 3, 0, DM_BURSA, 0, -1, 0, 0, 0, 0, 0, 25,
+         "Ellipsoid radius parameter must be greater than zero"},
     };
     for (const CheckCase& c : cases) {
         DATUMXFORM x = request(c.src, c.dest);

@@ -40,7 +40,8 @@ std::vector<TextRow> readTextTable() {
         std::vector<std::string> cells;
         std::stringstream ss(line.substr(1));
         std::string cell;
-        while (std::getline(ss, cell, '|')) cells.push_back(trimmed(cell));
+        while (std::getline(ss, cell, '|'))
+            cells.push_back(trimmed(cell));
         if (!cells.empty() && cells.back().empty()) cells.pop_back();
         TextRow r;
         r.id = std::atoi(cells[0].c_str());
@@ -49,12 +50,14 @@ std::vector<TextRow> readTextTable() {
         if (cells.size() == 7) {
             r.method = "DM_MOLODENSKY";
             r.ellipsoid = std::atoi(cells[3].c_str());
-            for (int i = 0; i < 3; ++i) r.v[i] = std::strtod(cells[4 + i].c_str(), nullptr);
+            for (int i = 0; i < 3; ++i)
+                r.v[i] = std::strtod(cells[4 + i].c_str(), nullptr);
             if (r.id == 147) r.v[7] = 2.33722916666667; // stated in the table's heading
         } else if (cells.size() == 12) {
             r.method = "DM_BURSA";
             r.ellipsoid = std::atoi(cells[3].c_str());
-            for (int i = 0; i < 8; ++i) r.v[i] = std::strtod(cells[4 + i].c_str(), nullptr);
+            for (int i = 0; i < 8; ++i)
+                r.v[i] = std::strtod(cells[4 + i].c_str(), nullptr);
         } else if (cells.size() == 4) {
             r.method = cells[3].substr(1, cells[3].size() - 2); // strip the backquotes
         } else {
@@ -68,7 +71,7 @@ std::vector<TextRow> readTextTable() {
 
 const char* methodName(int m) {
     static const char* names[] = {"DM_NOXFORM", "DM_NADCON", "DM_BURSA", "DM_MOLODENSKY",
-                                  "DM_HARN", "DM_MRE", "DM_NTV2", "end"};
+                                  "DM_HARN",    "DM_MRE",    "DM_NTV2",  "end"};
     return m >= 0 && m <= 7 ? names[m] : "?";
 }
 
@@ -88,7 +91,8 @@ TEST(DatumTable, EveryRowMatchesThePublishedTable) {
         EXPECT_STREQ(methodName(row.method), t.method.c_str());
         EXPECT_EQ(int(row.ellipsoid), t.ellipsoid);
         const double v[8] = {row.dx, row.dy, row.dz, row.rx, row.ry, row.rz, row.k, row.pmShift};
-        for (int k = 0; k < 8; ++k) EXPECT_EQ(v[k], t.v[k]) << "column " << k;
+        for (int k = 0; k < 8; ++k)
+            EXPECT_EQ(v[k], t.v[k]) << "column " << k;
     }
     const DatumRow& end = kDatumRows[253];
     EXPECT_EQ(end.id, 254);
@@ -99,13 +103,20 @@ TEST(DatumTable, EveryRowMatchesThePublishedTable) {
 
 TEST(DatumTable, StorageOrderAndUniqueness) {
     std::vector<int> order;
-    for (int a = 1; a <= 180; ++a) order.push_back(a);
-    for (int a = 244; a <= 250; ++a) order.push_back(a);
-    for (int a = 181; a <= 223; ++a) order.push_back(a);
-    for (int a : {236, 234, 235}) order.push_back(a);
-    for (int a = 237; a <= 243; ++a) order.push_back(a);
-    for (int a : {251, 252}) order.push_back(a);
-    for (int a = 224; a <= 233; ++a) order.push_back(a);
+    for (int a = 1; a <= 180; ++a)
+        order.push_back(a);
+    for (int a = 244; a <= 250; ++a)
+        order.push_back(a);
+    for (int a = 181; a <= 223; ++a)
+        order.push_back(a);
+    for (int a : {236, 234, 235})
+        order.push_back(a);
+    for (int a = 237; a <= 243; ++a)
+        order.push_back(a);
+    for (int a : {251, 252})
+        order.push_back(a);
+    for (int a = 224; a <= 233; ++a)
+        order.push_back(a);
     order.push_back(253);
     ASSERT_EQ(order.size(), 253u);
     std::set<std::string> names;
@@ -121,7 +132,8 @@ TEST(DatumTable, StorageOrderAndUniqueness) {
         }
     }
     EXPECT_EQ(withPosc, 56);
-    for (const auto& p : posc) EXPECT_EQ(p.second, p.first == 6267 ? 4 : 1) << p.first;
+    for (const auto& p : posc)
+        EXPECT_EQ(p.second, p.first == 6267 ? 4 : 1) << p.first;
 }
 
 TEST(DatumTable, Names) {
@@ -129,9 +141,14 @@ TEST(DatumTable, Names) {
     struct {
         int id;
         const char* name;
-    } cases[] = {{0, "User Defined"}, {1, "North American Datum 1983"}, {80, "Gandajika  1970"},
-                 {147, "NTF France - Paris Meridian"}, {253, "NAD 1927 - Canada (NTV2)"},
-                 {254, ""}, {999, ""}, {-1, ""}};
+    } cases[] = {{0, "User Defined"},
+                 {1, "North American Datum 1983"},
+                 {80, "Gandajika  1970"},
+                 {147, "NTF France - Paris Meridian"},
+                 {253, "NAD 1927 - Canada (NTV2)"},
+                 {254, ""},
+                 {999, ""},
+                 {-1, ""}};
     for (const auto& c : cases) {
         std::memset(out, 'x', sizeof out);
         DatGetDatumName(static_cast<DatumType>(c.id), out);
@@ -145,10 +162,14 @@ TEST(DatumTable, NameLookup) {
         const char* name;
         bool found;
         int id;
-    } cases[] = {{"user defined", true, 0},       {"USER DEFINED", true, 0},
-                 {"tokyo", true, 7},              {"Tokyo - Mean", true, 204},
-                 {"s-42 hungary", true, 244},     {"NAD 1927 - CONUS (MRE)", true, 229},
-                 {"Gandajika 1970", false, 0},    {"", false, 0},
+    } cases[] = {{"user defined", true, 0},
+                 {"USER DEFINED", true, 0},
+                 {"tokyo", true, 7},
+                 {"Tokyo - Mean", true, 204},
+                 {"s-42 hungary", true, 244},
+                 {"NAD 1927 - CONUS (MRE)", true, 229},
+                 {"Gandajika 1970", false, 0},
+                 {"", false, 0},
                  {"North American Datum 19", false, 0}};
     for (const auto& c : cases) {
         DatumType id = static_cast<DatumType>(-7);
@@ -193,7 +214,8 @@ TEST(DatumTable, ReversibleAndMethod) {
     struct {
         int id;
         DatumMethod m;
-    } cases[] = {{3, DM_MOLODENSKY}, {215, DM_BURSA}, {229, DM_MRE}, {232, DM_NADCON}, {253, DM_NTV2}};
+    } cases[] = {
+        {3, DM_MOLODENSKY}, {215, DM_BURSA}, {229, DM_MRE}, {232, DM_NADCON}, {253, DM_NTV2}};
     for (const auto& c : cases) {
         EXPECT_TRUE(DatGetDatumMethod(static_cast<DatumType>(c.id), &m));
         EXPECT_EQ(m, c.m) << c.id;
@@ -213,7 +235,7 @@ TEST(DatumTable, Params) {
     EXPECT_EQ(+s.dz, -113);
     EXPECT_EQ(+s.MajorRadius, 6378388.0); // International 1924
     EXPECT_EQ(+s.Flattening, 1.0 / 297.0);
-    EXPECT_EQ(+s.Spare[0], 0x33);         // the spare area is never written
+    EXPECT_EQ(+s.Spare[0], 0x33); // the spare area is never written
 
     ASSERT_TRUE(DatGetDatumParams(static_cast<DatumType>(221), &s));
     EXPECT_EQ(+s.Method, DM_BURSA);

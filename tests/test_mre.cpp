@@ -12,9 +12,9 @@ namespace {
 
 struct MrePoint {
     int datum;
-    double lat, lon;      // degrees on the local datum, longitude in -180..180
-    double dLat, dLon;    // expected shifts, arcseconds
-    double tolerance;     // arcseconds
+    double lat, lon;   // degrees on the local datum, longitude in -180..180
+    double dLat, dLon; // expected shifts, arcseconds
+    double tolerance;  // arcseconds
     const char* source;
 };
 
@@ -63,7 +63,9 @@ TEST(Mre, ThroughTheConversionEngine) {
     // NAD 27 CONUS test point given as 273°25′07.825″ east: the wrap brings it to
     // -86.58° before the equations, and the result goes back past 180.
     const double lon360 = 273.0 + 25.0 / 60 + 7.825 / 3600;
-    DATUMPOINT p[3] = {{-86.581159722, 34.785786944}, {lon360, 34.785786944}, {KVPROJ_UNPLOTTABLE, KVPROJ_UNPLOTTABLE}};
+    DATUMPOINT p[3] = {{-86.581159722, 34.785786944},
+                       {lon360, 34.785786944},
+                       {KVPROJ_UNPLOTTABLE, KVPROJ_UNPLOTTABLE}};
     DATUMXFORM x;
     std::memset(&x, 0, sizeof x);
     x.SrcDatum = static_cast<DatumType>(229);
@@ -81,9 +83,11 @@ TEST(Mre, ThroughTheConversionEngine) {
 
 TEST(Mre, OnlyTheEightRegressionDatums) {
     double a, b;
-    for (int id : {0, 3, 223, 232, 253, -1}) EXPECT_FALSE(MreDeltas(id, 0, 0, &a, &b)) << id;
+    for (int id : {0, 3, 223, 232, 253, -1})
+        EXPECT_FALSE(MreDeltas(id, 0, 0, &a, &b)) << id;
     EXPECT_FALSE(MreDeltas(229, 0, 0, nullptr, &b));
     DATUMPOINT p{0, 0};
     EXPECT_FALSE(MreShift(5, &p, 1));
-    for (int id = 224; id <= 231; ++id) EXPECT_TRUE(MreHasDatum(id));
+    for (int id = 224; id <= 231; ++id)
+        EXPECT_TRUE(MreHasDatum(id));
 }

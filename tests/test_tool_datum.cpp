@@ -29,18 +29,21 @@ std::string tempPath(const char* tag) {
 
 ToolRun runTool(const std::string& args) {
     std::string errPath = tempPath("err");
-    std::string command = std::string("'") + KVPROJ_TOOL_PATH + "' " + args + " 2>'" + errPath + "'";
+    std::string command =
+        std::string("'") + KVPROJ_TOOL_PATH + "' " + args + " 2>'" + errPath + "'";
     ToolRun run;
     FILE* pipe = ::popen(command.c_str(), "r");
     if (!pipe) return run;
     std::string text;
     char chunk[4096];
     size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0) text.append(chunk, n);
+    while ((n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0)
+        text.append(chunk, n);
     int raw = ::pclose(pipe);
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) run.out.push_back(line);
+    for (std::string line; std::getline(lines, line);)
+        run.out.push_back(line);
     std::ifstream in(errPath);
     std::stringstream ss;
     ss << in.rdbuf();
@@ -67,7 +70,8 @@ TEST(ToolDatum, ResolvesIdsNamesAndEpsgCodes) {
         {"'tokyo'", "id:             7", "name:           Tokyo"},
         {"6267", "id:             2", "name:           North American Datum 1927"},
         {"EPSG:6273", "id:             252", "name:           NGO 1948"},
-        {"'nad 1927 - conus (mre)'", "id:             229", "name:           NAD 1927 - CONUS (MRE)"},
+        {"'nad 1927 - conus (mre)'", "id:             229",
+         "name:           NAD 1927 - CONUS (MRE)"},
     };
     for (const auto& c : cases) {
         ToolRun r = runTool(std::string("datum ") + c.arg);
@@ -80,10 +84,10 @@ TEST(ToolDatum, ResolvesIdsNamesAndEpsgCodes) {
 TEST(ToolDatum, PrintsTheStepParameters) {
     ToolRun r = runTool("datum 222");
     ASSERT_EQ(r.status, 0);
-    for (const char* line : {"method:         Bursa-Wolf", "ellipsoid:      16 Clarke 1880 mod.",
-                             "prime meridian: 2.33722916667 deg east of Greenwich",
-                             "dx dy dz:       -168.0000 -60.0000 320.0000 m",
-                             "direction:      to and from WGS 84"})
+    for (const char* line :
+         {"method:         Bursa-Wolf", "ellipsoid:      16 Clarke 1880 mod.",
+          "prime meridian: 2.33722916667 deg east of Greenwich",
+          "dx dy dz:       -168.0000 -60.0000 320.0000 m", "direction:      to and from WGS 84"})
         EXPECT_TRUE(hasLine(r, line)) << line;
     r = runTool("datum 232");
     ASSERT_EQ(r.status, 0);
