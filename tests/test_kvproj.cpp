@@ -6,15 +6,22 @@
 #include "kvproj/projcheck.h"
 #include "kvproj/stateplane.h"
 #include "kvlibw/kvlibw.h"
+#include "frame/Diag.h"
 #include "projections/ProjModule.h"
 
 #include <gtest/gtest.h>
 
 #include <cfloat>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <limits>
+#include <sstream>
+#include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace KVProj;
@@ -592,33 +599,18 @@ TEST_F(ProjTest, DomainTestArrayFormHasTheInvertedSense) {
     EXPECT_TRUE(ProjLLInProjection(h.h, -3, one));
 }
 
-TEST_F(ProjTest, OffsetSplit) {
-    PROJDATA d = Record(PT_TRANSVERSE_MERCATOR);
-    d.Lon0 = 10.0;
-    Handle h(d);
+TEST_F(ProjTest, OffsetSplitChecksItsArguments) {
+    Handle h(Record(PT_TRANSVERSE_MERCATOR));
     ASSERT_NE(h.h, nullptr);
-    struct Row {
-        PROJPOINT a, b;
-        bool split;
-        double dx;
-    } rows[] = {
-        {P(0, 0), P(20, 0), false, 0.0},
-        {P(-190, 0), P(-150, 0), true, 360.0}, // at or below Lon0 - 180
-        {P(170, 0), P(190, 0), true, -360.0},  // at or above Lon0 + 180
-        {P(-200, 0), P(220, 0), true, 360.0},  // the minimum test wins
-    };
-    for (const Row& r : rows) {
-        PROJPOINT pts[] = {r.a, r.b};
-        double dx = 1, dy = 1;
-        EXPECT_EQ(ProjLLOffsetSplitObject(h.h, pts, 2, &dx, &dy), r.split);
-        EXPECT_EQ(dx, r.dx);
-        EXPECT_EQ(dy, 0.0);
-    }
-    PROJPOINT pts[] = {P(0, 0)};
-    double dx, dy;
-    EXPECT_FALSE(ProjLLOffsetSplitObject(nullptr, pts, 1, &dx, &dy));
-    EXPECT_FALSE(ProjLLOffsetSplitObject(h.h, nullptr, 1, &dx, &dy));
-    EXPECT_FALSE(ProjLLOffsetSplitObject(h.h, pts, 1, nullptr, &dy));
+    PROJPOINT pts[] = {P(170, 0), P(190, 0)};
+    double dx = 1, dy = 1;
+    EXPECT_TRUE(ProjLLOffsetSplitObject(h.h, pts, 2, &dx, &dy)); // reaches Lon0 + 180
+    EXPECT_EQ(dx, -360.0);
+    EXPECT_EQ(dy, 0.0);
+    EXPECT_FALSE(ProjLLOffsetSplitObject(nullptr, pts, 2, &dx, &dy));
+    EXPECT_FALSE(ProjLLOffsetSplitObject(h.h, nullptr, 2, &dx, &dy));
+    EXPECT_FALSE(ProjLLOffsetSplitObject(h.h, pts, 2, nullptr, &dy));
+    EXPECT_FALSE(ProjLLOffsetSplitObject(h.h, pts, 2, &dx, nullptr));
 }
 
 TEST_F(ProjTest, MissingModuleIsAnAssertion) {
@@ -672,6 +664,43 @@ TEST_F(ProjTest, PreclipWrappersRefuseBadArguments) {
     EXPECT_EQ(Reports(20205), 9);
     EXPECT_TRUE(ProjLLPreclipPolyline(h.h, nullptr, 3, pts, line));
     EXPECT_TRUE(ProjLLPreclipPolygon(h.h, nullptr, 1, counts, pts, poly, nullptr));
+}
+
+// The trace lines hosts and support staff read in the diagnostic log.
+TEST_F(ProjTest, TraceLines) {
+    const char* dir = std::getenv("TMPDIR");
+    const std::string path =
+        std::string(dir && *dir ? dir : "/tmp") + "/kvproj_trace." + std::to_string(::getpid());
+    std::remove(path.c_str());
+    const bool was = LogIsEnabled();
+    const std::string oldPath = LogPath();
+    LogSetup(true, path.c_str());
+    PROJDATA d = Record(PT_TRANSVERSE_MERCATOR);
+    d.Scale = 0.0;
+    void* h = ProjCreateProjection(&d);
+    PROJPOINT p[] = {P(kNaN, 1.0)};
+    ProjForward(h, p, 1);
+    ProjForward(nullptr, p, 1);
+    ProjDeleteProjection(h);
+    PROJDATA bad = Record(PT_TRANSVERSE_MERCATOR);
+    bad.Lon0 = 400.0;
+    ProjCreateProjection(&bad);
+    LogSetup(was, oldPath.c_str());
+
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    const std::string log = ss.str();
+    std::remove(path.c_str());
+    for (const char* line :
+         {"Warning:  Scale was zero.  Setting to one.\r\n",
+          "Warning:  K0 was zero.  Setting to one.\r\n",
+          "ProjCreateProjection:  Returning HPROJ of ",
+          "  One or more unplottable points generated.\r\n", "NULL hProj pointer!\r\n",
+          "ProjDeleteProjection(hProj=",
+          "Invalid parameter error:  \"Central longitude (Lon0) parameter was outside the range of "
+          "-360 to +360 degrees\"\r\n"})
+        EXPECT_NE(log.find(line), std::string::npos) << line;
 }
 
 // ---------------------------------------------------------------- wrappers
