@@ -287,6 +287,12 @@ TEST(WorldProjections, LongitudeWrapFlag) {
         const PROJPOINT far = Fwd(m.fwd, wrap, 20 + 550, 35);
         EXPECT_NEAR(far.x, r.x, 1e-6);
     }
+    // Any non-zero byte written by a host sets the flag.
+    PROJDATA odd = Working(kEarth, 0.0, 20, false);
+    const unsigned char byte = 0x80;
+    std::memcpy(&odd.bWrapLon, &byte, 1);
+    const PROJPOINT o = Fwd(SinusForward, odd, 20 + 190, 35);
+    EXPECT_DOUBLE_EQ(o.x, Fwd(SinusForward, odd, 20 - 170, 35).x);
     const PROJDATA raw = Working(kEarth, 0.0, 20, false);
     const PROJPOINT v = Fwd(VanDerForward, raw, 20 + 190, 35);
     const PROJPOINT ve = Fwd(VanDerForward, raw, 20 - 170, 35);
