@@ -1,5 +1,6 @@
 // "kvproj list": prints the built-in catalogues a host builds its user interface from.
 #include "Command.h"
+#include "cmd_datum.h"
 #include "cmd_zone.h"
 
 #include "kvproj/kvproj.h"
@@ -33,6 +34,7 @@ const Catalogue kCatalogues[] = {
     {"ellipsoids", nullptr, listEllipsoids},
     {"params", "<type>", listParams},
     {"zones", "[--system 27|83]", ListZones},
+    {"datums", nullptr, ListDatums},
 };
 
 std::string catalogueNames() {
