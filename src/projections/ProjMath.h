@@ -82,13 +82,56 @@ struct Footpoint {
         const SinMultiples m = SinesOfMultiples(std::sin(mu), std::cos(mu));
         return mu + d2 * m.s2 + d4 * m.s4 + d6 * m.s6 + d8 * m.s8;
     }
+    // The footpoint latitude with its sine and cosine. The correction to mu is
+    // small (under 0.003 rad on terrestrial ellipsoids), so sin and cos of
+    // mu + delta come from those of mu by the addition theorem with short
+    // Taylor series for delta, instead of two further library calls.
+    double Phi(double mu, double* sinPhi, double* cosPhi) const {
+        const double sm = std::sin(mu), cm = std::cos(mu);
+        const SinMultiples m = SinesOfMultiples(sm, cm);
+        const double delta = d2 * m.s2 + d4 * m.s4 + d6 * m.s6 + d8 * m.s8;
+        const double phi = mu + delta;
+        if (std::fabs(delta) < 0.01) {
+            const double d2_ = delta * delta;
+            const double sd = delta * (1.0 - d2_ / 6.0 * (1.0 - d2_ / 20.0 * (1.0 - d2_ / 42.0)));
+            const double cd = 1.0 - d2_ / 2.0 * (1.0 - d2_ / 12.0 * (1.0 - d2_ / 30.0));
+            *sinPhi = sm * cd + cm * sd;
+            *cosPhi = cm * cd - sm * sd;
+        } else {
+            *sinPhi = std::sin(phi);
+            *cosPhi = std::cos(phi);
+        }
+        return phi;
+    }
 };
 
-// Snyder 14-4 / 15-9: t = tan(pi/4 - phi/2) / ((1 - e sin phi) / (1 + e sin phi))^(e/2).
+// atanh x by its Taylor series for |x| <= 0.1, which covers e sin phi on
+// every terrestrial ellipsoid (truncation below 1e-19 relative); larger
+// arguments go to the library function.
+inline double AtanhSmall(double x) {
+    if (!(std::fabs(x) <= 0.1)) return std::atanh(x);
+    const double x2 = x * x;
+    return x *
+           (1.0 +
+            x2 * (1.0 / 3 +
+                  x2 * (1.0 / 5 +
+                        x2 * (1.0 / 7 +
+                              x2 * (1.0 / 9 +
+                                    x2 * (1.0 / 11 +
+                                          x2 * (1.0 / 13 + x2 * (1.0 / 15 + x2 * (1.0 / 17)))))))));
+}
+
+// ((1 - e sin phi) / (1 + e sin phi))^(e/2), the factor of Snyder 7-7, 7-9,
+// 14-4 and 15-9, as exp(-e atanh(e sin phi)): the same value without a pow()
+// per point. `es` is e sin phi.
+inline double ConformalFactor(double e, double es) {
+    return std::exp(-e * AtanhSmall(es));
+}
+
+// Snyder 15-9: t = tan(pi/4 - phi/2) / ((1 - e sin phi) / (1 + e sin phi))^(e/2).
 // The caller guarantees 1 + e sin phi != 0.
 inline double ConformalT(double phi, double sinPhi, double e) {
-    const double es = e * sinPhi;
-    return std::tan(kQuarterPi - phi / 2.0) / std::pow((1.0 - es) / (1.0 + es), e / 2.0);
+    return std::tan(kQuarterPi - phi / 2.0) / ConformalFactor(e, e * sinPhi);
 }
 
 // Snyder 14-15: m = cos phi / sqrt(1 - e^2 sin^2 phi); the caller has checked
@@ -97,24 +140,54 @@ inline double ParallelRadiusFactor(double cosPhi, double sinPhi, double e2) {
     return cosPhi / std::sqrt(1.0 - e2 * sinPhi * sinPhi);
 }
 
-// Latitude from t by Snyder 7-9 iterated: phi = pi/2 - 2 atan(t ((1 - e sin phi) /
-// (1 + e sin phi))^(e/2)), starting from pi/2 - 2 atan t. Stops when two steps
-// differ by at most kPhiIterTolerance; false when 1 + e sin phi becomes 0 or the
-// tolerance is not met before the last permitted step (meeting it on that step
-// still counts as running out). *phi receives the last step.
-inline bool PhiFromConformalT(double t, double e, double* phi) {
-    const double halfE = e / 2.0;
+namespace detail {
+
+// The iteration below step by step in angles, for t where the tangent form
+// would overflow.
+inline bool PhiFromConformalTByAngles(double t, double e, double* phi) {
     double p = kHalfPi - 2.0 * std::atan(t);
     for (int step = 1; step <= kPhiIterMaxSteps; ++step) {
         const double es = e * std::sin(p);
         if (1.0 + es == 0.0) return false;
-        const double next = kHalfPi - 2.0 * std::atan(t * std::pow((1.0 - es) / (1.0 + es), halfE));
+        const double next = kHalfPi - 2.0 * std::atan(t * ConformalFactor(e, es));
         const bool done = std::fabs(next - p) <= kPhiIterTolerance;
         p = next;
         if (done) {
             *phi = p;
             return step < kPhiIterMaxSteps;
         }
+    }
+    return false;
+}
+
+} // namespace detail
+
+// Latitude from t by Snyder 7-9 iterated: phi = pi/2 - 2 atan(t ((1 - e sin phi) /
+// (1 + e sin phi))^(e/2)), starting from pi/2 - 2 atan t. Stops when two steps
+// differ by at most kPhiIterTolerance; false when 1 + e sin phi becomes 0 or the
+// tolerance is not met before the last permitted step (meeting it on that step
+// still counts as running out). *phi receives the last step.
+//
+// Every step has the form phi = pi/2 - 2 atan v, so the loop carries v instead
+// of phi: sin phi = (1 - v^2) / (1 + v^2), and two steps differ by
+// 2 atan((v' - v) / (1 + v v')), which is compared through the tangent of half
+// the tolerance. One arctangent at the end instead of a sine and an
+// arctangent per step.
+inline bool PhiFromConformalT(double t, double e, double* phi) {
+    constexpr double kHalfTolTan = 5.960464477539769e-07; // tan(kPhiIterTolerance / 2)
+    if (!(t >= 0.0 && t < 1e150)) return detail::PhiFromConformalTByAngles(t, e, phi);
+    double v = t, sinPhi = (1.0 - t * t) / (1.0 + t * t);
+    for (int step = 1; step <= kPhiIterMaxSteps; ++step) {
+        const double es = e * sinPhi;
+        if (1.0 + es == 0.0) return false;
+        const double next = t * ConformalFactor(e, es);
+        const bool done = std::fabs((next - v) / (1.0 + next * v)) <= kHalfTolTan;
+        v = next;
+        if (done) {
+            *phi = kHalfPi - 2.0 * std::atan(v);
+            return step < kPhiIterMaxSteps;
+        }
+        sinPhi = (1.0 - v * v) / (1.0 + v * v);
     }
     return false;
 }

@@ -81,6 +81,9 @@ inline bool SphereInverse(const Constants& k, PROJPOINT& p) {
 
 // ---------------------------------------------------------------- ellipsoid
 
+// The series' integer divisors as reciprocals: multiplications in the loop.
+constexpr double k1_6 = 1.0 / 6.0, k1_24 = 1.0 / 24.0, k1_120 = 1.0 / 120.0, k1_720 = 1.0 / 720.0;
+
 template <Flavor F> inline bool EllipsoidForward(const Constants& k, PROJPOINT& p) {
     const double phi = p.y;
     if (std::fabs(phi) == kHalfPi) { // the series has tan phi; the pole lies on the meridian
@@ -92,22 +95,22 @@ template <Flavor F> inline bool EllipsoidForward(const Constants& k, PROJPOINT& 
     const double w = 1.0 - k.e2 * s * s;
     if (F == Flavor::UTM && w < 0.0) return false;
     const double n = k.a / std::sqrt(w);
-    const double tanPhi = std::tan(phi);
+    const double tanPhi = s / c; // c != 0: the poles were handled above
     const double t = tanPhi * tanPhi, cc = k.ep2 * c * c;
     const double A = (p.x - k.lam0) * c, A2 = A * A;
     const double m = k.arc.At(phi, s, c);
     // Snyder 8-9
     const double x =
         k.k0 * n *
-        (A * (1.0 + A2 * ((1.0 - t + cc) / 6.0 +
-                          A2 * (5.0 - 18.0 * t + t * t + 72.0 * cc - 58.0 * k.ep2) / 120.0)));
+        (A * (1.0 + A2 * ((1.0 - t + cc) * k1_6 +
+                          A2 * (5.0 - 18.0 * t + t * t + 72.0 * cc - 58.0 * k.ep2) * k1_120)));
     // Snyder 8-10
     const double y =
         k.k0 * (m - k.m0 +
                 n * tanPhi *
-                    (A2 * (0.5 + A2 * ((5.0 - t + 9.0 * cc + 4.0 * cc * cc) / 24.0 +
-                                       A2 * (61.0 - 58.0 * t + t * t + 600.0 * cc - 330.0 * k.ep2) /
-                                           720.0))));
+                    (A2 * (0.5 + A2 * ((5.0 - t + 9.0 * cc + 4.0 * cc * cc) * k1_24 +
+                                       A2 * (61.0 - 58.0 * t + t * t + 600.0 * cc - 330.0 * k.ep2) *
+                                           k1_720))));
     p.x = x;
     p.y = y;
     return true;
@@ -115,9 +118,10 @@ template <Flavor F> inline bool EllipsoidForward(const Constants& k, PROJPOINT& 
 
 template <Flavor F> inline bool EllipsoidInverse(const Constants& k, PROJPOINT& p) {
     if (F == Flavor::General && k.k0 == 0.0) return false;
-    const double m = k.m0 + p.y / k.k0;          // Snyder 8-20
-    const double phi1 = k.foot.Phi(k.arc.Mu(m)); // Snyder 7-19, 3-26
-    const double s1 = std::sin(phi1), c1 = std::cos(phi1), tan1 = std::tan(phi1);
+    const double m = k.m0 + p.y / k.k0; // Snyder 8-20
+    double s1, c1;
+    const double phi1 = k.foot.Phi(k.arc.Mu(m), &s1, &c1); // Snyder 7-19, 3-26
+    const double tan1 = s1 / c1;
     const double cc = k.ep2 * c1 * c1, t = tan1 * tan1; // Snyder 8-21, 8-22
     const double w = 1.0 - k.e2 * s1 * s1;
     if (w < 0.0) return false;
@@ -131,19 +135,19 @@ template <Flavor F> inline bool EllipsoidInverse(const Constants& k, PROJPOINT& 
     const double phi =
         phi1 -
         (n1 * tan1 / r1) *
-            (d2 * (0.5 - d2 * ((5.0 + 3.0 * t + 10.0 * cc - 4.0 * cc * cc - 9.0 * k.ep2) / 24.0 -
+            (d2 * (0.5 - d2 * ((5.0 + 3.0 * t + 10.0 * cc - 4.0 * cc * cc - 9.0 * k.ep2) * k1_24 -
                                d2 *
                                    (61.0 + 90.0 * t + 298.0 * cc + 45.0 * t * t - 252.0 * k.ep2 -
-                                    3.0 * cc * cc) /
-                                   720.0)));
+                                    3.0 * cc * cc) *
+                                   k1_720)));
     // Snyder 8-18
     const double lam =
         k.lam0 +
         d *
             (1.0 -
-             d2 * ((1.0 + 2.0 * t + cc) / 6.0 -
-                   d2 * (5.0 - 2.0 * cc + 28.0 * t - 3.0 * cc * cc + 8.0 * k.ep2 + 24.0 * t * t) /
-                       120.0)) /
+             d2 * ((1.0 + 2.0 * t + cc) * k1_6 -
+                   d2 * (5.0 - 2.0 * cc + 28.0 * t - 3.0 * cc * cc + 8.0 * k.ep2 + 24.0 * t * t) *
+                       k1_120)) /
             c1;
     p.x = lam;
     p.y = phi;

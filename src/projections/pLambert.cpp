@@ -98,7 +98,17 @@ bool EllipsoidForwardPoint(const Cone& c, PROJPOINT& p) {
     const double phi = p.y, s = std::sin(phi);
     if (1.0 + c.e * s == 0.0) return false;
     if (!(1.0 - c.e2 * s * s > 0.0)) return false;
-    PlaceOnCone(c, EllipsoidRho(c, ConformalT(phi, s, c.e)), p);
+    double rho;
+    if (std::fabs(s) <= 0.9) {
+        // t^n as exp(n ln t) with ln t = -atanh(sin phi) + e atanh(e sin phi):
+        // one logarithm-like call instead of a tangent and two powers. Away
+        // from the poles 1 -+ sin phi keeps its precision, so the value is
+        // the same to double precision.
+        rho = c.a * c.F * std::exp(c.n * (c.e * AtanhSmall(c.e * s) - std::atanh(s)));
+    } else {
+        rho = EllipsoidRho(c, ConformalT(phi, s, c.e));
+    }
+    PlaceOnCone(c, rho, p);
     return true;
 }
 
