@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cfloat>
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -201,6 +202,30 @@ TEST_F(ModuleTable, SplitTests) {
         EXPECT_FALSE(ProjModuleTable[r.type].LLOffsetSplit(&d, nullptr, 3, &dx, &dy));
         EXPECT_FALSE(ProjModuleTable[r.type].LLOffsetSplit(nullptr, pts, 3, &dx, &dy));
         EXPECT_EQ(dx, 7.0); // offsets untouched on bad arguments
+    }
+    EXPECT_TRUE(g_reports.empty());
+}
+
+// Hostile numbers in the points or in the record: every call completes (the
+// iterations are bounded), returns true, and leaves each point either the
+// marker or some value for the engine's screen. Run under the sanitizers too.
+TEST_F(ModuleTable, HostileNumbersNeverHangOrCrash) {
+    const double nan = std::nan(""), inf = HUGE_VAL;
+    const double values[] = {nan, inf, -inf, 1e308, -1e308, 0.0, 1e-310, 3.0, -1.5707963267948966};
+    for (const Built& b : kBuilt) {
+        const PROJMODULE& m = ProjModuleTable[b.type];
+        for (double v : values) {
+            PROJDATA records[3] = {Data(b.type, 0.5, 0.1, 0.5, 0.8), Data(b.type, v, v, v, v),
+                                   Data(b.type, 0.5, 0.1, 0.5, 0.8)};
+            records[2].Flattening = 0.0;
+            records[1].K0 = v;
+            for (PROJDATA& d : records) {
+                PROJPOINT pts[4] = {{v, 0.3}, {0.3, v}, {v, v}, {0.2, 0.4}};
+                EXPECT_TRUE(m.Forward(&d, pts, 4)) << b.source;
+                PROJPOINT inv[4] = {{v, 1e5}, {1e5, v}, {v, v}, {-3e6, 2e7}};
+                EXPECT_TRUE(m.Inverse(&d, inv, 4)) << b.source;
+            }
+        }
     }
     EXPECT_TRUE(g_reports.empty());
 }
