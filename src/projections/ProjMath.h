@@ -92,9 +92,10 @@ struct Footpoint {
         const double delta = d2 * m.s2 + d4 * m.s4 + d6 * m.s6 + d8 * m.s8;
         const double phi = mu + delta;
         if (std::fabs(delta) < 0.01) {
-            const double d2_ = delta * delta;
-            const double sd = delta * (1.0 - d2_ / 6.0 * (1.0 - d2_ / 20.0 * (1.0 - d2_ / 42.0)));
-            const double cd = 1.0 - d2_ / 2.0 * (1.0 - d2_ / 12.0 * (1.0 - d2_ / 30.0));
+            const double q = delta * delta;
+            const double sd =
+                delta * (1.0 - q * (1.0 / 6) * (1.0 - q * (1.0 / 20) * (1.0 - q * (1.0 / 42))));
+            const double cd = 1.0 - q * 0.5 * (1.0 - q * (1.0 / 12) * (1.0 - q * (1.0 / 30)));
             *sinPhi = sm * cd + cm * sd;
             *cosPhi = cm * cd - sm * sd;
         } else {
@@ -106,26 +107,33 @@ struct Footpoint {
 };
 
 // atanh x by its Taylor series for |x| <= 0.1, which covers e sin phi on
-// every terrestrial ellipsoid (truncation below 1e-19 relative); larger
-// arguments go to the library function.
+// every terrestrial ellipsoid (truncation below 1e-19 relative), evaluated
+// in Estrin's scheme for a short dependency chain; larger arguments go to
+// the library function.
 inline double AtanhSmall(double x) {
     if (!(std::fabs(x) <= 0.1)) return std::atanh(x);
-    const double x2 = x * x;
-    return x *
-           (1.0 +
-            x2 * (1.0 / 3 +
-                  x2 * (1.0 / 5 +
-                        x2 * (1.0 / 7 +
-                              x2 * (1.0 / 9 +
-                                    x2 * (1.0 / 11 +
-                                          x2 * (1.0 / 13 + x2 * (1.0 / 15 + x2 * (1.0 / 17)))))))));
+    const double x2 = x * x, x4 = x2 * x2, x8 = x4 * x4;
+    const double p01 = 1.0 + x2 * (1.0 / 3), p23 = 1.0 / 5 + x2 * (1.0 / 7);
+    const double p45 = 1.0 / 9 + x2 * (1.0 / 11), p67 = 1.0 / 13 + x2 * (1.0 / 15);
+    const double lo = p01 + x4 * p23, hi = p45 + x4 * p67;
+    return x * (lo + x8 * (hi + x8 * (1.0 / 17)));
+}
+
+// exp z; by its Taylor series to z^7 (Estrin's scheme) for |z| <= 0.01, where
+// the truncation is below 3e-21, else by the library function.
+inline double ExpSmall(double z) {
+    if (!(std::fabs(z) <= 0.01)) return std::exp(z);
+    const double z2 = z * z, z4 = z2 * z2;
+    const double p01 = 1.0 + z, p23 = 0.5 + z * (1.0 / 6);
+    const double p45 = 1.0 / 24 + z * (1.0 / 120), p67 = 1.0 / 720 + z * (1.0 / 5040);
+    return (p01 + z2 * p23) + z4 * (p45 + z2 * p67);
 }
 
 // ((1 - e sin phi) / (1 + e sin phi))^(e/2), the factor of Snyder 7-7, 7-9,
 // 14-4 and 15-9, as exp(-e atanh(e sin phi)): the same value without a pow()
 // per point. `es` is e sin phi.
 inline double ConformalFactor(double e, double es) {
-    return std::exp(-e * AtanhSmall(es));
+    return ExpSmall(-e * AtanhSmall(es));
 }
 
 // Snyder 15-9: t = tan(pi/4 - phi/2) / ((1 - e sin phi) / (1 + e sin phi))^(e/2).
@@ -181,7 +189,7 @@ inline bool PhiFromConformalT(double t, double e, double* phi) {
         const double es = e * sinPhi;
         if (1.0 + es == 0.0) return false;
         const double next = t * ConformalFactor(e, es);
-        const bool done = std::fabs((next - v) / (1.0 + next * v)) <= kHalfTolTan;
+        const bool done = std::fabs(next - v) <= kHalfTolTan * (1.0 + next * v); // v, next >= 0
         v = next;
         if (done) {
             *phi = kHalfPi - 2.0 * std::atan(v);

@@ -23,22 +23,26 @@ enum class Flavor { General, UTM };
 
 struct Constants {
     double lam0, phi0, k0;
-    double a;   // R on the sphere, semi-major axis on the ellipsoid
-    double ak0; // R k0 (sphere)
-    double e2;  // e^2
-    double ep2; // second eccentricity squared, e^2 / (1 - e^2)
-    double m0;  // M(phi0)
+    double a;             // R on the sphere, semi-major axis on the ellipsoid
+    double ak0;           // R k0 (sphere)
+    double e2;            // e^2
+    double ep2;           // second eccentricity squared, e^2 / (1 - e^2)
+    double invOneMinusE2; // 1 / (1 - e^2)
+    double invAk0;        // 1 / (a k0)
+    double m0;            // M(phi0)
     MeridianArc arc;
     Footpoint foot;
     bool sphere;
 
     explicit Constants(const PROJDATA* d)
         : lam0(d->Lon0), phi0(d->Lat0), k0(d->K0), a(d->MajorRadius), ak0(d->MajorRadius * d->K0),
-          e2(0.0), ep2(0.0), m0(0.0), sphere(d->Flattening == 0.0) {
+          e2(0.0), ep2(0.0), invOneMinusE2(1.0), invAk0(1.0 / (d->MajorRadius * d->K0)), m0(0.0),
+          sphere(d->Flattening == 0.0) {
         if (sphere) return;
         const double e = Eccentricity(d->Flattening);
         e2 = e * e;
         ep2 = e2 / (1.0 - e2);
+        invOneMinusE2 = 1.0 / (1.0 - e2);
         arc = MeridianArc(a, e);
         foot = Footpoint(e);
         m0 = arc.At(phi0);
@@ -121,20 +125,22 @@ template <Flavor F> inline bool EllipsoidInverse(const Constants& k, PROJPOINT& 
     const double m = k.m0 + p.y / k.k0; // Snyder 8-20
     double s1, c1;
     const double phi1 = k.foot.Phi(k.arc.Mu(m), &s1, &c1); // Snyder 7-19, 3-26
-    const double tan1 = s1 / c1;
-    const double cc = k.ep2 * c1 * c1, t = tan1 * tan1; // Snyder 8-21, 8-22
     const double w = 1.0 - k.e2 * s1 * s1;
     if (w < 0.0) return false;
     const double sw = std::sqrt(w);
     if (sw == 0.0) return false;
-    const double n1 = k.a / sw;                      // Snyder 8-23
-    const double r1 = k.a * (1.0 - k.e2) / (w * sw); // Snyder 8-24
+    // Two reciprocals carry every quotient of the step below.
+    const double invSw = 1.0 / sw, invC1 = 1.0 / c1;
+    const double n1 = k.a * invSw;                                  // Snyder 8-23
+    const double r1 = k.a * (1.0 - k.e2) * (invSw * invSw * invSw); // Snyder 8-24
     if (n1 * k.k0 == 0.0 || r1 == 0.0) return false;
-    const double d = p.x / (n1 * k.k0), d2 = d * d; // Snyder 8-25
-    // Snyder 8-17
+    const double tan1 = s1 * invC1;
+    const double cc = k.ep2 * c1 * c1, t = tan1 * tan1; // Snyder 8-21, 8-22
+    const double d = p.x * sw * k.invAk0, d2 = d * d;   // Snyder 8-25: x / (N1 k0)
+    // Snyder 8-17; N1 tan(phi1) / R1 = tan(phi1) W / (1 - e^2)
     const double phi =
         phi1 -
-        (n1 * tan1 / r1) *
+        (tan1 * w * k.invOneMinusE2) *
             (d2 * (0.5 - d2 * ((5.0 + 3.0 * t + 10.0 * cc - 4.0 * cc * cc - 9.0 * k.ep2) * k1_24 -
                                d2 *
                                    (61.0 + 90.0 * t + 298.0 * cc + 45.0 * t * t - 252.0 * k.ep2 -
@@ -147,8 +153,8 @@ template <Flavor F> inline bool EllipsoidInverse(const Constants& k, PROJPOINT& 
             (1.0 -
              d2 * ((1.0 + 2.0 * t + cc) * k1_6 -
                    d2 * (5.0 - 2.0 * cc + 28.0 * t - 3.0 * cc * cc + 8.0 * k.ep2 + 24.0 * t * t) *
-                       k1_120)) /
-            c1;
+                       k1_120)) *
+            invC1;
     p.x = lam;
     p.y = phi;
     return true;

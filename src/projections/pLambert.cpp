@@ -104,7 +104,8 @@ bool EllipsoidForwardPoint(const Cone& c, PROJPOINT& p) {
         // one logarithm-like call instead of a tangent and two powers. Away
         // from the poles 1 -+ sin phi keeps its precision, so the value is
         // the same to double precision.
-        rho = c.a * c.F * std::exp(c.n * (c.e * AtanhSmall(c.e * s) - std::atanh(s)));
+        rho = c.a * c.F *
+              std::exp(c.n * (c.e * AtanhSmall(c.e * s) + 0.5 * std::log((1.0 - s) / (1.0 + s))));
     } else {
         rho = EllipsoidRho(c, ConformalT(phi, s, c.e));
     }
