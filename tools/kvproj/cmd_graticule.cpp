@@ -1,0 +1,726 @@
+// "kvproj graticule": draws a projection's meridians and parallels and the
+// outline of its valid area as an SVG picture.
+//
+// Everything goes through the library as a host would use it: the lines and a
+// polygon covering the lon/lat window are cut to the valid area by the
+// preclipping entry points, the pieces are projected by ProjForward, and
+// points that come back unplottable break the lines. Nothing here knows a
+// projection by its type, so a projection added to the library is drawn as
+// soon as its module is in the table.
+//
+// Fitting the picture: a projection may run off towards infinity at the edge
+// of its valid area (Mercator at the poles, a conic at its far pole), and a
+// picture fitted to every point would show little but that edge. For every
+// vertex the smaller principal scale (the least the map stretches it in any
+// direction, from finite differences) is compared with the median over the
+// whole drawing; vertices stretched more than kRunaway times the median are
+// drawn but not fitted, and the lines are cut at the fitted frame.
+#include "Command.h"
+#include "ProjArgs.h"
+
+#include "kvproj/kvproj.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace kvtool {
+namespace {
+
+using KVProj::PROJDATA;
+using KVProj::PROJPOINT;
+using Path = std::vector<PROJPOINT>;
+
+constexpr double kRunaway = 6.0;       // see the file comment
+constexpr double kProbe = 1e-3;        // degrees: finite-difference step of the stretch
+constexpr double kSimplify = 0.1;      // pixels a dropped vertex may lie off its chord
+constexpr double kMaxVertices = 4.0e6; // lon/lat vertices of all lines before clipping
+constexpr int kMinWidth = 100, kMaxWidth = 20000;
+
+PROJPOINT Pt(double x, double y) {
+    PROJPOINT p;
+    p.x = x;
+    p.y = y;
+    return p;
+}
+
+bool Plottable(const PROJPOINT& p) {
+    return p.x != KVPROJ_UNPLOTTABLE && p.y != KVPROJ_UNPLOTTABLE && std::isfinite(p.x) &&
+           std::isfinite(p.y);
+}
+
+// ---------------------------------------------------------------- options
+
+struct Window {
+    double lon1, lat1, lon2, lat2;
+};
+
+struct Options {
+    double step = 15.0;
+    double densify = 1.0;
+    int width = 800;
+    bool haveWindow = false;
+    Window window{0, 0, 0, 0};
+    std::string output = "-";
+    std::string title;
+};
+
+bool ParseReal(const std::string& text, double* value) {
+    if (text.empty()) return false;
+    char* end = nullptr;
+    const double v = std::strtod(text.c_str(), &end);
+    if (*end != '\0' || !std::isfinite(v)) return false;
+    *value = v;
+    return true;
+}
+
+bool ParseWindow(const std::string& text, Window* w, std::string* error) {
+    double v[4];
+    size_t start = 0;
+    for (int i = 0; i < 4; ++i) {
+        const size_t comma = text.find(',', start);
+        const bool last = i == 3;
+        if (last != (comma == std::string::npos) ||
+            !ParseReal(text.substr(start, last ? std::string::npos : comma - start), &v[i]))
+            return (*error = "--window takes lon1,lat1,lon2,lat2, not '" + text + "'"), false;
+        start = comma + 1;
+    }
+    *w = Window{v[0], v[1], v[2], v[3]};
+    if (!(w->lon1 < w->lon2 && w->lat1 < w->lat2))
+        return (*error = "--window needs lon1 < lon2 and lat1 < lat2"), false;
+    if (w->lat1 < -90.0 || w->lat2 > 90.0 || w->lon1 < -360.0 || w->lon2 > 360.0 ||
+        w->lon2 - w->lon1 > 360.0)
+        return (*error = "--window must lie within latitudes -90..90 and longitudes "
+                         "-360..360 and span at most 360 degrees"),
+               false;
+    return true;
+}
+
+// One option's value, from "--opt value" or "--opt=value".
+bool TakeValue(const std::vector<std::string>& args, size_t* i, const std::string& name,
+               std::string* value, std::string* error) {
+    const std::string& a = args[*i];
+    if (a.size() > name.size() && a.compare(0, name.size() + 1, name + "=") == 0) {
+        *value = a.substr(name.size() + 1);
+        return true;
+    }
+    if (*i + 1 >= args.size()) return (*error = name + " needs a value"), false;
+    *value = args[++*i];
+    return true;
+}
+
+bool Matches(const std::string& arg, const char* name) {
+    const size_t n = std::char_traits<char>::length(name);
+    return arg.compare(0, n, name) == 0 && (arg.size() == n || arg[n] == '=');
+}
+
+bool ParseOptions(const std::vector<std::string>& args, Options* o, std::string* error) {
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        std::string v;
+        if (Matches(a, "--step") || Matches(a, "--densify")) {
+            const bool step = Matches(a, "--step");
+            const std::string name = step ? "--step" : "--densify";
+            double d = 0;
+            if (!TakeValue(args, &i, name, &v, error)) return false;
+            if (!ParseReal(v, &d) || d <= 0.0 || d > (step ? 180.0 : 10.0))
+                return (*error = name + " takes degrees above 0 and up to " +
+                                 (step ? "180" : "10") + ", not '" + v + "'"),
+                       false;
+            (step ? o->step : o->densify) = d;
+        } else if (Matches(a, "--width")) {
+            if (!TakeValue(args, &i, "--width", &v, error)) return false;
+            char* end = nullptr;
+            const long w = std::strtol(v.c_str(), &end, 10);
+            if (v.empty() || *end != '\0' || w < kMinWidth || w > kMaxWidth)
+                return (*error = "--width takes " + std::to_string(kMinWidth) + " to " +
+                                 std::to_string(kMaxWidth) + " pixels, not '" + v + "'"),
+                       false;
+            o->width = static_cast<int>(w);
+        } else if (Matches(a, "--window")) {
+            if (!TakeValue(args, &i, "--window", &v, error)) return false;
+            if (!ParseWindow(v, &o->window, error)) return false;
+            o->haveWindow = true;
+        } else if (Matches(a, "--title")) {
+            if (!TakeValue(args, &i, "--title", &v, error)) return false;
+            o->title = v;
+        } else if (a == "-o" || Matches(a, "--output")) {
+            if (!TakeValue(args, &i, a == "-o" ? "-o" : "--output", &v, error)) return false;
+            if (v.empty()) return (*error = "the output file name is empty"), false;
+            o->output = v;
+        } else {
+            return (*error = "unexpected argument '" + a + "'"), false;
+        }
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------- handles
+
+// The conversion handle is made from the record as given. Preclipping asks a
+// handle for its valid area; a state plane handle answers for the first zone
+// of its system whatever zone it holds, so the clipping handle of a zone is
+// made from the zone's own projection record instead.
+struct Handles {
+    void* convert = nullptr;
+    void* clip = nullptr;
+    PROJDATA clipRecord;
+    ~Handles() {
+        if (clip != convert) KVProj::ProjDeleteProjection(clip);
+        KVProj::ProjDeleteProjection(convert);
+    }
+};
+
+bool MakeHandles(PROJDATA data, Handles* h) {
+    char message[KVProj::kProjCheckMessageLen] = "";
+    const int bad = KVProj::ProjCheckParams(&data, message, false);
+    if (bad != 0) {
+        std::fprintf(stderr, "kvproj: graticule: invalid projection: %s (parameter %d)\n", message,
+                     bad);
+        return false;
+    }
+    PROJDATA zone = data;
+    h->convert = KVProj::ProjCreateProjection(&data);
+    if (!h->convert) {
+        std::fprintf(stderr, "kvproj: graticule: cannot create the projection\n");
+        return false;
+    }
+    h->clip = h->convert;
+    if (zone.Type == KVProj::PT_STATE_PLANE_27 || zone.Type == KVProj::PT_STATE_PLANE_83) {
+        KVProj::ProjGetStateZoneParams(&zone);
+        if (zone.Zone != KVProj::STATEZONE_NONE) {
+            void* own = KVProj::ProjCreateProjection(&zone);
+            if (own) h->clip = own;
+        }
+    }
+    return KVProj::ProjGetHandleInfo(h->clip, &h->clipRecord);
+}
+
+// ---------------------------------------------------------------- lon/lat lines
+
+enum class Kind { Meridian, Parallel, Area };
+
+// One clipped piece of a graticule line, or one ring of the clipped window.
+struct Feature {
+    Kind kind;
+    double value; // longitude of a meridian, latitude of a parallel
+    int group;    // rings handed over together form one polygon
+    Path lonlat;
+    Path xy;                     // projected; unplottable points keep the marker
+    std::vector<double> stretch; // least principal scale; -1 where unknown
+};
+
+Path Densified(PROJPOINT a, PROJPOINT b, double spacing) {
+    const double len = std::hypot(b.x - a.x, b.y - a.y);
+    const int n = std::max(1, static_cast<int>(std::ceil(len / spacing - 1e-9)));
+    Path p;
+    p.reserve(n + 1);
+    for (int k = 0; k <= n; ++k) {
+        const double t = static_cast<double>(k) / n;
+        p.push_back(Pt(a.x + t * (b.x - a.x), a.y + t * (b.y - a.y)));
+    }
+    return p;
+}
+
+// Multiples of `step` within [lo, hi]; a window a whole turn wide gives its
+// edge meridian once.
+std::vector<double> Multiples(double lo, double hi, double step, bool wholeTurn) {
+    std::vector<double> v;
+    const long long first = static_cast<long long>(std::ceil(lo / step - 1e-9));
+    const long long last = static_cast<long long>(std::floor(hi / step + 1e-9));
+    for (long long k = first; k <= last; ++k)
+        v.push_back(k * step);
+    if (wholeTurn && v.size() > 1 && std::fabs(v.back() - v.front() - 360.0) < 1e-9) v.pop_back();
+    return v;
+}
+
+// A polyline or polygon of the preclipping hands its pieces to these.
+struct Collector {
+    std::vector<Feature>* out;
+    Kind kind;
+    double value;
+    int group;
+};
+
+bool OnPiece(void* user, int count, const PROJPOINT* points) {
+    Collector* c = static_cast<Collector*>(user);
+    c->out->push_back(Feature{c->kind, c->value, c->group, Path(points, points + count), {}, {}});
+    return true;
+}
+
+bool OnPolygon(void* user, int parts, const int* partCounts, const PROJPOINT* points) {
+    Collector* c = static_cast<Collector*>(user);
+    for (int r = 0; r < parts; ++r) {
+        c->out->push_back(
+            Feature{Kind::Area, 0.0, c->group, Path(points, points + partCounts[r]), {}, {}});
+        points += partCounts[r];
+    }
+    ++c->group;
+    return true;
+}
+
+// Unprojected records have no module and so no valid area to clip against:
+// every point within the window stays.
+bool ClipLine(void* handle, bool unprojected, const Path& line, Collector* c) {
+    if (unprojected) return OnPiece(c, static_cast<int>(line.size()), line.data());
+    return KVProj::ProjLLPreclipPolyline(handle, c, static_cast<int>(line.size()), line.data(),
+                                         &OnPiece);
+}
+
+bool ClipRing(void* handle, bool unprojected, const Path& ring, Collector* c) {
+    const int count = static_cast<int>(ring.size());
+    if (unprojected) return OnPolygon(c, 1, &count, ring.data());
+    return KVProj::ProjLLPreclipPolygon(handle, c, 1, &count, ring.data(), &OnPolygon, nullptr);
+}
+
+bool BuildFeatures(const Handles& h, const Window& w, const Options& o, std::vector<Feature>* out) {
+    const bool unprojected = h.clipRecord.Type == KVProj::PT_UNPROJECTED;
+    const bool wholeTurn = w.lon2 - w.lon1 >= 360.0 - 1e-9;
+    Collector c{out, Kind::Meridian, 0.0, 0};
+    for (double lon : Multiples(w.lon1, w.lon2, o.step, wholeTurn)) {
+        c.value = lon;
+        if (!ClipLine(h.clip, unprojected, Densified(Pt(lon, w.lat1), Pt(lon, w.lat2), o.densify),
+                      &c)) {
+            std::fprintf(stderr, "kvproj: graticule: clipping the meridian %g failed\n", lon);
+            return false;
+        }
+    }
+    c.kind = Kind::Parallel;
+    for (double lat : Multiples(w.lat1, w.lat2, o.step, false)) {
+        if (std::fabs(lat) >= 90.0) continue; // a pole is a point, not a line
+        c.value = lat;
+        if (!ClipLine(h.clip, unprojected, Densified(Pt(w.lon1, lat), Pt(w.lon2, lat), o.densify),
+                      &c)) {
+            std::fprintf(stderr, "kvproj: graticule: clipping the parallel %g failed\n", lat);
+            return false;
+        }
+    }
+    // The window as a counter-clockwise ring: what of it survives is the area drawn.
+    const PROJPOINT corners[5] = {Pt(w.lon1, w.lat1), Pt(w.lon2, w.lat1), Pt(w.lon2, w.lat2),
+                                  Pt(w.lon1, w.lat2), Pt(w.lon1, w.lat1)};
+    Path ring;
+    for (int k = 0; k < 4; ++k) {
+        const Path side = Densified(corners[k], corners[k + 1], o.densify);
+        ring.insert(ring.end(), side.begin() + (k ? 1 : 0), side.end());
+    }
+    if (!ClipRing(h.clip, unprojected, ring, &c)) {
+        std::fprintf(stderr, "kvproj: graticule: clipping the outline of the valid area failed\n");
+        return false;
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------- projection
+
+// Least principal scale of the map at a vertex from its two probes (east and
+// north of it by kProbe degrees, signs in `dir`), in projected units per
+// degree of arc; -1 when a probe could not be projected.
+double Stretch(const PROJPOINT& ll, const PROJPOINT& p, const PROJPOINT& east,
+               const PROJPOINT& north, const PROJPOINT& dir) {
+    if (!Plottable(east) || !Plottable(north)) return -1.0;
+    const double arcEast = dir.x * kProbe * std::cos(ll.y * 0.017453292519943295);
+    const double arcNorth = dir.y * kProbe;
+    const double b = (north.x - p.x) / arcNorth, d = (north.y - p.y) / arcNorth;
+    // At a pole every direction is along a meridian.
+    if (std::fabs(arcEast) < 1e-12) return std::hypot(b, d);
+    const double a = (east.x - p.x) / arcEast, c = (east.y - p.y) / arcEast;
+    const double sum = a * a + b * b + c * c + d * d;
+    const double diff = a * a + c * c - b * b - d * d, cross = a * b + c * d;
+    const double largest = std::sqrt(0.5 * (sum + std::sqrt(diff * diff + 4.0 * cross * cross)));
+    if (!std::isfinite(largest)) return -1.0;
+    return largest > 0.0 ? std::fabs(a * d - b * c) / largest : 0.0;
+}
+
+// Projects every vertex together with its two probes in one call. The probes
+// step towards the window's centre so that they stay on the inside of a
+// boundary the vertex lies next to.
+bool ProjectFeatures(void* handle, const Window& w, std::vector<Feature>& features) {
+    const double midLon = 0.5 * (w.lon1 + w.lon2), midLat = 0.5 * (w.lat1 + w.lat2);
+    Path all;
+    for (const Feature& f : features)
+        for (const PROJPOINT& q : f.lonlat) {
+            const double sx = q.x > midLon ? -1.0 : 1.0, sy = q.y > midLat ? -1.0 : 1.0;
+            all.push_back(q);
+            all.push_back(Pt(q.x + sx * kProbe, q.y));
+            all.push_back(Pt(q.x, q.y + sy * kProbe));
+        }
+    if (all.empty()) return true;
+    if (all.size() > static_cast<size_t>(INT32_MAX) ||
+        !KVProj::ProjForward(handle, all.data(), static_cast<int>(all.size())))
+        return false;
+    size_t k = 0;
+    for (Feature& f : features) {
+        f.xy.resize(f.lonlat.size());
+        f.stretch.resize(f.lonlat.size());
+        for (size_t i = 0; i < f.lonlat.size(); ++i, k += 3) {
+            const PROJPOINT& q = f.lonlat[i];
+            const PROJPOINT dir = Pt(q.x > midLon ? -1.0 : 1.0, q.y > midLat ? -1.0 : 1.0);
+            f.xy[i] = all[k];
+            f.stretch[i] =
+                Plottable(all[k]) ? Stretch(q, all[k], all[k + 1], all[k + 2], dir) : -1.0;
+        }
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------- fitting
+
+struct Frame {
+    double minX = HUGE_VAL, minY = HUGE_VAL, maxX = -HUGE_VAL, maxY = -HUGE_VAL;
+    bool Empty() const { return !(minX <= maxX && minY <= maxY); }
+    void Add(const PROJPOINT& p) {
+        minX = std::min(minX, p.x);
+        maxX = std::max(maxX, p.x);
+        minY = std::min(minY, p.y);
+        maxY = std::max(maxY, p.y);
+    }
+};
+
+Frame Fit(const std::vector<Feature>& features) {
+    std::vector<double> known;
+    for (const Feature& f : features)
+        for (double s : f.stretch)
+            if (s > 0.0) known.push_back(s);
+    double limit = HUGE_VAL;
+    if (!known.empty()) {
+        std::nth_element(known.begin(), known.begin() + known.size() / 2, known.end());
+        limit = kRunaway * known[known.size() / 2];
+    }
+    Frame frame;
+    for (const Feature& f : features)
+        for (size_t i = 0; i < f.xy.size(); ++i)
+            if (Plottable(f.xy[i]) && f.stretch[i] <= limit) frame.Add(f.xy[i]);
+    if (frame.Empty()) return frame;
+    // A picture of one line (or one point) still needs an area to show it in.
+    const double span =
+        std::max({frame.maxX - frame.minX, frame.maxY - frame.minY,
+                  1e-9 * std::max(std::fabs(frame.maxX), std::fabs(frame.maxY)), 1e-9});
+    const double padX = 0.5 * std::max(0.0, span * 1e-3 - (frame.maxX - frame.minX));
+    const double padY = 0.5 * std::max(0.0, span * 1e-3 - (frame.maxY - frame.minY));
+    frame.minX -= padX;
+    frame.maxX += padX;
+    frame.minY -= padY;
+    frame.maxY += padY;
+    return frame;
+}
+
+// ---------------------------------------------------------------- cutting at the frame
+
+// Liang-Barsky: the part of segment a-b inside the frame, as parameters t0..t1.
+bool CutSegment(const Frame& f, const PROJPOINT& a, const PROJPOINT& b, double* t0, double* t1) {
+    const double dx = b.x - a.x, dy = b.y - a.y;
+    const double p[4] = {-dx, dx, -dy, dy};
+    const double q[4] = {a.x - f.minX, f.maxX - a.x, a.y - f.minY, f.maxY - a.y};
+    *t0 = 0.0;
+    *t1 = 1.0;
+    for (int i = 0; i < 4; ++i) {
+        if (p[i] == 0.0) {
+            if (q[i] < 0.0) return false;
+            continue;
+        }
+        const double t = q[i] / p[i];
+        if (p[i] < 0.0)
+            *t0 = std::max(*t0, t);
+        else
+            *t1 = std::min(*t1, t);
+        if (*t0 > *t1) return false;
+    }
+    return true;
+}
+
+PROJPOINT Lerp(const PROJPOINT& a, const PROJPOINT& b, double t) {
+    return Pt(a.x + t * (b.x - a.x), a.y + t * (b.y - a.y));
+}
+
+// Splits a projected line at unplottable points and cuts it at the frame.
+void CutLine(const Frame& f, const Path& xy, std::vector<Path>* out) {
+    Path cur;
+    auto flush = [&]() {
+        if (cur.size() >= 2) out->push_back(cur);
+        cur.clear();
+    };
+    for (size_t i = 0; i + 1 < xy.size(); ++i) {
+        double t0, t1;
+        if (!Plottable(xy[i]) || !Plottable(xy[i + 1]) ||
+            !CutSegment(f, xy[i], xy[i + 1], &t0, &t1)) {
+            flush();
+            continue;
+        }
+        const PROJPOINT a = Lerp(xy[i], xy[i + 1], t0), b = Lerp(xy[i], xy[i + 1], t1);
+        if (cur.empty() || t0 > 0.0) {
+            flush();
+            cur.push_back(a);
+        }
+        cur.push_back(b);
+        if (t1 < 1.0) flush();
+    }
+    flush();
+}
+
+// Sutherland-Hodgman against one side of the frame: keeps what `inside` accepts.
+template <typename Inside, typename Cross>
+Path CutRingSide(const Path& ring, Inside inside, Cross cross) {
+    Path out;
+    for (size_t i = 0; i < ring.size(); ++i) {
+        const PROJPOINT& a = ring[i];
+        const PROJPOINT& b = ring[(i + 1) % ring.size()];
+        const bool ina = inside(a), inb = inside(b);
+        if (ina) out.push_back(a);
+        if (ina != inb) out.push_back(cross(a, b));
+    }
+    return out;
+}
+
+// A projected ring without its unplottable points, cut to the frame.
+Path CutRing(const Frame& f, const Path& xy) {
+    Path ring;
+    for (const PROJPOINT& p : xy)
+        if (Plottable(p)) ring.push_back(p);
+    auto atX = [](double x) {
+        return [x](const PROJPOINT& a, const PROJPOINT& b) {
+            return Lerp(a, b, (x - a.x) / (b.x - a.x));
+        };
+    };
+    auto atY = [](double y) {
+        return [y](const PROJPOINT& a, const PROJPOINT& b) {
+            return Lerp(a, b, (y - a.y) / (b.y - a.y));
+        };
+    };
+    ring = CutRingSide(
+        ring, [&](const PROJPOINT& p) { return p.x >= f.minX; }, atX(f.minX));
+    ring = CutRingSide(
+        ring, [&](const PROJPOINT& p) { return p.x <= f.maxX; }, atX(f.maxX));
+    ring = CutRingSide(
+        ring, [&](const PROJPOINT& p) { return p.y >= f.minY; }, atY(f.minY));
+    ring = CutRingSide(
+        ring, [&](const PROJPOINT& p) { return p.y <= f.maxY; }, atY(f.maxY));
+    return ring.size() >= 3 ? ring : Path();
+}
+
+// ---------------------------------------------------------------- the picture
+
+// Projected units to pixels: the frame fills the width between the margins,
+// y up, below the title.
+struct Canvas {
+    double unit;  // stroke and text sizes scale with the width
+    double scale; // pixels per projected unit
+    double left, top, width, height;
+    const Frame* frame;
+    PROJPOINT Pixel(const PROJPOINT& p) const {
+        return Pt(left + (p.x - frame->minX) * scale, top + (frame->maxY - p.y) * scale);
+    }
+};
+
+Canvas MakeCanvas(const Frame& f, int width) {
+    Canvas c;
+    c.frame = &f;
+    c.unit = width / 800.0;
+    const double margin = 16.0 * c.unit;
+    c.top = margin + 46.0 * c.unit;
+    c.width = width;
+    const double dx = f.maxX - f.minX, dy = f.maxY - f.minY;
+    const double maxMapHeight = 3.0 * width; // a very tall frame is fitted by its height
+    c.scale = std::min((width - 2.0 * margin) / dx, maxMapHeight / dy);
+    c.left = 0.5 * (width - dx * c.scale);
+    c.height = std::ceil(c.top + dy * c.scale + margin);
+    return c;
+}
+
+// Drops vertices lying within kSimplify pixels of the chord that replaces them.
+Path Simplified(const Path& px) {
+    if (px.size() <= 2) return px;
+    Path out{px.front()};
+    size_t anchor = 0;
+    for (size_t j = 2; j < px.size(); ++j) {
+        const PROJPOINT& a = px[anchor];
+        const PROJPOINT& b = px[j];
+        const double len = std::hypot(b.x - a.x, b.y - a.y);
+        bool fits = true;
+        for (size_t k = anchor + 1; k < j && fits; ++k) {
+            const double off =
+                len > 0.0
+                    ? std::fabs((b.x - a.x) * (a.y - px[k].y) - (a.x - px[k].x) * (b.y - a.y)) / len
+                    : std::hypot(px[k].x - a.x, px[k].y - a.y);
+            fits = off <= kSimplify;
+        }
+        if (!fits) {
+            anchor = j - 1;
+            out.push_back(px[anchor]);
+        }
+    }
+    out.push_back(px.back());
+    return out;
+}
+
+std::string Num(double v) {
+    char b[32];
+    std::snprintf(b, sizeof b, "%.2f", v);
+    return b;
+}
+
+// Meridian and parallel values as a reader writes them: 15, -7.5.
+std::string Label(double v) {
+    char b[32];
+    std::snprintf(b, sizeof b, "%.10g", v == 0.0 ? 0.0 : v);
+    return b;
+}
+
+std::string PathData(const Canvas& c, const Path& xy, bool closed) {
+    Path px;
+    for (const PROJPOINT& p : xy)
+        px.push_back(c.Pixel(p));
+    px = Simplified(px);
+    std::string d;
+    for (size_t i = 0; i < px.size(); ++i)
+        d += (i ? " " : "M") + Num(px[i].x) + "," + Num(px[i].y);
+    if (closed) d += "Z";
+    return d;
+}
+
+std::string Escaped(const std::string& text) {
+    std::string out;
+    for (char ch : text) {
+        if (ch == '&')
+            out += "&amp;";
+        else if (ch == '<')
+            out += "&lt;";
+        else if (ch == '>')
+            out += "&gt;";
+        else if (ch == '"')
+            out += "&quot;";
+        else if (static_cast<unsigned char>(ch) >= 0x20 || ch == '\t')
+            out += ch;
+    }
+    return out;
+}
+
+std::string DefaultTitle(const PROJDATA& data) {
+    char name[KVPROJ_NAME_LEN] = "";
+    KVProj::ProjGetProjectionInfo(data.Type, name);
+    std::string title = name;
+    if (data.Type == KVProj::PT_STATE_PLANE_27 || data.Type == KVProj::PT_STATE_PLANE_83) {
+        char zone[KVProj::kStateZoneNameLen] = "";
+        KVProj::ProjGetStateZoneInfo(data.Zone, zone, nullptr);
+        if (zone[0]) title += std::string(": ") + zone;
+    }
+    return title;
+}
+
+std::string Svg(const std::vector<Feature>& features, const Frame& frame, const Options& o,
+                const std::string& title) {
+    const Canvas c = MakeCanvas(frame, o.width);
+    const double u = c.unit, margin = 16.0 * u;
+    std::string s = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    s += "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + Num(c.width) + "\" height=\"" +
+         Num(c.height) + "\" viewBox=\"0 0 " + Num(c.width) + " " + Num(c.height) + "\">\n";
+    s += "<title>" + Escaped(title) + "</title>\n";
+    s += "<rect x=\"0\" y=\"0\" width=\"" + Num(c.width) + "\" height=\"" + Num(c.height) +
+         "\" fill=\"#ffffff\"/>\n";
+
+    std::string area, outline;
+    for (int g = 0;; ++g) {
+        std::string d;
+        bool any = false;
+        for (const Feature& f : features) {
+            if (f.kind != Kind::Area || f.group != g) continue;
+            any = true;
+            const Path ring = CutRing(frame, f.xy);
+            if (!ring.empty()) d += PathData(c, ring, true);
+        }
+        if (!any) break;
+        if (d.empty()) continue;
+        area += "<path fill-rule=\"evenodd\" d=\"" + d + "\"/>\n";
+        outline += "<path d=\"" + d + "\"/>\n";
+    }
+    s += "<g class=\"area\" fill=\"#eaf1f8\" stroke=\"none\">\n" + area + "</g>\n";
+    s += "<g class=\"graticule\" fill=\"none\" stroke=\"#8193a8\" stroke-width=\"" + Num(0.6 * u) +
+         "\" stroke-linejoin=\"round\">\n";
+    for (const Feature& f : features) {
+        if (f.kind == Kind::Area) continue;
+        std::vector<Path> pieces;
+        CutLine(frame, f.xy, &pieces);
+        const bool meridian = f.kind == Kind::Meridian;
+        for (const Path& p : pieces)
+            s += std::string("<path class=\"") + (meridian ? "meridian" : "parallel") + "\" data-" +
+                 (meridian ? "lon" : "lat") + "=\"" + Label(f.value) + "\" d=\"" +
+                 PathData(c, p, false) + "\"/>\n";
+    }
+    s += "</g>\n";
+    s += "<g class=\"outline\" fill=\"none\" stroke=\"#34495e\" stroke-width=\"" + Num(1.2 * u) +
+         "\" stroke-linejoin=\"round\">\n" + outline + "</g>\n";
+    char step[64];
+    std::snprintf(step, sizeof step, "meridians and parallels every %g\xC2\xB0", o.step);
+    s += "<text x=\"" + Num(margin) + "\" y=\"" + Num(margin + 18.0 * u) +
+         "\" font-family=\"sans-serif\" font-size=\"" + Num(18.0 * u) +
+         "\" font-weight=\"bold\" fill=\"#1f2d3a\">" + Escaped(title) + "</text>\n";
+    s += "<text x=\"" + Num(margin) + "\" y=\"" + Num(margin + 36.0 * u) +
+         "\" font-family=\"sans-serif\" font-size=\"" + Num(12.0 * u) + "\" fill=\"#51606f\">" +
+         step + "</text>\n";
+    s += "</svg>\n";
+    return s;
+}
+
+bool WriteOutput(const std::string& path, const std::string& text) {
+    const bool toStdout = path == "-";
+    FILE* f = toStdout ? stdout : std::fopen(path.c_str(), "wb");
+    if (!f) return false;
+    const bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
+    const bool closed = toStdout ? std::fflush(f) == 0 : std::fclose(f) == 0;
+    return ok && closed;
+}
+
+int Usage(const std::string& message) {
+    return UsageError("graticule: " + message);
+}
+
+int CmdGraticule(const std::vector<std::string>& argsIn) {
+    std::vector<std::string> args = argsIn;
+    PROJDATA data;
+    bool given = false;
+    std::string error;
+    if (!TakeProjectionOptions(args, &data, &given, &error)) return Usage(error);
+    if (!given) return Usage("give the projection with --proj, --zone or --utm");
+    Options o;
+    if (!ParseOptions(args, &o, &error)) return Usage(error);
+    if (o.densify > o.step) return Usage("--densify must not exceed --step");
+
+    Handles h;
+    if (!MakeHandles(data, &h)) return EXIT_FAILED;
+    const double lon0 = h.clipRecord.Lon0;
+    const Window w = o.haveWindow ? o.window : Window{lon0 - 180.0, -90.0, lon0 + 180.0, 90.0};
+    const double lines = (w.lon2 - w.lon1) / o.step + (w.lat2 - w.lat1) / o.step + 3.0;
+    const double perLine = std::max(w.lon2 - w.lon1, w.lat2 - w.lat1) / o.densify + 1.0;
+    if (lines * perLine > kMaxVertices)
+        return Usage("too many points to draw: raise --step or --densify");
+
+    std::vector<Feature> features;
+    if (!BuildFeatures(h, w, o, &features)) return EXIT_FAILED;
+    if (!ProjectFeatures(h.convert, w, features)) {
+        std::fprintf(stderr, "kvproj: graticule: the projection of the graticule failed\n");
+        return EXIT_FAILED;
+    }
+    const Frame frame = Fit(features);
+    if (frame.Empty()) {
+        std::fprintf(stderr, "kvproj: graticule: no part of the window can be projected\n");
+        return EXIT_FAILED;
+    }
+    const std::string title = o.title.empty() ? DefaultTitle(data) : o.title;
+    if (!WriteOutput(o.output, Svg(features, frame, o, title))) {
+        std::fprintf(stderr, "kvproj: graticule: cannot write '%s'\n", o.output.c_str());
+        return EXIT_FAILED;
+    }
+    return EXIT_OK;
+}
+
+KVCommand graticuleCommand(
+    "graticule", "graticule PROJ [--step N] [-o FILE]",
+    "draw meridians, parallels and the valid area as SVG; --densify D, --width PX, "
+    "--window LON1,LAT1,LON2,LAT2, --title TEXT",
+    CmdGraticule);
+
+} // namespace
+} // namespace kvtool
