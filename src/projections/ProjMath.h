@@ -45,6 +45,7 @@ inline SinMultiples SinesOfMultiples(double s, double c) {
 struct MeridianArc {
     double a = 0.0;                                // semi-major axis
     double c0 = 1.0, c2 = 0.0, c4 = 0.0, c6 = 0.0; // of phi, sin 2phi, sin 4phi, sin 6phi
+    double invAc0 = 0.0;                           // 1 / (a c0), for Mu
 
     MeridianArc() = default; // the sphere of radius 0; assign a real one before use
     MeridianArc(double a_, double e) : a(a_) {
@@ -53,6 +54,7 @@ struct MeridianArc {
         c2 = 3.0 * e2 / 8.0 + 3.0 * e4 / 32.0 + 45.0 * e6 / 1024.0;
         c4 = 15.0 * e4 / 256.0 + 45.0 * e6 / 1024.0;
         c6 = 35.0 * e6 / 3072.0;
+        invAc0 = 1.0 / (a * c0);
     }
     double At(double phi, double sinPhi, double cosPhi) const {
         const SinMultiples m = SinesOfMultiples(sinPhi, cosPhi);
@@ -60,7 +62,7 @@ struct MeridianArc {
     }
     double At(double phi) const { return At(phi, std::sin(phi), std::cos(phi)); }
     // The rectifying latitude mu of an arc length M (Snyder 7-19).
-    double Mu(double m) const { return m / (a * c0); }
+    double Mu(double m) const { return m * invAc0; }
 };
 
 // Footpoint latitude from the rectifying latitude, Snyder 3-26 with its

@@ -29,6 +29,7 @@ struct Constants {
     double ep2;           // second eccentricity squared, e^2 / (1 - e^2)
     double invOneMinusE2; // 1 / (1 - e^2)
     double invAk0;        // 1 / (a k0)
+    double invK0;         // 1 / k0
     double m0;            // M(phi0)
     MeridianArc arc;
     Footpoint foot;
@@ -36,8 +37,8 @@ struct Constants {
 
     explicit Constants(const PROJDATA* d)
         : lam0(d->Lon0), phi0(d->Lat0), k0(d->K0), a(d->MajorRadius), ak0(d->MajorRadius * d->K0),
-          e2(0.0), ep2(0.0), invOneMinusE2(1.0), invAk0(1.0 / (d->MajorRadius * d->K0)), m0(0.0),
-          sphere(d->Flattening == 0.0) {
+          e2(0.0), ep2(0.0), invOneMinusE2(1.0), invAk0(1.0 / (d->MajorRadius * d->K0)),
+          invK0(1.0 / d->K0), m0(0.0), sphere(d->Flattening == 0.0) {
         if (sphere) return;
         const double e = Eccentricity(d->Flattening);
         e2 = e * e;
@@ -122,7 +123,7 @@ template <Flavor F> inline bool EllipsoidForward(const Constants& k, PROJPOINT& 
 
 template <Flavor F> inline bool EllipsoidInverse(const Constants& k, PROJPOINT& p) {
     if (F == Flavor::General && k.k0 == 0.0) return false;
-    const double m = k.m0 + p.y / k.k0; // Snyder 8-20
+    const double m = k.m0 + p.y * k.invK0; // Snyder 8-20
     double s1, c1;
     const double phi1 = k.foot.Phi(k.arc.Mu(m), &s1, &c1); // Snyder 7-19, 3-26
     const double w = 1.0 - k.e2 * s1 * s1;
