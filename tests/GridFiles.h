@@ -39,15 +39,9 @@ struct SubGrid {
 // and spacings in arcseconds.
 inline SubGrid Box(const std::string& name, const std::string& parent, double west, double south,
                    double width, double height, double lonInc, double latInc, ShiftFn shift) {
-    return {name,
-            parent,
-            south * 3600.0,
-            (south + height) * 3600.0,
-            -(west + width) * 3600.0,
-            -west * 3600.0,
-            latInc,
-            lonInc,
-            std::move(shift)};
+    return {
+        name,           parent, south * 3600.0, (south + height) * 3600.0, -(west + width) * 3600.0,
+        -west * 3600.0, latInc, lonInc,         std::move(shift)};
 }
 
 inline void Put(std::string& out, const void* p, size_t n) {
@@ -81,7 +75,9 @@ inline void RealRecord(std::string& out, const char* key, double v) {
 // Byte offsets inside a file written by Ntv2File.
 constexpr size_t kRecord = 16;
 constexpr size_t kHeader = 11 * kRecord;
-inline size_t ValueAt(size_t headerOffset, int record) { return headerOffset + record * kRecord + 8; }
+inline size_t ValueAt(size_t headerOffset, int record) {
+    return headerOffset + record * kRecord + 8;
+}
 inline size_t SubGridOffset(const std::vector<SubGrid>& grids, size_t index) {
     size_t at = kHeader;
     for (size_t s = 0; s < index; ++s)
@@ -167,7 +163,9 @@ inline std::string NadconFile(const Nadcon& g, const std::function<float(int, in
 // The nested layout of the tests: two roots sharing their edge at 70 W, the
 // first with two children and a grandchild. Every sub-grid has its own shift
 // so that the one used can be told from the result.
-inline double NestedLat(double lon, double lat) { return 1.5 + 0.1 * (lon + 80) + 0.05 * (lat - 40); }
+inline double NestedLat(double lon, double lat) {
+    return 1.5 + 0.1 * (lon + 80) + 0.05 * (lat - 40);
+}
 inline double NestedLonW(double lon, double lat) {
     return -2.0 + 0.07 * (lon + 80) - 0.03 * (lat - 40);
 }

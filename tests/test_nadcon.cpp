@@ -31,8 +31,12 @@ constexpr float kMarker = 1000.0f;
 const Nadcon kGrid = {30, 20, -100.0f, 0.25f, 30.0f, 0.25f, kMarker};
 
 // Shifts (arcseconds) at 1-based grid positions; exact in single precision at nodes.
-double Las(double c, double r) { return 0.5 + 0.125 * c + 0.0625 * r; }
-double Los(double c, double r) { return -1.0 + 0.25 * c - 0.03125 * r; }
+double Las(double c, double r) {
+    return 0.5 + 0.125 * c + 0.0625 * r;
+}
+double Los(double c, double r) {
+    return -1.0 + 0.25 * c - 0.03125 * r;
+}
 
 std::vector<int> g_reports;
 int KVCALLBACK recordReports(const _KVERRINFO* info) {
@@ -65,8 +69,12 @@ struct Case {
 };
 
 // Position (fx, fy) of a point as the reader computes it.
-double Fx(double x) { return (x + 100.0) / 0.25 + 1; }
-double Fy(double y) { return (y - 30.0) / 0.25 + 1; }
+double Fx(double x) {
+    return (x + 100.0) / 0.25 + 1;
+}
+double Fy(double y) {
+    return (y - 30.0) / 0.25 + 1;
+}
 
 } // namespace
 
@@ -115,8 +123,9 @@ TEST_F(NadconFiles, MissingFilesFailWithBothNames) {
     const std::string dirText = dir.Path();
     for (int present = 0; present < 2; ++present) {
         if (present) dir.Write("conus.LAS", NadconFile(kGrid, [](int, int) { return 1.0f; }));
-        const std::string log = std::string(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp") +
-                                "/kvproj_nadcon_test.log";
+        const std::string log =
+            std::string(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp") +
+            "/kvproj_nadcon_test.log";
         std::remove(log.c_str());
         const bool was = LogIsEnabled();
         const std::string oldPath = LogPath();
@@ -130,8 +139,8 @@ TEST_F(NadconFiles, MissingFilesFailWithBothNames) {
         std::ifstream in(log);
         std::stringstream text;
         text << in.rdbuf();
-        const std::string expected = "Failed opening grid files (" + dirText + "conus.LAS and " +
-                                     dirText + "conus.LOS)\r\n";
+        const std::string expected =
+            "Failed opening grid files (" + dirText + "conus.LAS and " + dirText + "conus.LOS)\r\n";
         EXPECT_NE(text.str().find("----------------NADCON--------------\r\n"), std::string::npos);
         EXPECT_NE(text.str().find(expected), std::string::npos) << text.str();
     }

@@ -135,23 +135,25 @@ TEST(Ntv2Load, RefusesCorruptFilesWithTheirStatus) {
          "Invalid signature bytes.\r\n"},
         {"short overview", [](std::string& b) { b.resize(100); }, NTV2_SHORT_READ,
          "Failed reading overview header.\r\n"},
-        {"NUM_OREC 12", [](std::string& b) { Poke<int32_t>(b, ValueAt(0, 0), 12); },
-         NTV2_BAD_DATA, "Invalid header size.\r\n"},
-        {"NUM_SREC 10", [](std::string& b) { Poke<int32_t>(b, ValueAt(0, 1), 10); },
-         NTV2_BAD_DATA, "Invalid header size.\r\n"},
+        {"NUM_OREC 12", [](std::string& b) { Poke<int32_t>(b, ValueAt(0, 0), 12); }, NTV2_BAD_DATA,
+         "Invalid header size.\r\n"},
+        {"NUM_SREC 10", [](std::string& b) { Poke<int32_t>(b, ValueAt(0, 1), 10); }, NTV2_BAD_DATA,
+         "Invalid header size.\r\n"},
         {"GS_TYPE MINUTES", [](std::string& b) { std::memcpy(&b[ValueAt(0, 3)], "MINUTES ", 8); },
          NTV2_BAD_DATA, "Invalid shift type.\r\n"},
         {"one sub-grid more than written",
          [](std::string& b) { Poke<int32_t>(b, ValueAt(0, 2), 6); }, NTV2_SHORT_READ,
          "Read subgrid header 5 failed!\r\n"},
-        {"truncated sub-grid header", [g4](std::string& b) { b.resize(g4 + 100); },
-         NTV2_SHORT_READ, "Read subgrid header 4 failed!\r\n"},
-        {"truncated nodes", [g4](std::string& b) { b.resize(g4 + kHeader + 100); },
-         NTV2_SHORT_READ, "Read subgrid header 4 failed!\r\n"},
+        {"truncated sub-grid header", [g4](std::string& b) { b.resize(g4 + 100); }, NTV2_SHORT_READ,
+         "Read subgrid header 4 failed!\r\n"},
+        {"truncated nodes", [g4](std::string& b) { b.resize(g4 + kHeader + 100); }, NTV2_SHORT_READ,
+         "Read subgrid header 4 failed!\r\n"},
         {"GS_COUNT one short", [g1](std::string& b) { Poke<int32_t>(b, ValueAt(g1, 10), 474); },
          NTV2_BAD_DATA, "Bad array size 474!\r\n"},
         {"NaN spacing",
-         [g1](std::string& b) { Poke(b, ValueAt(g1, 9), std::numeric_limits<double>::quiet_NaN()); },
+         [g1](std::string& b) {
+             Poke(b, ValueAt(g1, 9), std::numeric_limits<double>::quiet_NaN());
+         },
          NTV2_BAD_DATA, "Bad array size 475!\r\n"},
         {"zero spacing", [g1](std::string& b) { Poke(b, ValueAt(g1, 8), 0.0); }, NTV2_BAD_DATA,
          "Bad array size 475!\r\n"},
@@ -200,10 +202,9 @@ TEST(Ntv2Load, MissingFileAndLogLines) {
     std::string path = dir.Write("nested.gsb", Ntv2File(NestedGrids()));
     EXPECT_EQ(LoadShiftFile(path.c_str(), &tree), NTV2_OK);
     const std::string text = log.Text();
-    for (const std::string& line : {"LoadShiftFile('" + dir.Path() + "none.gsb')\r\n",
-                                   std::string("File open failed.\r\n"),
-                                   "LoadShiftFile('" + path + "')\r\n",
-                                   std::string("LoadShiftFile done.\r\n")})
+    for (const std::string& line :
+         {"LoadShiftFile('" + dir.Path() + "none.gsb')\r\n", std::string("File open failed.\r\n"),
+          "LoadShiftFile('" + path + "')\r\n", std::string("LoadShiftFile done.\r\n")})
         EXPECT_NE(text.find(line), std::string::npos) << line;
 }
 
@@ -213,8 +214,8 @@ TEST(Ntv2Load, DeepNestingStaysLinear) {
     const int depth = 30000;
     std::vector<SubGrid> chain;
     for (int n = 0; n < depth; ++n)
-        chain.push_back(Box("G" + std::to_string(n), n ? "G" + std::to_string(n - 1) : "NONE",
-                            0, 0, 1, 1, 3600, 3600, NestedShift(n % 7)));
+        chain.push_back(Box("G" + std::to_string(n), n ? "G" + std::to_string(n - 1) : "NONE", 0, 0,
+                            1, 1, 3600, 3600, NestedShift(n % 7)));
     std::string bytes = Ntv2File(chain);
     std::FILE* f = fmemopen(&bytes[0], bytes.size(), "rb");
     Ntv2Tree tree;
@@ -251,7 +252,7 @@ TEST(Ntv2Load, DuplicateNamesResolveDepthFirst) {
 
 struct ShiftCase {
     double lon, lat;
-    double offset; // of the sub-grid that must be used
+    double offset;                         // of the sub-grid that must be used
     double fwdLon, fwdLat, invLon, invLat; // cs2cs on the same file
 };
 
@@ -291,7 +292,8 @@ TEST_F(Nested, ForwardAndInverseMatchTheOracles) {
         if (x - g->x0 < margin || g->x1 - x < margin || y - g->y0 < margin || g->y1 - y < margin)
             continue;
         const DATUMPOINT back = Shift(f.x, f.y, true);
-        const double eLon = std::fabs(back.x - c.lon) * kRad, eLat = std::fabs(back.y - c.lat) * kRad;
+        const double eLon = std::fabs(back.x - c.lon) * kRad,
+                     eLat = std::fabs(back.y - c.lat) * kRad;
         EXPECT_TRUE(eLon <= 1e-12 || eLat <= 1e-12) << c.lon << " " << c.lat;
         EXPECT_LT(std::max(eLon, eLat), 1e-10);
     }
@@ -320,7 +322,8 @@ TEST_F(Nested, EdgeTolerance) {
                  {last, top, true},       {-1.5, 3, false},        {1e300, 3, false}};
     for (const auto& c : cases) {
         double sl = 0, sp = 0;
-        EXPECT_EQ(Ntv2ShiftAt(a, c.fx * a.dx, c.fy * a.dy, &sl, &sp), c.accepted) << c.fx << " " << c.fy;
+        EXPECT_EQ(Ntv2ShiftAt(a, c.fx * a.dx, c.fy * a.dy, &sl, &sp), c.accepted)
+            << c.fx << " " << c.fy;
         if (!c.accepted) continue;
         const double lon = -80 + std::round(c.fx) * 0.5, lat = 40 + std::round(c.fy) * 0.5;
         EXPECT_NEAR(sl, NestedLonW(lon, lat) / 3600 * kRad, 2e-12) << c.fx;

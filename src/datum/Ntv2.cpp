@@ -32,7 +32,9 @@ constexpr int kNodeBytes = 16; // latitude shift, longitude shift, two accuracie
 std::mutex g_dirMutex;
 std::string g_searchDir; // empty: the executable's directory
 
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowerAscii(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 // ---------------------------------------------------------------- file fields
 
@@ -62,7 +64,9 @@ double f64(const unsigned char* p) {
 }
 
 // The value of record `n` of a header block.
-const unsigned char* value(const unsigned char* block, int n) { return block + n * kRecord + 8; }
+const unsigned char* value(const unsigned char* block, int n) {
+    return block + n * kRecord + 8;
+}
 
 // SUB_NAME and PARENT: up to 8 characters, ending early at a zero byte.
 void nameText(const unsigned char* p, char out[9]) {
@@ -439,7 +443,7 @@ bool Ntv2ShiftAt(const Ntv2SubGrid& g, double u, double v, double* shiftLon, dou
     double tx, ty;
     if (!cellOf(u / g.dx, g.columns, &i, &tx) || !cellOf(v / g.dy, g.rows, &j, &ty)) return false;
     const Ntv2Node* s = &g.nodes[static_cast<size_t>(j) * g.columns + i]; // south-west
-    const Ntv2Node* n = s + g.columns;                                      // north-west
+    const Ntv2Node* n = s + g.columns;                                    // north-west
     const double w00 = (1.0 - tx) * (1.0 - ty), w10 = tx * (1.0 - ty);
     const double w01 = (1.0 - tx) * ty, w11 = tx * ty;
     *shiftLon = w00 * s[0].lon + w10 * s[1].lon + w01 * n[0].lon + w11 * n[1].lon;
@@ -532,7 +536,9 @@ void NTV2Shutdown() {
     }
 }
 
-bool NTV2HadUnplottables() { return global().hadUnplottables; }
+bool NTV2HadUnplottables() {
+    return global().hadUnplottables;
+}
 
 int NTV2GetSubGrids(Ntv2SubGridInfo* out, int max) {
     try {

@@ -27,7 +27,7 @@ struct Ntv2SubGrid {
     double x0 = 0, y0 = 0; // south-west node, radians, longitude east-positive
     double dx = 0, dy = 0; // node spacing, radians
     int32_t columns = 0, rows = 0;
-    double x1 = 0, y1 = 0; // north-east node: x0 + (columns - 1) dx, y0 + (rows - 1) dy
+    double x1 = 0, y1 = 0;       // north-east node: x0 + (columns - 1) dx, y0 + (rows - 1) dy
     std::vector<Ntv2Node> nodes; // row-major from the south, each row west to east
     std::vector<Ntv2SubGrid*> children;
     const Ntv2SubGrid* up = nullptr; // parent in the tree
@@ -94,8 +94,7 @@ int LoadShiftStream(std::FILE* file, Ntv2Tree* tree);
 
 // Bilinear shift (radians) at (u, v), radians east and north of the sub-grid's
 // south-west node. False outside its nodes.
-bool Ntv2ShiftAt(const Ntv2SubGrid& grid, double u, double v, double* shiftLon,
-                 double* shiftLat);
+bool Ntv2ShiftAt(const Ntv2SubGrid& grid, double u, double v, double* shiftLon, double* shiftLat);
 
 // Shifts one point (radians) through `tree`: NTV2_OK, also when no sub-grid
 // contains it (then it is left as it is), or NTV2_OUTSIDE when the chosen

@@ -32,7 +32,8 @@ template <class T> T field(const unsigned char* p) {
 void readPair(std::FILE* f, long long columns, long long r, long long c, double out[2]) {
     unsigned char bytes[8] = {};
     const long long offset = ((columns + 1) * r + c) * 4;
-    if (offset >= 0 && offset <= LONG_MAX && std::fseek(f, static_cast<long>(offset), SEEK_SET) == 0)
+    if (offset >= 0 && offset <= LONG_MAX &&
+        std::fseek(f, static_cast<long>(offset), SEEK_SET) == 0)
         (void)std::fread(bytes, 1, sizeof bytes, f);
     out[0] = field<float>(bytes);
     out[1] = field<float>(bytes + 4);
@@ -47,7 +48,9 @@ double interpolate(std::FILE* f, const NadconHeader& h, int i, int j, double tx,
            tx * ty * north[1];
 }
 
-bool usable(double v) { return v != kUnplottable && !std::isnan(v); }
+bool usable(double v) {
+    return v != kUnplottable && !std::isnan(v);
+}
 
 } // namespace
 

@@ -24,8 +24,8 @@ NadconHeader NadconReadHeader(std::FILE* las);
 // Adds the interpolated ".LAS" value to x and the ".LOS" value to y (both
 // arcseconds / 3600) of every usable point inside the grid, reading the four
 // nodes around each point from the open files.
-void NadconShiftPoints(std::FILE* las, std::FILE* los, const NadconHeader& grid,
-                       DATUMPOINT* points, int count);
+void NadconShiftPoints(std::FILE* las, std::FILE* los, const NadconHeader& grid, DATUMPOINT* points,
+                       int count);
 
 } // namespace KVProj
 
