@@ -1,6 +1,8 @@
 // The projection module table and the domain and split tests that the modules
 // share. The tests work in degrees on the handle's own record.
 #include "projections/ProjModule.h"
+#include "projections/AzimModules.h"
+#include "projections/WorldModules.h"
 #include "projections/ProjMath.h"
 
 #include <cfloat>
@@ -142,35 +144,36 @@ bool LLSplitNever(const PROJDATA* data, const PROJPOINT* p, unsigned count, doub
 const PROJMODULE ProjModuleTable[kProjModuleCount] = {
     {"Unprojected Lat/Long", 0, nullptr, nullptr, nullptr, nullptr},
     {"Mercator", 47, MercForward, MercInverse, LLInBand180Lat, LLSplitAboutLon0},
-    {"Albers Equal Area Conic", 47, nullptr, nullptr, LLInBand180, LLSplitAboutLon0},
+    {"Albers Equal Area Conic", 47, AlbersForward, AlbersInverse, LLInBand180, LLSplitAboutLon0},
     {"Miller Cylindrical", 47, MillerForward, MillerInverse, LLInBand180Lat, LLSplitAboutLon0},
     {"Universal Transverse Mercator (UTM)", 27, UTMForward, UTMInverse, LLInBand45,
      LLSplitAboutLon0},
     {"Lambert Conformal Conic", 47, LambertForward, LambertInverse, LLInBand180, LLSplitAboutLon0},
-    {"Stereographic", 27, nullptr, nullptr, LLInHemisphere, LLSplitNever},
-    {"Orthographic", 27, nullptr, nullptr, LLInHemisphere, LLSplitNever},
-    {"Mollweide", 63, nullptr, nullptr, LLInBand180, LLSplitAboutLon0},
+    {"Stereographic", 27, PolarForward, PolarInverse, LLInHemisphere, LLSplitNever},
+    {"Orthographic", 27, OrthoForward, OrthoInverse, LLInHemisphere, LLSplitNever},
+    {"Mollweide", 63, MolleForward, MolleInverse, LLInBand180, LLSplitAboutLon0},
     {"State Plane 1927", 59, nullptr, nullptr, nullptr, nullptr},
     {"State Plane 1983", 59, nullptr, nullptr, nullptr, nullptr},
-    {"Polyconic", 27, nullptr, nullptr, LLInBand90, LLSplitAboutLon0},
-    {"Hotine Oblique Mercator", 3, nullptr, nullptr, LLInBox15, LLSplitNever},
+    {"Polyconic", 27, PolyconForward, PolyconInverse, LLInBand90, LLSplitAboutLon0},
+    {"Hotine Oblique Mercator", 3, HotineForward, HotineInverse, LLInBox15, LLSplitNever},
     {"Equidistant Cylindrical", 47, EquiCylForward, EquiCylInverse, LLInEverywhere, LLSplitNever},
-    {"Robinson", 63, nullptr, nullptr, LLInFixed180, LLSplitFixed180},
-    {"Van Der Grinten", 63, nullptr, nullptr, LLInBand180, LLSplitAboutLon0},
-    {"Cassini", 59, nullptr, nullptr, LLInHemisphere, LLSplitNever},
+    {"Robinson", 63, RobinForward, RobinInverse, LLInFixed180, LLSplitFixed180},
+    {"Van Der Grinten", 63, VanDerForward, VanDerInverse, LLInBand180, LLSplitAboutLon0},
+    {"Cassini", 59, CassiniForward, CassiniInverse, LLInHemisphere, LLSplitNever},
     {"Transverse Mercator", 27, TMercForward, TMercInverse, LLInBand45, LLSplitAboutLon0},
     {"Gauss-Kruger / Gauss Conformal", 27, TMercForward, TMercInverse, LLInBand45,
      LLSplitAboutLon0},
-    {"Sinusoidal", 63, nullptr, nullptr, LLInBand180, LLSplitAboutLon0},
-    {"Lambert Azimuthal Equal Area", 59, nullptr, nullptr, LLInEverywhere, LLSplitNever},
-    {"Bonne", 27, nullptr, nullptr, LLInBand90, LLSplitAboutLon0},
-    {"Robinson-Sterling", 63, nullptr, nullptr, LLInBand180, LLSplitAboutLon0},
-    {"Eckert IV", 63, nullptr, nullptr, LLInBand180, LLSplitAboutLon0},
-    {"Eckert VI", 63, nullptr, nullptr, LLInBand180, LLSplitAboutLon0},
-    {"Oblique Mercator", 3, nullptr, nullptr, LLInBands45, LLSplitAboutLon0},
-    {"Equidistant Conic", 47, nullptr, nullptr, LLInBand180, LLSplitAboutLon0},
-    {"Gnomonic", 27, nullptr, nullptr, LLInCap60, LLSplitNever},
-    {"Azimuthal Equidistant", 63, nullptr, nullptr, LLInCap170, LLSplitNever},
+    {"Sinusoidal", 63, SinusForward, SinusInverse, LLInBand180, LLSplitAboutLon0},
+    {"Lambert Azimuthal Equal Area", 59, LamAEAForward, LamAEAInverse, LLInEverywhere,
+     LLSplitNever},
+    {"Bonne", 27, BonneForward, BonneInverse, LLInBand90, LLSplitAboutLon0},
+    {"Robinson-Sterling", 63, RobSterForward, RobSterInverse, LLInBand180, LLSplitAboutLon0},
+    {"Eckert IV", 63, Eckert4Forward, Eckert4Inverse, LLInBand180, LLSplitAboutLon0},
+    {"Eckert VI", 63, Eckert6Forward, Eckert6Inverse, LLInBand180, LLSplitAboutLon0},
+    {"Oblique Mercator", 3, OMercForward, OMercInverse, LLInBands45, LLSplitAboutLon0},
+    {"Equidistant Conic", 47, EquiConForward, EquiConInverse, LLInBand180, LLSplitAboutLon0},
+    {"Gnomonic", 27, GnomForward, GnomInverse, LLInCap60, LLSplitNever},
+    {"Azimuthal Equidistant", 63, AzimuthForward, AzimuthInverse, LLInCap170, LLSplitNever},
 };
 
 } // namespace KVProj
