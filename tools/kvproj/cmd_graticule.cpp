@@ -212,6 +212,7 @@ struct Feature {
     Path lonlat;
     Path xy;                     // projected; unplottable points keep the marker
     std::vector<double> stretch; // least principal scale; -1 where unknown
+    std::vector<char> seam;      // rings: segment i..i+1 is a seam, not an edge
 };
 
 Path Densified(PROJPOINT a, PROJPOINT b, double spacing) {
@@ -248,7 +249,8 @@ struct Collector {
 
 bool OnPiece(void* user, int count, const PROJPOINT* points) {
     Collector* c = static_cast<Collector*>(user);
-    c->out->push_back(Feature{c->kind, c->value, c->group, Path(points, points + count), {}, {}});
+    c->out->push_back(
+        Feature{c->kind, c->value, c->group, Path(points, points + count), {}, {}, {}});
     return true;
 }
 
@@ -256,7 +258,7 @@ bool OnPolygon(void* user, int parts, const int* partCounts, const PROJPOINT* po
     Collector* c = static_cast<Collector*>(user);
     for (int r = 0; r < parts; ++r) {
         c->out->push_back(
-            Feature{Kind::Area, 0.0, c->group, Path(points, points + partCounts[r]), {}, {}});
+            Feature{Kind::Area, 0.0, c->group, Path(points, points + partCounts[r]), {}, {}, {}});
         points += partCounts[r];
     }
     ++c->group;
@@ -314,6 +316,33 @@ bool BuildFeatures(const Handles& h, const Window& w, const Options& o, std::vec
     return true;
 }
 
+// A window a whole turn wide has its two edge meridians at the same place on
+// the globe. Where the valid area goes on across them, the clipped window's
+// ring runs out and back along that meridian: a seam of the fill that must not
+// be stroked as part of the outline.
+bool OnMeridian(double lon, double edge) {
+    return std::fabs(std::remainder(lon - edge, 360.0)) < 1e-7;
+}
+
+void MarkSeams(const Handles& h, const Window& w, std::vector<Feature>& features) {
+    const bool wholeTurn = w.lon2 - w.lon1 >= 360.0 - 1e-9;
+    const bool unprojected = h.clipRecord.Type == KVProj::PT_UNPROJECTED;
+    for (Feature& f : features) {
+        if (f.kind != Kind::Area) continue;
+        f.seam.assign(f.lonlat.size(), 0);
+        if (!wholeTurn || unprojected) continue;
+        for (size_t i = 0; i + 1 < f.lonlat.size(); ++i) {
+            const PROJPOINT& a = f.lonlat[i];
+            const PROJPOINT& b = f.lonlat[i + 1];
+            if (!OnMeridian(a.x, w.lon1) || !OnMeridian(b.x, w.lon1)) continue;
+            const PROJPOINT west = Pt(a.x - 1e-6, 0.5 * (a.y + b.y));
+            const PROJPOINT east = Pt(a.x + 1e-6, west.y);
+            f.seam[i] = KVProj::ProjLLInProjection(h.clip, &west) &&
+                        KVProj::ProjLLInProjection(h.clip, &east);
+        }
+    }
+}
+
 // ---------------------------------------------------------------- projection
 
 // Least principal scale of the map at a vertex from its two probes (east and
@@ -333,6 +362,86 @@ double Stretch(const PROJPOINT& ll, const PROJPOINT& p, const PROJPOINT& east,
     const double largest = std::sqrt(0.5 * (sum + std::sqrt(diff * diff + 4.0 * cross * cross)));
     if (!std::isfinite(largest)) return -1.0;
     return largest > 0.0 ? std::fabs(a * d - b * c) / largest : 0.0;
+}
+
+// The preclipping keeps points within a hair of the valid area's edge; where a
+// module's own test rounds the other way, such a point comes back unplottable.
+// Moved a little further inside it usually projects: a line's end towards its
+// plottable neighbour, a ring's vertex along the ring's inward normal.
+bool Nudge(void* handle, Feature& f, size_t i, PROJPOINT dir) {
+    const double len = std::hypot(dir.x, dir.y);
+    if (!(len > 0.0)) return false;
+    for (double d : {1e-8, 1e-6, 1e-4, 1e-3}) {
+        const PROJPOINT q = Pt(f.lonlat[i].x + d * dir.x / len, f.lonlat[i].y + d * dir.y / len);
+        PROJPOINT p = q;
+        if (KVProj::ProjForward(handle, &p, 1) && Plottable(p)) {
+            f.lonlat[i] = q;
+            f.xy[i] = p;
+            f.stretch[i] = -1.0;
+            return true;
+        }
+    }
+    return false;
+}
+
+// Twice the signed area of a ring, positive when it runs counter-clockwise.
+double Orientation(const Path& ring) {
+    double a = 0.0;
+    for (size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
+        a += ring[j].x * ring[i].y - ring[i].x * ring[j].y;
+    return a;
+}
+
+void Rescue(void* handle, Feature& f) {
+    const size_t n = f.xy.size();
+    if (n < 2) return;
+    const double side = f.kind == Kind::Area && Orientation(f.lonlat) < 0.0 ? -1.0 : 1.0;
+    for (size_t i = 0; i < n; ++i) {
+        if (Plottable(f.xy[i])) continue;
+        if (f.kind == Kind::Area) {
+            // A closed ring repeats its first vertex last.
+            const PROJPOINT& prev = f.lonlat[i > 0 ? i - 1 : n - 2];
+            const PROJPOINT& next = f.lonlat[i + 1 < n ? i + 1 : 1];
+            Nudge(handle, f, i, Pt(-side * (next.y - prev.y), side * (next.x - prev.x)));
+            continue;
+        }
+        for (size_t k : {i - 1, i + 1})
+            if (k < n && Plottable(f.xy[k]) && !Plottable(f.xy[i]))
+                Nudge(handle, f, i,
+                      Pt(f.lonlat[k].x - f.lonlat[i].x, f.lonlat[k].y - f.lonlat[i].y));
+    }
+}
+
+// A run of unplottable vertices in a ring that the nudge could not save is
+// bridged when it is short (an edge where module and domain test disagree),
+// so that the outline stays closed; a long one (a pole the projection cannot
+// show) stays a break.
+constexpr double kBridge = 2.0; // degrees between the plottable ends of a run
+
+void BridgeRing(Feature& f) {
+    const size_t n = f.xy.size();
+    Feature out{f.kind, f.value, f.group, {}, {}, {}, {}};
+    for (size_t i = 0; i < n; ++i) {
+        size_t j = i;
+        while (j < n && !Plottable(f.xy[j]))
+            ++j;
+        const bool bridge = j > i && i > 0 && j < n &&
+                            std::hypot(f.lonlat[j].x - f.lonlat[i - 1].x,
+                                       f.lonlat[j].y - f.lonlat[i - 1].y) <= kBridge;
+        if (bridge) {
+            out.seam.back() = out.seam.back() && f.seam[j - 1];
+            i = j - 1;
+            continue;
+        }
+        for (size_t k = i; k < std::max(i + 1, j); ++k) {
+            out.lonlat.push_back(f.lonlat[k]);
+            out.xy.push_back(f.xy[k]);
+            out.stretch.push_back(f.stretch[k]);
+            out.seam.push_back(f.seam[k]);
+        }
+        i = std::max(i + 1, j) - 1;
+    }
+    f = std::move(out);
 }
 
 // Projects every vertex together with its two probes in one call. The probes
@@ -363,6 +472,8 @@ bool ProjectFeatures(void* handle, const Window& w, std::vector<Feature>& featur
             f.stretch[i] =
                 Plottable(all[k]) ? Stretch(q, all[k], all[k + 1], all[k + 2], dir) : -1.0;
         }
+        Rescue(handle, f);
+        if (f.kind == Kind::Area) BridgeRing(f);
     }
     return true;
 }
@@ -410,6 +521,14 @@ Frame Fit(const std::vector<Feature>& features) {
 
 // ---------------------------------------------------------------- cutting at the frame
 
+bool CutByFrame(const std::vector<Feature>& features, const Frame& f) {
+    for (const Feature& feature : features)
+        for (const PROJPOINT& p : feature.xy)
+            if (Plottable(p) && (p.x < f.minX || p.x > f.maxX || p.y < f.minY || p.y > f.maxY))
+                return true;
+    return false;
+}
+
 // Liang-Barsky: the part of segment a-b inside the frame, as parameters t0..t1.
 bool CutSegment(const Frame& f, const PROJPOINT& a, const PROJPOINT& b, double* t0, double* t1) {
     const double dx = b.x - a.x, dy = b.y - a.y;
@@ -436,8 +555,10 @@ PROJPOINT Lerp(const PROJPOINT& a, const PROJPOINT& b, double t) {
     return Pt(a.x + t * (b.x - a.x), a.y + t * (b.y - a.y));
 }
 
-// Splits a projected line at unplottable points and cuts it at the frame.
-void CutLine(const Frame& f, const Path& xy, std::vector<Path>* out) {
+// Splits a projected line at unplottable points (and at the segments marked
+// in `skip`, when given) and cuts it at the frame.
+void CutLine(const Frame& f, const Path& xy, const std::vector<char>* skip,
+             std::vector<Path>* out) {
     Path cur;
     auto flush = [&]() {
         if (cur.size() >= 2) out->push_back(cur);
@@ -445,7 +566,7 @@ void CutLine(const Frame& f, const Path& xy, std::vector<Path>* out) {
     };
     for (size_t i = 0; i + 1 < xy.size(); ++i) {
         double t0, t1;
-        if (!Plottable(xy[i]) || !Plottable(xy[i + 1]) ||
+        if ((skip && (*skip)[i]) || !Plottable(xy[i]) || !Plottable(xy[i + 1]) ||
             !CutSegment(f, xy[i], xy[i + 1], &t0, &t1)) {
             flush();
             continue;
@@ -530,6 +651,15 @@ Canvas MakeCanvas(const Frame& f, int width) {
     return c;
 }
 
+// Distance of `p` from the chord a-b of length `len` (from the chord itself,
+// not its line, so that a line running out and back is kept).
+double OffChord(const PROJPOINT& p, const PROJPOINT& a, const PROJPOINT& b, double len) {
+    if (len == 0.0) return std::hypot(p.x - a.x, p.y - a.y);
+    const double t = ((p.x - a.x) * (b.x - a.x) + (p.y - a.y) * (b.y - a.y)) / (len * len);
+    const PROJPOINT q = Lerp(a, b, std::min(1.0, std::max(0.0, t)));
+    return std::hypot(p.x - q.x, p.y - q.y);
+}
+
 // Drops vertices lying within kSimplify pixels of the chord that replaces them.
 Path Simplified(const Path& px) {
     if (px.size() <= 2) return px;
@@ -540,13 +670,8 @@ Path Simplified(const Path& px) {
         const PROJPOINT& b = px[j];
         const double len = std::hypot(b.x - a.x, b.y - a.y);
         bool fits = true;
-        for (size_t k = anchor + 1; k < j && fits; ++k) {
-            const double off =
-                len > 0.0
-                    ? std::fabs((b.x - a.x) * (a.y - px[k].y) - (a.x - px[k].x) * (b.y - a.y)) / len
-                    : std::hypot(px[k].x - a.x, px[k].y - a.y);
-            fits = off <= kSimplify;
-        }
+        for (size_t k = anchor + 1; k < j && fits; ++k)
+            fits = OffChord(px[k], a, b, len) <= kSimplify;
         if (!fits) {
             anchor = j - 1;
             out.push_back(px[anchor]);
@@ -569,11 +694,17 @@ std::string Label(double v) {
     return b;
 }
 
+// The path's data in pixels; empty for a line that would show as a mere dot
+// (a pole's parallel, an edge along a pole that the projection makes a point).
 std::string PathData(const Canvas& c, const Path& xy, bool closed) {
     Path px;
     for (const PROJPOINT& p : xy)
         px.push_back(c.Pixel(p));
     px = Simplified(px);
+    double reach = 0.0;
+    for (const PROJPOINT& p : px)
+        reach = std::max(reach, std::hypot(p.x - px[0].x, p.y - px[0].y));
+    if (reach < 0.5) return "";
     std::string d;
     for (size_t i = 0; i < px.size(); ++i)
         d += (i ? " " : "M") + Num(px[i].x) + "," + Num(px[i].y);
@@ -630,11 +761,21 @@ std::string Svg(const std::vector<Feature>& features, const Frame& frame, const 
             any = true;
             const Path ring = CutRing(frame, f.xy);
             if (!ring.empty()) d += PathData(c, ring, true);
+            std::vector<Path> edges;
+            CutLine(frame, f.xy, &f.seam, &edges);
+            for (const Path& e : edges) {
+                const std::string ed = PathData(c, e, false);
+                if (!ed.empty()) outline += "<path d=\"" + ed + "\"/>\n";
+            }
         }
         if (!any) break;
-        if (d.empty()) continue;
-        area += "<path fill-rule=\"evenodd\" d=\"" + d + "\"/>\n";
-        outline += "<path d=\"" + d + "\"/>\n";
+        if (!d.empty()) area += "<path fill-rule=\"evenodd\" d=\"" + d + "\"/>\n";
+    }
+    // Where the frame cuts the drawing, it is drawn as the map's neat line.
+    if (CutByFrame(features, frame)) {
+        const Path box{Pt(frame.minX, frame.minY), Pt(frame.maxX, frame.minY),
+                       Pt(frame.maxX, frame.maxY), Pt(frame.minX, frame.maxY)};
+        outline += "<path d=\"" + PathData(c, box, true) + "\"/>\n";
     }
     s += "<g class=\"area\" fill=\"#eaf1f8\" stroke=\"none\">\n" + area + "</g>\n";
     s += "<g class=\"graticule\" fill=\"none\" stroke=\"#8193a8\" stroke-width=\"" + Num(0.6 * u) +
@@ -642,16 +783,19 @@ std::string Svg(const std::vector<Feature>& features, const Frame& frame, const 
     for (const Feature& f : features) {
         if (f.kind == Kind::Area) continue;
         std::vector<Path> pieces;
-        CutLine(frame, f.xy, &pieces);
+        CutLine(frame, f.xy, nullptr, &pieces);
         const bool meridian = f.kind == Kind::Meridian;
-        for (const Path& p : pieces)
-            s += std::string("<path class=\"") + (meridian ? "meridian" : "parallel") + "\" data-" +
-                 (meridian ? "lon" : "lat") + "=\"" + Label(f.value) + "\" d=\"" +
-                 PathData(c, p, false) + "\"/>\n";
+        for (const Path& p : pieces) {
+            const std::string d = PathData(c, p, false);
+            if (!d.empty())
+                s += std::string("<path class=\"") + (meridian ? "meridian" : "parallel") +
+                     "\" data-" + (meridian ? "lon" : "lat") + "=\"" + Label(f.value) + "\" d=\"" +
+                     d + "\"/>\n";
+        }
     }
     s += "</g>\n";
     s += "<g class=\"outline\" fill=\"none\" stroke=\"#34495e\" stroke-width=\"" + Num(1.2 * u) +
-         "\" stroke-linejoin=\"round\">\n" + outline + "</g>\n";
+         "\" stroke-linejoin=\"round\" stroke-linecap=\"round\">\n" + outline + "</g>\n";
     char step[64];
     std::snprintf(step, sizeof step, "meridians and parallels every %g\xC2\xB0", o.step);
     s += "<text x=\"" + Num(margin) + "\" y=\"" + Num(margin + 18.0 * u) +
@@ -699,6 +843,7 @@ int CmdGraticule(const std::vector<std::string>& argsIn) {
 
     std::vector<Feature> features;
     if (!BuildFeatures(h, w, o, &features)) return EXIT_FAILED;
+    MarkSeams(h, w, features);
     if (!ProjectFeatures(h.convert, w, features)) {
         std::fprintf(stderr, "kvproj: graticule: the projection of the graticule failed\n");
         return EXIT_FAILED;
