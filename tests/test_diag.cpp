@@ -116,11 +116,11 @@ TEST_F(HostTest, FirstCallCarriesIdsOnlySecondCallDetails) {
     EXPECT_EQ(first.messageId, 20252);
     EXPECT_EQ(first.productCode, 133);
     EXPECT_EQ(first.severityCode, 2);
-    EXPECT_EQ(first.moduleName, nullptr);
-    EXPECT_EQ(first.sourceFile, nullptr);
+    EXPECT_TRUE(static_cast<const void*>(first.moduleName) == nullptr);
+    EXPECT_TRUE(static_cast<const void*>(first.sourceFile) == nullptr);
     EXPECT_EQ(first.line, 0);
-    EXPECT_EQ(first.messageText, nullptr);
-    EXPECT_EQ(first.helpFile, nullptr);
+    EXPECT_TRUE(static_cast<const void*>(first.messageText) == nullptr);
+    EXPECT_TRUE(static_cast<const void*>(first.helpFile) == nullptr);
 
     const Call& second = g_calls[1];
     EXPECT_EQ(second.info.flags, KVERR_DETAILS);
