@@ -252,9 +252,10 @@ TEST(ToolGraticule, EveryProjectionDrawsAWellFormedPicture) {
 
 // Radii of the parallels of polar aspects, relative to one reference
 // parallel: Snyder, Map Projections - A Working Manual, polar equations
-// (orthographic 20-8, stereographic 21-33, Lambert azimuthal 24-19,
-// azimuthal equidistant 25-18, gnomonic 22-9 rho = R cot phi), values
-// tan 15/tan 45, cos 60, sin 15/sin 45, 30/90, cot 60/cot 45 and so on.
+// (orthographic 20-8, stereographic 21-33 with t of 15-9 on WGS 84 and 21-33
+// sphere form, Lambert azimuthal 24-19, azimuthal equidistant 25-18,
+// gnomonic 22-9 rho = R cot phi), evaluated by hand: cos 60, tan 15 / tan 45,
+// sin 15 / sin 45, 30 / 90, cot 60 / cot 45 and so on.
 struct RadiusCase {
     const char* arguments;
     double lat, reference, ratio;
@@ -262,8 +263,9 @@ struct RadiusCase {
 const RadiusCase kPolarRadii[] = {
     {"--proj 'type=ortho lat0=90 lat1=90'", 60, 0, 0.5},
     {"--proj 'type=ortho lat0=90 lat1=90'", 30, 0, 0.8660254037844386},
-    {"--proj 'type=stere lat0=90 k=1'", 60, 0, 0.2679491924311227},
-    {"--proj 'type=stere lat0=-90 k=1'", -30, 0, 0.5773502691896257},
+    {"--proj 'type=stere lat0=90 k=1 ellipsoid=0 a=6371000 f=0'", 60, 0, 0.2679491924311227},
+    {"--proj 'type=stere lat0=90 k=1'", 60, 0, 0.2695097633126013},
+    {"--proj 'type=stere lat0=-90 k=1'", -30, 0, 0.5792870908476908},
     {"--proj 'type=laea lat1=90'", 60, 0, 0.3660254037844386},
     {"--proj 'type=laea lat1=90'", -60, 0, 1.3660254037844386},
     {"--proj 'type=aeqd lat1=90'", 60, 0, 1.0 / 3.0},

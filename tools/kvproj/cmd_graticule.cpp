@@ -13,8 +13,10 @@
 // picture fitted to every point would show little but that edge. For every
 // vertex the smaller principal scale (the least the map stretches it in any
 // direction, from finite differences) is compared with the median over the
-// whole drawing; vertices stretched more than kRunaway times the median are
-// drawn but not fitted, and the lines are cut at the fitted frame.
+// whole drawing; the frame is fitted to the vertices stretched less than
+// kRunaway times the median, and then widened to the others that lie close
+// to it (a pole of Van der Grinten is stretched without bound yet sits on the
+// map's circle). The lines are cut at the frame.
 #include "Command.h"
 #include "ProjArgs.h"
 
@@ -36,6 +38,7 @@ using KVProj::PROJPOINT;
 using Path = std::vector<PROJPOINT>;
 
 constexpr double kRunaway = 6.0;       // see the file comment
+constexpr double kNear = 0.05;         // of the fitted frame's diagonal
 constexpr double kProbe = 1e-3;        // degrees: finite-difference step of the stretch
 constexpr double kSimplify = 0.1;      // pixels a dropped vertex may lie off its chord
 constexpr double kMaxVertices = 4.0e6; // lon/lat vertices of all lines before clipping
@@ -345,39 +348,79 @@ void MarkSeams(const Handles& h, const Window& w, std::vector<Feature>& features
 
 // ---------------------------------------------------------------- projection
 
-// Least principal scale of the map at a vertex from its two probes (east and
-// north of it by kProbe degrees, signs in `dir`), in projected units per
-// degree of arc; -1 when a probe could not be projected.
-double Stretch(const PROJPOINT& ll, const PROJPOINT& p, const PROJPOINT& east,
-               const PROJPOINT& north, const PROJPOINT& dir) {
-    if (!Plottable(east) || !Plottable(north)) return -1.0;
-    const double arcEast = dir.x * kProbe * std::cos(ll.y * 0.017453292519943295);
-    const double arcNorth = dir.y * kProbe;
-    const double b = (north.x - p.x) / arcNorth, d = (north.y - p.y) / arcNorth;
-    // At a pole every direction is along a meridian.
-    if (std::fabs(arcEast) < 1e-12) return std::hypot(b, d);
-    const double a = (east.x - p.x) / arcEast, c = (east.y - p.y) / arcEast;
-    const double sum = a * a + b * b + c * c + d * d;
-    const double diff = a * a + c * c - b * b - d * d, cross = a * b + c * d;
-    const double largest = std::sqrt(0.5 * (sum + std::sqrt(diff * diff + 4.0 * cross * cross)));
-    if (!std::isfinite(largest)) return -1.0;
-    return largest > 0.0 ? std::fabs(a * d - b * c) / largest : 0.0;
-}
+// Least principal scale of the map at a lon/lat point (the least it
+// stretches a short line through it in any direction), in projected units per
+// degree of arc. The point is "gauged" together with two probes east and
+// north of it, stepping towards the window's middle so that they stay on the
+// inside of a boundary the point lies next to; a pole has no east and is
+// gauged a little way off it.
+class Gauge {
+public:
+    Gauge(void* handle, const Window& w)
+        : m_handle(handle), m_midLon(0.5 * (w.lon1 + w.lon2)), m_midLat(0.5 * (w.lat1 + w.lat2)) {}
+
+    static constexpr int kPoints = 4; // the point itself, the gauged point, two probes
+
+    void Append(const PROJPOINT& q, Path& out) const {
+        const PROJPOINT g = Gauged(q), dir = Towards(g);
+        out.push_back(q);
+        out.push_back(g);
+        out.push_back(Pt(g.x + dir.x * kProbe, g.y));
+        out.push_back(Pt(g.x, g.y + dir.y * kProbe));
+    }
+
+    // From the projected points that Append laid out; -1 when unknown.
+    double Stretch(const PROJPOINT& q, const PROJPOINT* xy) const {
+        const PROJPOINT g = Gauged(q), dir = Towards(g);
+        const PROJPOINT &p = xy[1], &east = xy[2], &north = xy[3];
+        if (!Plottable(xy[0]) || !Plottable(p) || !Plottable(east) || !Plottable(north))
+            return -1.0;
+        const double arcEast = dir.x * kProbe * std::cos(g.y * 0.017453292519943295);
+        const double arcNorth = dir.y * kProbe;
+        const double a = (east.x - p.x) / arcEast, c = (east.y - p.y) / arcEast;
+        const double b = (north.x - p.x) / arcNorth, d = (north.y - p.y) / arcNorth;
+        const double sum = a * a + b * b + c * c + d * d;
+        const double diff = a * a + c * c - b * b - d * d, cross = a * b + c * d;
+        const double largest =
+            std::sqrt(0.5 * (sum + std::sqrt(diff * diff + 4.0 * cross * cross)));
+        if (!std::isfinite(largest)) return -1.0;
+        return largest > 0.0 ? std::fabs(a * d - b * c) / largest : 0.0;
+    }
+
+    // Projects one point and gauges it; false when the point is unplottable.
+    bool Project(const PROJPOINT& q, PROJPOINT* xy, double* stretch) const {
+        Path four;
+        Append(q, four);
+        if (!KVProj::ProjForward(m_handle, four.data(), kPoints) || !Plottable(four[0]))
+            return false;
+        *xy = four[0];
+        *stretch = Stretch(q, four.data());
+        return true;
+    }
+
+private:
+    static PROJPOINT Gauged(const PROJPOINT& q) {
+        return std::fabs(q.y) < 90.0 - 1e-6 ? q : Pt(q.x, q.y > 0.0 ? 89.99 : -89.99);
+    }
+    PROJPOINT Towards(const PROJPOINT& q) const {
+        return Pt(q.x > m_midLon ? -1.0 : 1.0, q.y > m_midLat ? -1.0 : 1.0);
+    }
+
+    void* m_handle;
+    double m_midLon, m_midLat;
+};
 
 // The preclipping keeps points within a hair of the valid area's edge; where a
 // module's own test rounds the other way, such a point comes back unplottable.
 // Moved a little further inside it usually projects: a line's end towards its
 // plottable neighbour, a ring's vertex along the ring's inward normal.
-bool Nudge(void* handle, Feature& f, size_t i, PROJPOINT dir) {
+bool Nudge(const Gauge& gauge, Feature& f, size_t i, PROJPOINT dir) {
     const double len = std::hypot(dir.x, dir.y);
     if (!(len > 0.0)) return false;
     for (double d : {1e-8, 1e-6, 1e-4, 1e-3}) {
         const PROJPOINT q = Pt(f.lonlat[i].x + d * dir.x / len, f.lonlat[i].y + d * dir.y / len);
-        PROJPOINT p = q;
-        if (KVProj::ProjForward(handle, &p, 1) && Plottable(p)) {
+        if (gauge.Project(q, &f.xy[i], &f.stretch[i])) {
             f.lonlat[i] = q;
-            f.xy[i] = p;
-            f.stretch[i] = -1.0;
             return true;
         }
     }
@@ -392,7 +435,7 @@ double Orientation(const Path& ring) {
     return a;
 }
 
-void Rescue(void* handle, Feature& f) {
+void Rescue(const Gauge& gauge, Feature& f) {
     const size_t n = f.xy.size();
     if (n < 2) return;
     const double side = f.kind == Kind::Area && Orientation(f.lonlat) < 0.0 ? -1.0 : 1.0;
@@ -402,12 +445,12 @@ void Rescue(void* handle, Feature& f) {
             // A closed ring repeats its first vertex last.
             const PROJPOINT& prev = f.lonlat[i > 0 ? i - 1 : n - 2];
             const PROJPOINT& next = f.lonlat[i + 1 < n ? i + 1 : 1];
-            Nudge(handle, f, i, Pt(-side * (next.y - prev.y), side * (next.x - prev.x)));
+            Nudge(gauge, f, i, Pt(-side * (next.y - prev.y), side * (next.x - prev.x)));
             continue;
         }
         for (size_t k : {i - 1, i + 1})
             if (k < n && Plottable(f.xy[k]) && !Plottable(f.xy[i]))
-                Nudge(handle, f, i,
+                Nudge(gauge, f, i,
                       Pt(f.lonlat[k].x - f.lonlat[i].x, f.lonlat[k].y - f.lonlat[i].y));
     }
 }
@@ -444,35 +487,26 @@ void BridgeRing(Feature& f) {
     f = std::move(out);
 }
 
-// Projects every vertex together with its two probes in one call. The probes
-// step towards the window's centre so that they stay on the inside of a
-// boundary the vertex lies next to.
+// Projects and gauges every vertex in one call.
 bool ProjectFeatures(void* handle, const Window& w, std::vector<Feature>& features) {
-    const double midLon = 0.5 * (w.lon1 + w.lon2), midLat = 0.5 * (w.lat1 + w.lat2);
+    const Gauge gauge(handle, w);
     Path all;
     for (const Feature& f : features)
-        for (const PROJPOINT& q : f.lonlat) {
-            const double sx = q.x > midLon ? -1.0 : 1.0, sy = q.y > midLat ? -1.0 : 1.0;
-            all.push_back(q);
-            all.push_back(Pt(q.x + sx * kProbe, q.y));
-            all.push_back(Pt(q.x, q.y + sy * kProbe));
-        }
+        for (const PROJPOINT& q : f.lonlat)
+            gauge.Append(q, all);
     if (all.empty()) return true;
     if (all.size() > static_cast<size_t>(INT32_MAX) ||
         !KVProj::ProjForward(handle, all.data(), static_cast<int>(all.size())))
         return false;
-    size_t k = 0;
+    const PROJPOINT* xy = all.data();
     for (Feature& f : features) {
         f.xy.resize(f.lonlat.size());
         f.stretch.resize(f.lonlat.size());
-        for (size_t i = 0; i < f.lonlat.size(); ++i, k += 3) {
-            const PROJPOINT& q = f.lonlat[i];
-            const PROJPOINT dir = Pt(q.x > midLon ? -1.0 : 1.0, q.y > midLat ? -1.0 : 1.0);
-            f.xy[i] = all[k];
-            f.stretch[i] =
-                Plottable(all[k]) ? Stretch(q, all[k], all[k + 1], all[k + 2], dir) : -1.0;
+        for (size_t i = 0; i < f.lonlat.size(); ++i, xy += Gauge::kPoints) {
+            f.xy[i] = xy[0];
+            f.stretch[i] = gauge.Stretch(f.lonlat[i], xy);
         }
-        Rescue(handle, f);
+        Rescue(gauge, f);
         if (f.kind == Kind::Area) BridgeRing(f);
     }
     return true;
@@ -501,11 +535,23 @@ Frame Fit(const std::vector<Feature>& features) {
         std::nth_element(known.begin(), known.begin() + known.size() / 2, known.end());
         limit = kRunaway * known[known.size() / 2];
     }
-    Frame frame;
+    Frame core;
     for (const Feature& f : features)
         for (size_t i = 0; i < f.xy.size(); ++i)
-            if (Plottable(f.xy[i]) && f.stretch[i] <= limit) frame.Add(f.xy[i]);
-    if (frame.Empty()) return frame;
+            if (Plottable(f.xy[i]) && f.stretch[i] >= 0.0 && f.stretch[i] <= limit)
+                core.Add(f.xy[i]);
+    if (core.Empty()) // nothing could be gauged: fit everything
+        for (const Feature& f : features)
+            for (const PROJPOINT& p : f.xy)
+                if (Plottable(p)) core.Add(p);
+    if (core.Empty()) return core;
+    const double near = kNear * std::hypot(core.maxX - core.minX, core.maxY - core.minY);
+    Frame frame = core;
+    for (const Feature& f : features)
+        for (const PROJPOINT& p : f.xy)
+            if (Plottable(p) && p.x >= core.minX - near && p.x <= core.maxX + near &&
+                p.y >= core.minY - near && p.y <= core.maxY + near)
+                frame.Add(p);
     // A picture of one line (or one point) still needs an area to show it in.
     const double span =
         std::max({frame.maxX - frame.minX, frame.maxY - frame.minY,
