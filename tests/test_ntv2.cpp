@@ -82,56 +82,51 @@ TEST(Ntv2Load, RefusesCorruptFilesWithTheirStatus) {
         std::function<void(std::string&)> corrupt;
         int status;
         const char* log;
-    } cases[] = {{"5 bytes", [](std::string& b) { b.resize(5); }, 6,
-                  "Failed reading signature bytes."},
-                 {"signature", [](std::string& b) { b[0] = 'X'; }, 7, "Invalid signature bytes."},
-                 {"short overview", [](std::string& b) { b.resize(100); }, 6,
-                  "Failed reading overview header."},
-                 {"NUM_OREC 12", [](std::string& b) { Poke(b, ValueAt(0, 0), 12); }, 7,
-                  "Invalid header size."},
-                 "Invalid header size."},
-      {"GS_TYPE", [](std::string& b) { b.replace(ValueAt(0, 3), 7, "MINUTES"); }, 7,
-       "Invalid shift type."},
-      {"NUM_FILE 6 of 5", [](std::string& b) { Poke(b, ValueAt(0, 2), 6); }, 6,
-       "Read subgrid header 5 failed!"},
-      "Read subgrid header 4 failed!"
-}
-, {"cut nodes", [g4](std::string& b) { b.resize(g4 + 300); }, 6, "Read subgrid header 4 failed!"},
-    // CHILD1 has 25 x 19 nodes.
-    {"GS_COUNT", [g1](std::string& b) { Poke(b, ValueAt(g1, 10), 474); }, 7, "Bad array size 474!"},
-    {"NaN spacing", [&](std::string& b) { Poke(b, ValueAt(g1, 9), nan); }, 7,
-     "Bad array size 475!"},
-    "Bad array size 475!"
-}
-,
-    // -300" gives 25 x -17 nodes, which must not pass for -425.
-    {"negative spacing",
-     [g1](std::string& b) { Poke(b, ValueAt(g1, 8), -300.0), Poke(b, ValueAt(g1, 10), -425); }, 7,
-     "Bad array size -425!"},
-    {"unknown parent", [g1](std::string& b) { b.replace(ValueAt(g1, 1), 8, "NOPE    "); }, 7,
-     "No such table parent 'NOPE    '"},
-    // Only sub-grids read before one can be its parent: no cycles.
-    {"own parent", [g1](std::string& b) { b.replace(ValueAt(g1, 1), 6, "CHILD1"); }, 7,
-     "No such table parent 'CHILD1  '"},
-    // 46341 x 46340 nodes declared in a file of 31 kB: refused as a short
-    // read before anything that size is allocated.
-    {"huge count",
-     [g1](std::string& b) {
-         Poke(b, ValueAt(g1, 9), 1e-3), Poke(b, ValueAt(g1, 8), 5400.0 / 46339);
-         Poke(b, ValueAt(g1, 6), 76 * 3600 - 46.340), Poke(b, ValueAt(g1, 10), 46341 * 46340);
-     },
-     6, "Read subgrid header 1 failed!"},
-}
-;
-for (const auto& c : cases) {
-    std::string bytes = Ntv2File(grids);
-    c.corrupt(bytes);
-    Ntv2Tree tree;
-    LogCapture log;
-    EXPECT_EQ(Load(bytes, &tree), c.status) << c.what;
-    EXPECT_TRUE(tree.Empty()) << c.what;
-    EXPECT_NE(log.Text().find(c.log + std::string("\r\n")), std::string::npos) << c.what;
-}
+    } cases[] = {
+        {"5 bytes", [](std::string& b) { b.resize(5); }, 6, "Failed reading signature bytes."},
+        {"signature", [](std::string& b) { b[0] = 'X'; }, 7, "Invalid signature bytes."},
+        {"short overview", [](std::string& b) { b.resize(100); }, 6,
+         "Failed reading overview header."},
+        {"NUM_OREC 12", [](std::string& b) { Poke(b, ValueAt(0, 0), 12); }, 7,
+         "Invalid header size."},
+        {"GS_TYPE", [](std::string& b) { b.replace(ValueAt(0, 3), 7, "MINUTES"); }, 7,
+         "Invalid shift type."},
+        {"NUM_FILE 6 of 5", [](std::string& b) { Poke(b, ValueAt(0, 2), 6); }, 6,
+         "Read subgrid header 5 failed!"},
+        {"cut nodes", [g4](std::string& b) { b.resize(g4 + 300); }, 6,
+         "Read subgrid header 4 failed!"},
+        // CHILD1 has 25 x 19 nodes.
+        {"GS_COUNT", [g1](std::string& b) { Poke(b, ValueAt(g1, 10), 474); }, 7,
+         "Bad array size 474!"},
+        {"NaN spacing", [&](std::string& b) { Poke(b, ValueAt(g1, 9), nan); }, 7,
+         "Bad array size 475!"},
+        // -300" gives 25 x -17 nodes, which must not pass for -425.
+        {"negative spacing",
+         [g1](std::string& b) { Poke(b, ValueAt(g1, 8), -300.0), Poke(b, ValueAt(g1, 10), -425); },
+         7, "Bad array size -425!"},
+        {"unknown parent", [g1](std::string& b) { b.replace(ValueAt(g1, 1), 8, "NOPE    "); }, 7,
+         "No such table parent 'NOPE    '"},
+        // Only sub-grids read before one can be its parent: no cycles.
+        {"own parent", [g1](std::string& b) { b.replace(ValueAt(g1, 1), 6, "CHILD1"); }, 7,
+         "No such table parent 'CHILD1  '"},
+        // 46341 x 46340 nodes declared in a file of 31 kB: refused as a short
+        // read before anything that size is allocated.
+        {"huge count",
+         [g1](std::string& b) {
+             Poke(b, ValueAt(g1, 9), 1e-3), Poke(b, ValueAt(g1, 8), 5400.0 / 46339);
+             Poke(b, ValueAt(g1, 6), 76 * 3600 - 46.340), Poke(b, ValueAt(g1, 10), 46341 * 46340);
+         },
+         6, "Read subgrid header 1 failed!"},
+    };
+    for (const auto& c : cases) {
+        std::string bytes = Ntv2File(grids);
+        c.corrupt(bytes);
+        Ntv2Tree tree;
+        LogCapture log;
+        EXPECT_EQ(Load(bytes, &tree), c.status) << c.what;
+        EXPECT_TRUE(tree.Empty()) << c.what;
+        EXPECT_NE(log.Text().find(c.log + std::string("\r\n")), std::string::npos) << c.what;
+    }
 }
 
 // A chain as deep as a file can nest: neither loading, choosing nor freeing
