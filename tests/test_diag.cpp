@@ -1,25 +1,20 @@
 // Error reports, assertion reports, the diagnostic log and the floating-point hooks.
-#include "frame/Diag.h"
+#include "TestSupport.h"
 #include "frame/StringTable.h"
 #include "frame/Util.h"
-#include "kvlibw/kvlibw.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-#include <string>
 #include <sys/stat.h>
-#include <unistd.h>
-#include <vector>
+
+#include <functional>
 
 using namespace KVProj;
+using kvtest::LogCapture;
 
 namespace {
 
-// A recording host: answers each call with the next scripted value.
+// A host that answers each call with the next scripted value.
 struct Call {
     _KVERRINFO info;
     std::string module, file, text, help;
@@ -27,88 +22,54 @@ struct Call {
 std::vector<Call> g_calls;
 std::vector<int> g_answers;
 
-int KVCALLBACK recordingHost(const _KVERRINFO* info) {
-    Call c{*info, "", "", "", ""};
-    if (info->moduleName) c.module = info->moduleName;
-    if (info->sourceFile) c.file = info->sourceFile;
-    if (info->messageText) c.text = info->messageText;
-    if (info->helpFile) c.help = info->helpFile;
-    g_calls.push_back(c);
-    size_t i = g_calls.size() - 1;
-    return i < g_answers.size() ? g_answers[i] : 0;
-}
+std::string Str(const char* s) { return s ? s : "<null>"; }
 
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-std::string tempPath(const char* name) {
-    const char* dir = std::getenv("TMPDIR");
-    std::string base = (dir && *dir) ? dir : "/tmp";
-    return base + "/" + name + "." + std::to_string(::getpid());
+int KVCALLBACK ScriptedHost(const _KVERRINFO* info) {
+    g_calls.push_back({*info, Str(info->moduleName), Str(info->sourceFile), Str(info->messageText),
+                       Str(info->helpFile)});
+    return g_calls.size() <= g_answers.size() ? g_answers[g_calls.size() - 1] : 0;
 }
 
 class HostTest : public ::testing::Test {
 protected:
     void SetUp() override {
         g_calls.clear();
-        g_answers.clear();
-        KVRegisterCallerInstance(recordingHost, "kvhelp.chm");
+        KVRegisterCallerInstance(ScriptedHost, "kvhelp.chm");
     }
     void TearDown() override { KVUnregisterCallerInstance(); }
+    void Script(std::vector<int> answers) {
+        g_calls.clear();
+        g_answers = std::move(answers);
+    }
 };
 
-// Enables the log into a fresh file for one test and restores the previous state.
-class LogFile {
-public:
-    explicit LogFile(const char* name)
-        : path_(tempPath(name)), wasEnabled_(LogIsEnabled()), oldPath_(LogPath()) {
-        std::remove(path_.c_str());
-        LogSetup(true, path_.c_str());
-    }
-    ~LogFile() {
-        LogSetup(wasEnabled_, oldPath_.c_str());
-        std::remove(path_.c_str());
-    }
-    std::string contents() const { return readFile(path_); }
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-    bool wasEnabled_;
-    std::string oldPath_;
-};
-
-} // namespace
+bool Exists(const std::string& path) {
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0;
+}
 
 TEST(ErrorRecord, LayoutKeepsFieldOrder) {
     EXPECT_EQ(sizeof(_KVERRINFO), 16 + 4 * sizeof(void*));
     EXPECT_EQ(offsetof(_KVERRINFO, line), 12 + 2 * sizeof(void*));
 }
 
-TEST_F(HostTest, AnswerDecidesSecondCallAndResult) {
-    // first answer, second answer -> calls made, ReportError result
+TEST_F(HostTest, AnswersDecideTheSecondCallAndTheResult) {
+    // answers -> calls made, ReportError result (1 asks for details, 3 cancels)
     struct Row {
         std::vector<int> answers;
         size_t calls;
         bool result;
-    } rows[] = {
-        {{0}, 1, true}, {{2}, 1, true}, {{3}, 1, false},
-        {{1, 0}, 2, true}, {{1, 3}, 2, false}, {{1, 1}, 2, true},
-    };
+    } rows[] = {{{0}, 1, true},    {{2}, 1, true},     {{3}, 1, false},
+                {{1, 0}, 2, true}, {{1, 3}, 2, false}, {{1, 1}, 2, true}};
     for (const Row& r : rows) {
-        g_calls.clear();
-        g_answers = r.answers;
+        Script(r.answers);
         EXPECT_EQ(ReportError("proj/kvProj.cpp", 42, 20231), r.result);
-        ASSERT_EQ(g_calls.size(), r.calls);
+        EXPECT_EQ(g_calls.size(), r.calls);
     }
 }
 
 TEST_F(HostTest, FirstCallCarriesIdsOnlySecondCallDetails) {
-    g_answers = {1, 0};
+    Script({1, 0});
     ReportError("proj/kvProj.cpp", 42, 20252, nullptr);
     ASSERT_EQ(g_calls.size(), 2u);
     const _KVERRINFO& first = g_calls[0].info;
@@ -116,33 +77,33 @@ TEST_F(HostTest, FirstCallCarriesIdsOnlySecondCallDetails) {
     EXPECT_EQ(first.messageId, 20252);
     EXPECT_EQ(first.productCode, 133);
     EXPECT_EQ(first.severityCode, 2);
-    EXPECT_TRUE(static_cast<const void*>(first.moduleName) == nullptr);
-    EXPECT_TRUE(static_cast<const void*>(first.sourceFile) == nullptr);
     EXPECT_EQ(first.line, 0);
-    EXPECT_TRUE(static_cast<const void*>(first.messageText) == nullptr);
-    EXPECT_TRUE(static_cast<const void*>(first.helpFile) == nullptr);
-
+    for (const std::string* s : {&g_calls[0].module, &g_calls[0].file, &g_calls[0].text, &g_calls[0].help})
+        EXPECT_EQ(*s, "<null>");
     const Call& second = g_calls[1];
     EXPECT_EQ(second.info.flags, KVERR_DETAILS);
     EXPECT_EQ(second.info.reserved, 0u);
+    EXPECT_EQ(second.info.line, 42);
     EXPECT_EQ(second.module, "KVProj");
     EXPECT_EQ(second.file, "proj/kvProj.cpp");
-    EXPECT_EQ(second.info.line, 42);
     EXPECT_EQ(second.text, "State zone parameter not recognized");
     EXPECT_EQ(second.help, "kvhelp.chm");
-}
 
-TEST_F(HostTest, MessageTextSources) {
-    g_answers = {1, 0, 1, 0, 1, 0, 1, 0};
-    ReportError("a.cpp", 1, 20269, "");
-    ReportError("a.cpp", 1, 20269, "caller text");
-    ReportError("a.cpp", 1, 20229, nullptr); // no such id
-    ReportError("a.cpp", 1, 20280, nullptr); // longer than most: kept whole (under 256)
-    ASSERT_EQ(g_calls.size(), 8u);
-    EXPECT_EQ(g_calls[1].text, "Y axis rotation was outside the rnage of -3600 to +3600 arcseconds");
-    EXPECT_EQ(g_calls[3].text, "caller text");
-    EXPECT_EQ(g_calls[5].text, "Failed loading error message!");
-    EXPECT_EQ(g_calls[7].text, MessageText(20280));
+    // Text: the table's for "" (typo kept), the caller's own, a fixed one for an unknown id.
+    struct Row {
+        int id;
+        const char* given;
+        std::string text;
+    } rows[] = {{20269, "", "Y axis rotation was outside the rnage of -3600 to +3600 arcseconds"},
+                {20269, "caller text", "caller text"},
+                {20229, nullptr, "Failed loading error message!"},
+                {20280, nullptr, MessageText(20280)}};
+    for (const Row& r : rows) {
+        Script({1, 0});
+        ReportError("a.cpp", 1, r.id, r.given);
+        ASSERT_EQ(g_calls.size(), 2u);
+        EXPECT_EQ(g_calls[1].text, r.text) << r.id;
+    }
 }
 
 TEST(ReportErrorNoHost, SilentWithoutRegistrationOrCallback) {
@@ -154,118 +115,88 @@ TEST(ReportErrorNoHost, SilentWithoutRegistrationOrCallback) {
     KVUnregisterCallerInstance();
 }
 
-TEST_F(HostTest, AssertionReportsWithFileAndLine) {
-    LogFile log("assert-log");
-    g_answers = {1, 0};
+TEST_F(HostTest, AssertionsReportFileAndLineAndLog) {
+    LogCapture log("assert");
+    Script({1, 0});
     EXPECT_FALSE(ReportAssertion("proj/kvProj.cpp", 77));
     ASSERT_EQ(g_calls.size(), 2u);
     EXPECT_EQ(g_calls[0].info.messageId, 20200);
-    EXPECT_EQ(g_calls[1].text,
-              "KVProj.DLL Internal Error.  Assertion failed in proj/kvProj.cpp, line 77.");
+    EXPECT_EQ(g_calls[1].text, "KVProj.DLL Internal Error.  Assertion failed in proj/kvProj.cpp, line 77.");
     EXPECT_EQ(g_calls[1].file, "proj/kvProj.cpp");
     EXPECT_EQ(g_calls[1].info.line, 77);
-    EXPECT_EQ(g_calls[1].help, "kvhelp.chm");
-    EXPECT_EQ(log.contents(), "ASSERTION FAILED\r\nFILE \"proj/kvProj.cpp\", LINE 77\r\n");
-}
+    EXPECT_EQ(log.Text(), "ASSERTION FAILED\r\nFILE \"proj/kvProj.cpp\", LINE 77\r\n");
 
-TEST_F(HostTest, AssertionWithBadArgumentsOnlyLogs) {
-    LogFile log("assert-bad");
+    Script({0});
+    EXPECT_FALSE(ReportAssertion("a.cpp", 3));
+    EXPECT_EQ(g_calls.size(), 1u);
+
+    // Bad arguments only log.
+    log.Clear();
+    Script({1, 0});
     EXPECT_FALSE(ReportAssertion("", 5));
     EXPECT_FALSE(ReportAssertion(nullptr, 5));
     EXPECT_FALSE(ReportAssertion("a.cpp", -1));
     EXPECT_TRUE(g_calls.empty());
-    EXPECT_EQ(log.contents(), "ASSERTION FAILED\r\nASSERTION FAILED\r\nASSERTION FAILED\r\n");
+    EXPECT_EQ(log.Text(), "ASSERTION FAILED\r\nASSERTION FAILED\r\nASSERTION FAILED\r\n");
 }
 
-TEST_F(HostTest, AssertionWithoutDetailsRequestMakesOneCall) {
-    g_answers = {0};
-    EXPECT_FALSE(ReportAssertion("a.cpp", 3));
-    EXPECT_EQ(g_calls.size(), 1u);
-}
-
-TEST(Log, LineFeedsBecomeCrLf) {
-    LogFile log("crlf");
+TEST(Log, LineFeedsBecomeCrLfAndLinesAreBounded) {
+    LogCapture log("crlf");
     LogWrite("one\ntwo\n\nthree");
     LogPrintf("%d-%s\n", 7, "x");
     CTRACE("Entered %s\n", "Thing");
-    EXPECT_EQ(log.contents(), "one\r\ntwo\r\n\r\nthree7-x\r\nCTRACE:  Entered Thing\r\n");
+    EXPECT_EQ(log.Text(), "one\r\ntwo\r\n\r\nthree7-x\r\nCTRACE:  Entered Thing\r\n");
+
+    const std::string big(5000, 'a'), feeds(2000, '\n');
+    struct Row {
+        std::function<void()> write;
+        size_t size;
+    } rows[] = {{[&] { LogWrite(big.c_str()); }, 1023},
+                {[&] { LogWrite(feeds.c_str()); }, 1024}, // each feed doubles: stops at 1024
+                {[&] { LogPrintf("%s", big.c_str()); }, 1023}};
+    for (const Row& r : rows) {
+        log.Clear();
+        r.write();
+        EXPECT_EQ(log.Text().size(), r.size);
+    }
 }
 
-TEST(Log, LongLinesAreBounded) {
-    LogFile log("long");
-    std::string big(5000, 'a');
-    LogWrite(big.c_str());
-    EXPECT_EQ(log.contents().size(), 1023u);
-    std::remove(log.path().c_str());
-    std::string feeds(2000, '\n'); // every character doubles: stops at 1024
-    LogWrite(feeds.c_str());
-    EXPECT_EQ(log.contents().size(), 1024u);
-    std::remove(log.path().c_str());
-    LogPrintf("%s", big.c_str()); // formatting bounded at 1,040
-    EXPECT_EQ(log.contents().size(), 1023u);
-}
-
-TEST(Log, DisabledWritesNothing) {
-    std::string path = tempPath("disabled");
+TEST(Log, DisabledDefaultAndUnwritable) {
+    const bool was = LogIsEnabled();
+    const std::string old = LogPath();
+    const std::string path = kvtest::TempPath("disabled");
     std::remove(path.c_str());
-    bool was = LogIsEnabled();
-    std::string old = LogPath();
     LogSetup(false, path.c_str());
     LogWrite("x\n");
     LogPrintf("y\n");
     CTRACE("z\n");
     ReportAssertion("a.cpp", 1);
-    struct stat st;
-    EXPECT_NE(::stat(path.c_str(), &st), 0);
-    LogSetup(was, old.c_str());
-}
-
-TEST(Log, DefaultPathWhenNoneGiven) {
-    bool was = LogIsEnabled();
-    std::string old = LogPath();
+    EXPECT_FALSE(Exists(path));
     LogSetup(false, nullptr);
     EXPECT_STREQ(LogPath(), "debug.log");
-    LogSetup(was, old.c_str());
-}
-
-TEST(Log, UnwritablePathIsSilent) {
-    bool was = LogIsEnabled();
-    std::string old = LogPath();
     LogSetup(true, "/nonexistent-dir/sub/kvproj.log");
-    LogWrite("lost\n");
+    LogWrite("lost\n"); // silently
     LogSetup(was, old.c_str());
 }
 
-// The variable is read when the library loads, so these run the tool as a child process.
-namespace {
-std::string runToolWithLog(const char* env, const std::string& dir) {
-    std::string cmd = "TMPDIR='" + dir + "' " + env + " '" KVPROJ_TOOL_PATH "' --version >/dev/null 2>&1";
-    EXPECT_EQ(std::system(cmd.c_str()), 0);
-    return dir + "/kvproj.log";
-}
-} // namespace
-
-TEST(LogEnabling, VariableUnsetCreatesNoFile) {
-    std::string dir = tempPath("logdir-unset");
+// The variable is read when the library loads, so the tool runs as a child process.
+TEST(LogEnabling, VariableDecidesAndBannersFrameTheRun) {
+    const std::string dir = kvtest::TempPath("logdir");
     ::mkdir(dir.c_str(), 0700);
-    std::string path = runToolWithLog("env -u KVPROJLOG", dir);
-    struct stat st;
-    EXPECT_NE(::stat(path.c_str(), &st), 0);
-    ::rmdir(dir.c_str());
-}
-
-TEST(LogEnabling, AnyValueEnablesWithBanners) {
-    std::string dir = tempPath("logdir-set");
-    ::mkdir(dir.c_str(), 0700);
-    std::string path = runToolWithLog("KVPROJLOG=0", dir);
-    std::string text = readFile(path);
-    std::string rule(74, '-');
+    const std::string path = dir + "/kvproj.log";
+    auto run = [&](const char* env) {
+        const std::string cmd = "TMPDIR='" + dir + "' " + env + " '" KVPROJ_TOOL_PATH "' --version >/dev/null 2>&1";
+        EXPECT_EQ(std::system(cmd.c_str()), 0);
+    };
+    run("env -u KVPROJLOG");
+    EXPECT_FALSE(Exists(path));
+    run("KVPROJLOG=0"); // any value enables
+    const std::string text = kvtest::ReadFile(path), rule(74, '-');
     EXPECT_EQ(text.rfind("\r\n" + rule + "\r\nKVPROJ.DLL log output started at ", 0), 0u) << text;
-    EXPECT_NE(text.find("KVPROJ.DLL log output ended at "), std::string::npos);
+    EXPECT_TRUE(kvtest::Contains(text, "KVPROJ.DLL log output ended at "));
     EXPECT_EQ(text.substr(text.size() - 78), rule + "\r\n\r\n");
-    EXPECT_EQ(text.find('\n', 0), 1u); // every line feed is preceded by a carriage return
     for (size_t i = text.find('\n'); i != std::string::npos; i = text.find('\n', i + 1))
-        EXPECT_EQ(text[i - 1], '\r');
+        ASSERT_EQ(text[i - 1], '\r') << i;
     struct stat st;
     ASSERT_EQ(::stat(path.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);
@@ -273,7 +204,7 @@ TEST(LogEnabling, AnyValueEnablesWithBanners) {
     ::rmdir(dir.c_str());
 }
 
-TEST(MathHooks, MathErrorTypesOneToSixSetTheFlag) {
+TEST(MathHooks, MathErrorsAndFaultFilter) {
     for (int type = -1; type <= 8; ++type) {
         SetMathErrorFlag(false);
         _exception e{type, "log", 0.0, 0.0, 0.0};
@@ -283,16 +214,12 @@ TEST(MathHooks, MathErrorTypesOneToSixSetTheFlag) {
     SetMathErrorFlag(false);
     EXPECT_EQ(_matherr(nullptr), 1);
     EXPECT_FALSE(MathErrorFlag());
-}
 
-TEST(MathHooks, FaultFilterHandlesOnlyFloatingPointCodes) {
+    // Only the floating-point exception codes are handled (0xC000008D..0xC0000093).
     struct Row {
         uint32_t code;
         int handled;
-    } rows[] = {
-        {0xC000008C, 0}, {0xC000008D, 1}, {0xC000008E, 1}, {0xC0000090, 1},
-        {0xC0000093, 1}, {0xC0000094, 0}, {0xC0000005, 0}, {0, 0},
-    };
+    } rows[] = {{0xC000008C, 0}, {0xC000008D, 1}, {0xC0000093, 1}, {0xC0000094, 0}, {0xC0000005, 0}};
     for (const Row& r : rows) {
         bool flag = false;
         FPExceptionInfo info{r.code};
@@ -307,15 +234,17 @@ TEST(UtilAssertDeath, AbortsWithFixedText) {
     EXPECT_DEATH(UtilAssert(false), "bExpr.*Util.*20");
 }
 
-TEST(StringTable, RangesAreComplete) {
-    for (int id = 20200; id <= 20205; ++id) EXPECT_NE(MessageText(id), nullptr) << id;
-    for (int id = 20230; id <= 20256; ++id) EXPECT_NE(MessageText(id), nullptr) << id;
-    for (int id = 20260; id <= 20271; ++id) EXPECT_NE(MessageText(id), nullptr) << id;
-    for (int id = 20280; id <= 20281; ++id) EXPECT_NE(MessageText(id), nullptr) << id;
-    EXPECT_EQ(MessageText(20206), nullptr);
-    EXPECT_EQ(MessageText(20257), nullptr);
+TEST(StringTable, RangesAreCompleteAndCopiesBounded) {
+    const int ranges[][2] = {{20200, 20205}, {20230, 20256}, {20260, 20271}, {20280, 20281}};
+    for (const auto& r : ranges) {
+        for (int id = r[0]; id <= r[1]; ++id)
+            EXPECT_NE(MessageText(id), nullptr) << id;
+        EXPECT_EQ(MessageText(r[1] + 1), nullptr) << r[1] + 1;
+    }
     char small[8];
     EXPECT_EQ(LoadMessageString(20200, small, sizeof small), 7);
     EXPECT_STREQ(small, "Interna");
     EXPECT_EQ(LoadMessageString(1, small, sizeof small), 0);
 }
+
+} // namespace

@@ -19,42 +19,33 @@ TEST(CallerInstance, RegisterReplaceUnregister) {
     KVRegisterCallerInstance(nullptr, nullptr);
     EXPECT_EQ(KVGetCallerInstancePtr()->GetErrorFunc(), nullptr);
     EXPECT_EQ(KVGetCallerInstancePtr()->GetHelpFileNamePtr(), nullptr);
-    std::string longName(1000, 'h');
+    const std::string longName(1000, 'h'); // kept to 259 characters
     KVRegisterCallerInstance(host, longName.c_str());
     EXPECT_EQ(std::string(KVGetCallerInstancePtr()->GetHelpFileNamePtr()), longName.substr(0, 259));
     KVUnregisterCallerInstance();
     EXPECT_EQ(KVGetCallerInstancePtr(), nullptr);
 }
 
-TEST(FileExt, ExtensionOfTheLastComponent) {
+TEST(FileExt, ExtensionOfTheLastComponentBoundedAndNullSafe) {
     struct Row {
         const char* path;
         bool found;
         const char* ext;
         const char* dropped;
     } rows[] = {
-        {"map.tif", true, "tif", "map"},
-        {"/data/x.y/map.TFW", true, "TFW", "/data/x.y/map"},
-        {"C:\\maps\\area.prj", true, "prj", "C:\\maps\\area"},
-        {"archive.tar.gz", true, "gz", "archive.tar"},
-        {"/data/x.y/noext", false, "", "/data/x.y/noext"},
-        {".profile", false, "", ".profile"},
-        {"dir/", false, "", "dir/"},
-        {"trailingdot.", true, "", "trailingdot"},
-        {"", false, "", ""},
+        {"/data/x.y/map.TFW", true, "TFW", "/data/x.y/map"}, {"C:\\maps\\area.prj", true, "prj", "C:\\maps\\area"},
+        {"archive.tar.gz", true, "gz", "archive.tar"},      {"/data/x.y/noext", false, "", "/data/x.y/noext"},
+        {".profile", false, "", ".profile"},                {"dir/", false, "", "dir/"},
+        {"trailingdot.", true, "", "trailingdot"},          {"", false, "", ""},
     };
     for (const Row& r : rows) {
-        char ext[16] = "junk";
+        char ext[16] = "junk", buf[64];
         EXPECT_EQ(KVGetFileExt(r.path, ext, sizeof ext), r.found) << r.path;
         EXPECT_STREQ(ext, r.ext) << r.path;
-        char buf[64];
         snprintf(buf, sizeof buf, "%s", r.path);
         EXPECT_EQ(KVDropFileExt(buf), r.found) << r.path;
         EXPECT_STREQ(buf, r.dropped) << r.path;
     }
-}
-
-TEST(FileExt, BoundedAndNullSafe) {
     char ext[4];
     EXPECT_TRUE(KVGetFileExt("file.jpeg2000", ext, sizeof ext));
     EXPECT_STREQ(ext, "jpe");
