@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -35,6 +36,28 @@ inline std::string TempPath(const std::string& name) {
 
 inline bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
+}
+
+// A tab-separated table with a header line: one map from column name to cell per row.
+inline std::vector<std::map<std::string, std::string>> ReadTsv(const std::string& path) {
+    std::vector<std::map<std::string, std::string>> rows;
+    std::istringstream in(ReadFile(path));
+    std::vector<std::string> header;
+    for (std::string line; std::getline(in, line);) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        std::vector<std::string> fields;
+        std::stringstream ss(line);
+        for (std::string field; std::getline(ss, field, '\t');)
+            fields.push_back(field);
+        if (header.empty()) {
+            header = fields;
+            continue;
+        }
+        rows.emplace_back();
+        for (size_t i = 0; i < header.size(); ++i)
+            rows.back()[header[i]] = i < fields.size() ? fields[i] : "";
+    }
+    return rows;
 }
 
 // Enables the log into a fresh file for one scope, then restores the previous state.

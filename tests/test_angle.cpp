@@ -45,9 +45,11 @@ const ReadCase kReadCases[] = {
     {"12d30m15 s", 'd', true, -12.504166666666667}, // after a blank it is a letter
     {"12D30'", 'd', true, 12.5},
     {"12X30'", 'x', true, 12.5},
-    {"12\xb0" "30'N", '\xb0', true, 12.5},
+    {"12\xb0"
+     "30'N",
+     '\xb0', true, 12.5},
     {"12d75'", 'd', true, 13.25}, // minutes are not range-checked
-    {"12d30 15", 'd', false, 0}, // seconds need the minutes mark first
+    {"12d30 15", 'd', false, 0},  // seconds need the minutes mark first
     {"12.5.3", 'd', false, 0},
     {".5", 'd', true, 0.5},
     {".", 'd', false, 0},
@@ -109,7 +111,7 @@ const WriteCase kWriteCases[] = {
     {12.504166666666667, 0x4000 | 2, "d'\"", true, "12d30'15.00\""},
     {5.0625, 0x4000 | 1, "d'\"", true, "5d03'45.0\""},
     {5.0833333333333333, 0x4000 | 1, "d'\"", true, "5d04'60.0\""}, // truncation, not rounding
-    {5.5, 0x4100, "dms", true, "5d030m"},       // zero padding is to n + 3 characters
+    {5.5, 0x4100, "dms", true, "5d030m"},         // zero padding is to n + 3 characters
     {12.99999999, 0, "d'\"", true, "12d59'60\""}, // no carry
     {-12.5, 0x0030 | 1, "dms", true, "-12.5"},
     {12.5, 0x0050 | 1, "dms", true, "+12.5"},
@@ -132,9 +134,11 @@ TEST(DegreesToLatLon, Cases) {
     for (const WriteCase& c : kWriteCases) {
         char text[LL_TEXT_LEN];
         std::strcpy(text, "untouched");
-        EXPECT_EQ(c.ok, DegreesToLatLon(text, c.degrees, c.flags, c.marks[0], c.marks[1], c.marks[2]))
+        EXPECT_EQ(c.ok,
+                  DegreesToLatLon(text, c.degrees, c.flags, c.marks[0], c.marks[1], c.marks[2]))
             << c.degrees << " flags 0x" << std::hex << c.flags;
-        EXPECT_STREQ(c.ok ? c.expected : "untouched", text) << c.degrees << " flags 0x" << std::hex << c.flags;
+        EXPECT_STREQ(c.ok ? c.expected : "untouched", text)
+            << c.degrees << " flags 0x" << std::hex << c.flags;
     }
     EXPECT_FALSE(DegreesToLatLon(nullptr, 1.0, 0, 'd', 'm', 's'));
 }
@@ -177,12 +181,17 @@ double LastUnit(int flags) {
 TEST(AngleRoundTrip, WrittenTextReadsBackWithinHalfAUnitOfTheLastDigit) {
     std::mt19937_64 random(20240229);
     std::uniform_real_distribution<double> any(-180.0, 180.0);
-    std::vector<double> values = {0, 0.5, -0.5, 89.999999999, -179.9999999999, 180, -90, 1e-12,
-                                  12.99999999, 59.0 / 60, 45.0001, -0.25, 1.0 / 3600};
-    for (int i = 0; i < 60; ++i) values.push_back(any(random));
+    std::vector<double> values = {0,       0.5,   -0.5,      89.999999999, -179.9999999999,
+                                  180,     -90,   1e-12,     12.99999999,  59.0 / 60,
+                                  45.0001, -0.25, 1.0 / 3600};
+    for (int i = 0; i < 60; ++i)
+        values.push_back(any(random));
     // Every sign combination keeps the sign: by '-', by the hemisphere letter, or both.
-    const int signs[] = {LL_MINUS_SIGN, LL_HEMISPHERE, LL_HEMISPHERE | LL_LATITUDE,
-                         LL_MINUS_SIGN | LL_HEMISPHERE, LL_MINUS_SIGN | LL_PLUS_SIGN,
+    const int signs[] = {LL_MINUS_SIGN,
+                         LL_HEMISPHERE,
+                         LL_HEMISPHERE | LL_LATITUDE,
+                         LL_MINUS_SIGN | LL_HEMISPHERE,
+                         LL_MINUS_SIGN | LL_PLUS_SIGN,
                          LL_MINUS_SIGN | LL_BLANK_SIGN | LL_HEMISPHERE | LL_LATITUDE};
     const char* marks[] = {"d'\"", "dms", "Dms", "\xb0'\"", "*ms"};
     int checked = 0;
@@ -197,8 +206,10 @@ TEST(AngleRoundTrip, WrittenTextReadsBackWithinHalfAUnitOfTheLastDigit) {
                             ASSERT_TRUE(DegreesToLatLon(text, value, flags, m[0], m[1], m[2]));
                             double back = 0;
                             ASSERT_TRUE(LatLonToDegrees(text, &back, m[0])) << text;
-                            const double tol = 0.5 * std::pow(10.0, -n) * LastUnit(flags) * (1 + 1e-9) + 1e-12;
-                            ASSERT_NEAR(value, back, tol) << '"' << text << "\" flags 0x" << std::hex << flags;
+                            const double tol =
+                                0.5 * std::pow(10.0, -n) * LastUnit(flags) * (1 + 1e-9) + 1e-12;
+                            ASSERT_NEAR(value, back, tol)
+                                << '"' << text << "\" flags 0x" << std::hex << flags;
                             ++checked;
                         }
     EXPECT_EQ(73 * 3 * 6 * 4 * 5 * 5, checked);

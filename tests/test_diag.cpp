@@ -22,7 +22,9 @@ struct Call {
 std::vector<Call> g_calls;
 std::vector<int> g_answers;
 
-std::string Str(const char* s) { return s ? s : "<null>"; }
+std::string Str(const char* s) {
+    return s ? s : "<null>";
+}
 
 int KVCALLBACK ScriptedHost(const _KVERRINFO* info) {
     g_calls.push_back({*info, Str(info->moduleName), Str(info->sourceFile), Str(info->messageText),
@@ -78,7 +80,8 @@ TEST_F(HostTest, FirstCallCarriesIdsOnlySecondCallDetails) {
     EXPECT_EQ(first.productCode, 133);
     EXPECT_EQ(first.severityCode, 2);
     EXPECT_EQ(first.line, 0);
-    for (const std::string* s : {&g_calls[0].module, &g_calls[0].file, &g_calls[0].text, &g_calls[0].help})
+    for (const std::string* s :
+         {&g_calls[0].module, &g_calls[0].file, &g_calls[0].text, &g_calls[0].help})
         EXPECT_EQ(*s, "<null>");
     const Call& second = g_calls[1];
     EXPECT_EQ(second.info.flags, KVERR_DETAILS);
@@ -121,7 +124,8 @@ TEST_F(HostTest, AssertionsReportFileAndLineAndLog) {
     EXPECT_FALSE(ReportAssertion("proj/kvProj.cpp", 77));
     ASSERT_EQ(g_calls.size(), 2u);
     EXPECT_EQ(g_calls[0].info.messageId, 20200);
-    EXPECT_EQ(g_calls[1].text, "KVProj.DLL Internal Error.  Assertion failed in proj/kvProj.cpp, line 77.");
+    EXPECT_EQ(g_calls[1].text,
+              "KVProj.DLL Internal Error.  Assertion failed in proj/kvProj.cpp, line 77.");
     EXPECT_EQ(g_calls[1].file, "proj/kvProj.cpp");
     EXPECT_EQ(g_calls[1].info.line, 77);
     EXPECT_EQ(log.Text(), "ASSERTION FAILED\r\nFILE \"proj/kvProj.cpp\", LINE 77\r\n");
@@ -185,7 +189,8 @@ TEST(LogEnabling, VariableDecidesAndBannersFrameTheRun) {
     ::mkdir(dir.c_str(), 0700);
     const std::string path = dir + "/kvproj.log";
     auto run = [&](const char* env) {
-        const std::string cmd = "TMPDIR='" + dir + "' " + env + " '" KVPROJ_TOOL_PATH "' --version >/dev/null 2>&1";
+        const std::string cmd =
+            "TMPDIR='" + dir + "' " + env + " '" KVPROJ_TOOL_PATH "' --version >/dev/null 2>&1";
         EXPECT_EQ(std::system(cmd.c_str()), 0);
     };
     run("env -u KVPROJLOG");
@@ -219,7 +224,8 @@ TEST(MathHooks, MathErrorsAndFaultFilter) {
     struct Row {
         uint32_t code;
         int handled;
-    } rows[] = {{0xC000008C, 0}, {0xC000008D, 1}, {0xC0000093, 1}, {0xC0000094, 0}, {0xC0000005, 0}};
+    } rows[] = {
+        {0xC000008C, 0}, {0xC000008D, 1}, {0xC0000093, 1}, {0xC0000094, 0}, {0xC0000005, 0}};
     for (const Row& r : rows) {
         bool flag = false;
         FPExceptionInfo info{r.code};

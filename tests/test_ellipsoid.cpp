@@ -12,7 +12,9 @@ using namespace KVProj;
 
 namespace {
 
-EllipsoidType E(int value) { return static_cast<EllipsoidType>(value); }
+EllipsoidType E(int value) {
+    return static_cast<EllipsoidType>(value);
+}
 
 std::string Lower(std::string s) {
     for (char& c : s)
@@ -79,7 +81,8 @@ TEST(EllipsoidTable, AgreesWithEpsgAndProj) {
         EXPECT_EQ(r.a, EllipsoidRadius(E(r.row)));
         const double f = EllipsoidFlattening(E(r.row));
         const double expected = r.rf == 0 ? 0.0 : 1.0 / r.rf;
-        EXPECT_NEAR(r.rf == 0 || r.tol == 0 ? expected : r.rf, r.rf == 0 || r.tol == 0 ? f : 1.0 / f, r.tol);
+        EXPECT_NEAR(r.rf == 0 || r.tol == 0 ? expected : r.rf,
+                    r.rf == 0 || r.tol == 0 ? f : 1.0 / f, r.tol);
     }
     // Figures stored as doubles match their inverse flattening (EPSG 7005 by
     // NGO 1948's rf, 7011 for the IGN figure; Clarke 1880 Benoit as published).
@@ -95,10 +98,10 @@ TEST(EllipsoidTable, KeepsHistoricalFiguresWhereEpsgDiffers) {
         int row, code;
         double storedRadius, storedFlattening, epsgA;
     } rows[] = {
-        {14, 7005, 6377397.155, 0.003342773153666242, 6377492.018}, // Bessel Modified
-        {16, 7010, 6378249.145, 1.0 / 293.4663, 6378300.789},       // Clarke 1880 (Benoit)
+        {14, 7005, 6377397.155, 0.003342773153666242, 6377492.018},   // Bessel Modified
+        {16, 7010, 6378249.145, 1.0 / 293.4663, 6378300.789},         // Clarke 1880 (Benoit)
         {42, 7009, 6378450.047, 1.0 / 294.9786982, 6378450.04754889}, // Michigan, in US ft
-        {48, 7035, 6370997, 0.0, 6371000},                           // Sphere
+        {48, 7035, 6370997, 0.0, 6371000},                            // Sphere
     };
     for (const Departure& d : rows) {
         SCOPED_TRACE(d.code);
@@ -124,7 +127,8 @@ TEST(EllipsoidTable, EveryRowIsPlausibleAndFindableByItsOwnName) {
         ASSERT_LT(std::strlen(name), sizeof name);
         EXPECT_TRUE(names.insert(Lower(name)).second) << "duplicate name " << name;
         EXPECT_TRUE(flattening == 0 || (flattening > 1 / 340.0 && flattening < 1 / 190.0)) << row;
-        EXPECT_TRUE(row == ELLIPSOID_UNIT_SPHERE || (radius > 6370000.0 && radius < 6400000.0)) << row;
+        EXPECT_TRUE(row == ELLIPSOID_UNIT_SPHERE || (radius > 6370000.0 && radius < 6400000.0))
+            << row;
         EllipsoidType e = E(-1);
         EXPECT_TRUE(EllipsoidFromName(&e, name));
         EXPECT_EQ(row, e) << name;
@@ -157,8 +161,7 @@ TEST(EllipsoidQueries, FromName) {
         int row;
     } cases[] = {
         {"WGS 84", true, 47},       {"uSER dEFINED", true, 0}, // the placeholder row takes part
-        {"user-defined", false, 0}, {"WGS 84 ", false, 0},
-        {"WGS", false, 0},          {"", false, 0},
+        {"user-defined", false, 0}, {"WGS 84 ", false, 0},     {"WGS", false, 0}, {"", false, 0},
     };
     for (const Case& c : cases) {
         std::string text = c.text;
@@ -181,8 +184,9 @@ TEST(EllipsoidQueries, PoscCodes) {
         bool exact;
         int suggestion; // -1: *e untouched
     } cases[] = {
-        {7010, true, 16},  {7011, false, 16}, {7014, false, 16}, {7034, false, 16}, {7016, false, 20},
-        {7018, false, 20}, {7999, false, -1}, {7033, false, -1}, {0, false, -1},    {-7030, false, -1},
+        {7010, true, 16},  {7011, false, 16},  {7014, false, 16}, {7034, false, 16},
+        {7016, false, 20}, {7018, false, 20},  {7999, false, -1}, {7033, false, -1},
+        {0, false, -1},    {-7030, false, -1},
     };
     for (const Case& c : cases) {
         EllipsoidType e = E(-5);

@@ -6,7 +6,9 @@
 #include <string>
 
 namespace {
-int KVCALLBACK host(const _KVERRINFO*) { return 0; }
+int KVCALLBACK host(const _KVERRINFO*) {
+    return 0;
+}
 } // namespace
 
 TEST(CallerInstance, RegisterReplaceUnregister) {
@@ -33,10 +35,14 @@ TEST(FileExt, ExtensionOfTheLastComponentBoundedAndNullSafe) {
         const char* ext;
         const char* dropped;
     } rows[] = {
-        {"/data/x.y/map.TFW", true, "TFW", "/data/x.y/map"}, {"C:\\maps\\area.prj", true, "prj", "C:\\maps\\area"},
-        {"archive.tar.gz", true, "gz", "archive.tar"},      {"/data/x.y/noext", false, "", "/data/x.y/noext"},
-        {".profile", false, "", ".profile"},                {"dir/", false, "", "dir/"},
-        {"trailingdot.", true, "", "trailingdot"},          {"", false, "", ""},
+        {"/data/x.y/map.TFW", true, "TFW", "/data/x.y/map"},
+        {"C:\\maps\\area.prj", true, "prj", "C:\\maps\\area"},
+        {"archive.tar.gz", true, "gz", "archive.tar"},
+        {"/data/x.y/noext", false, "", "/data/x.y/noext"},
+        {".profile", false, "", ".profile"},
+        {"dir/", false, "", "dir/"},
+        {"trailingdot.", true, "", "trailingdot"},
+        {"", false, "", ""},
     };
     for (const Row& r : rows) {
         char ext[16] = "junk", buf[64];
