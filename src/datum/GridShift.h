@@ -1,10 +1,9 @@
 // The grid-shift methods as the conversion engine sees them: NADCON (dNadcon)
 // and NTv2 (Ntv2), with the files looked up beside the running executable.
 //
-// These functions are internal to the library. The ones marked KVPROJ_API are
-// also reached by the kvproj tool (which links the shared library) so that a
-// user can inspect and try a grid file before installing it; they are not
-// declared in any public header and carry no compatibility promise.
+// These functions are internal to the library. The kvproj tool, linked with the
+// static library, also calls them so that a user can inspect and try a grid file
+// before installing it beside a program.
 #ifndef KVPROJ_DATUM_GRIDSHIFT_H
 #define KVPROJ_DATUM_GRIDSHIFT_H
 
@@ -20,7 +19,7 @@ namespace KVProj {
 
 // Directory searched for grid files instead of the executable's own (tests and
 // the tool). Null or "" goes back to the executable's directory.
-KVPROJ_API void GridSetSearchDirectory(const char* dir);
+void GridSetSearchDirectory(const char* dir);
 
 // `out` receives the search directory followed by `fileName`. False when the
 // directory is unknown or the result does not fit in `size`.
@@ -36,7 +35,7 @@ std::FILE* GridOpenEitherCase(const char* path);
 // NADCON shift towards WGS 84 with the ".LAS"/".LOS" pair named `area` ("conus",
 // "prvi") in the search directory. False only when the grid files cannot be
 // opened (after the assertion report and the log line naming both files).
-KVPROJ_API bool NadconShift(const char* area, DATUMPOINT* points, int count);
+bool NadconShift(const char* area, DATUMPOINT* points, int count);
 
 // The grid of a NADCON ".LAS" file as its header declares it.
 struct NadconGridInfo {
@@ -46,7 +45,7 @@ struct NadconGridInfo {
 };
 // Reads the header of the NADCON file at `path`; false when it cannot be opened
 // or is shorter than a header.
-KVPROJ_API bool NadconReadGridInfo(const char* path, NadconGridInfo* info);
+bool NadconReadGridInfo(const char* path, NadconGridInfo* info);
 
 // ---------------------------------------------------------------- NTv2
 
@@ -63,17 +62,17 @@ enum Ntv2Status : int {
 // Drops any loaded grid and loads `path`, or "NTV2_0.GSB" in the search
 // directory when `path` is null. A failed load leaves nothing loaded, so the
 // next transformation tries again.
-KVPROJ_API int NTV2Startup(const char* path);
+int NTV2Startup(const char* path);
 
 // NTv2 shift of `count` points (degrees, longitude first) with the loaded grid,
 // loading the default one on first use: forward (old datum to new) or inverse.
-KVPROJ_API int NTV2Transform(int count, DATUMPOINT* points, bool inverse);
+int NTV2Transform(int count, DATUMPOINT* points, bool inverse);
 
 // Releases every sub-grid and forgets the path.
-KVPROJ_API void NTV2Shutdown();
+void NTV2Shutdown();
 
 // Whether the last transformation left an unplottable point.
-KVPROJ_API bool NTV2HadUnplottables();
+bool NTV2HadUnplottables();
 
 // One sub-grid of the loaded grid, as the tool lists it.
 struct Ntv2SubGridInfo {
@@ -87,7 +86,7 @@ struct Ntv2SubGridInfo {
 // Copies up to `max` sub-grids of the loaded grid into `out`, parents before
 // their children and siblings in file order; returns how many there are
 // (0 when nothing is loaded). `out` may be null when `max` is 0.
-KVPROJ_API int NTV2GetSubGrids(Ntv2SubGridInfo* out, int max);
+int NTV2GetSubGrids(Ntv2SubGridInfo* out, int max);
 
 } // namespace KVProj
 

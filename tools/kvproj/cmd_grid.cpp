@@ -8,7 +8,7 @@
 // ".LAS"/".LOS" pair beside each other; anything else is taken as NTv2.
 #include "Command.h"
 
-#include "../../src/datum/GridShift.h"
+#include "datum/GridShift.h"
 
 #include <cstdio>
 #include <cstdlib>
