@@ -94,12 +94,17 @@ TEST(ModuleTable, HostileNumbersNeverHangOrCrash) {
     for (ProjType t : BuiltTypes()) {
         const Module m = ModuleOf(t);
         for (double v : values) {
-            PROJDATA recs[4] = {Usable(t), Usable(t), Usable(t), Usable(t)};
+            PROJDATA recs[5] = {Usable(t), Usable(t), Usable(t), Usable(t), Usable(t)};
             recs[1].Lat0 = recs[1].Lon0 = recs[1].Lat1 = recs[1].Lat2 = recs[1].Alpha = v;
             recs[1].K0 = v;
             recs[2].Flattening = 0.0;
             recs[3].MajorRadius = v;
             recs[3].Flattening = std::fabs(v) < 1 ? std::fabs(v) : 0.999;
+            recs[4].Lat0 = 90 * kRad; // poles, near-meridian azimuth
+            recs[4].Lat1 = -90 * kRad;
+            recs[4].Lat2 = 89 * kRad;
+            recs[4].Alpha = 89.9999 * kRad;
+            recs[4].Flattening = 0.999;
             for (PROJDATA& d : recs) {
                 PROJPOINT pts[5] = {{v, 0.3}, {0.3, v}, {v, v}, {0.2, 0.4}, {7.0, 7.0}};
                 EXPECT_TRUE(m.fwd(&d, pts, 4)) << m.name;
