@@ -43,6 +43,7 @@ constexpr double kProbe = 1e-3;        // degrees: finite-difference step of the
 constexpr double kSimplify = 0.1;      // pixels a dropped vertex may lie off its chord
 constexpr double kMaxVertices = 4.0e6; // lon/lat vertices of all lines before clipping
 constexpr int kMinWidth = 100, kMaxWidth = 20000;
+constexpr double kTwoPi = 6.283185307179586;
 
 PROJPOINT Pt(double x, double y) {
     PROJPOINT p;
@@ -413,11 +414,14 @@ private:
 // The preclipping keeps points within a hair of the valid area's edge; where a
 // module's own test rounds the other way, such a point comes back unplottable.
 // Moved a little further inside it usually projects: a line's end towards its
-// plottable neighbour, a ring's vertex along the ring's inward normal.
+// plottable neighbour, a ring's vertex along the ring's inward normal. Not
+// much closer than kNudge, though: next to a point that a projection tears
+// open (an azimuthal antipode) its formulas lose all precision.
+constexpr double kNudge = 1e-4; // degrees
 bool Nudge(const Gauge& gauge, Feature& f, size_t i, PROJPOINT dir) {
     const double len = std::hypot(dir.x, dir.y);
     if (!(len > 0.0)) return false;
-    for (double d : {1e-8, 1e-6, 1e-4, 1e-3}) {
+    for (double d : {kNudge, 10.0 * kNudge, 100.0 * kNudge}) {
         const PROJPOINT q = Pt(f.lonlat[i].x + d * dir.x / len, f.lonlat[i].y + d * dir.y / len);
         if (gauge.Project(q, &f.xy[i], &f.stretch[i])) {
             f.lonlat[i] = q;
@@ -442,6 +446,8 @@ void Rescue(const Gauge& gauge, Feature& f) {
     for (size_t i = 0; i < n; ++i) {
         if (Plottable(f.xy[i])) continue;
         if (f.kind == Kind::Area) {
+            // A lone vertex is left to the refinement, which detours round it.
+            if (i > 0 && i + 1 < n && Plottable(f.xy[i - 1]) && Plottable(f.xy[i + 1])) continue;
             // A closed ring repeats its first vertex last.
             const PROJPOINT& prev = f.lonlat[i > 0 ? i - 1 : n - 2];
             const PROJPOINT& next = f.lonlat[i + 1 < n ? i + 1 : 1];
@@ -507,7 +513,6 @@ bool ProjectFeatures(void* handle, const Window& w, std::vector<Feature>& featur
             f.stretch[i] = gauge.Stretch(f.lonlat[i], xy);
         }
         Rescue(gauge, f);
-        if (f.kind == Kind::Area) BridgeRing(f);
     }
     return true;
 }
@@ -564,6 +569,121 @@ Frame Fit(const std::vector<Feature>& features) {
     frame.maxY += padY;
     return frame;
 }
+
+// ---------------------------------------------------------------- refinement
+
+// Where two neighbouring vertices land far apart on the map, the segment
+// between them is halved in lon/lat until its pieces are short on the map.
+// A segment that stays long however short it gets runs through a point that
+// the map tears open (the antipode of an azimuthal projection becomes its
+// rim): a line is broken there; a ring detours round the point on its inside,
+// and the image of the detour is the torn-open edge of the map.
+class Refiner {
+public:
+    Refiner(const Gauge& gauge, const Frame& frame)
+        : m_gauge(gauge), m_frame(frame),
+          m_limit(kRefine * std::hypot(frame.maxX - frame.minX, frame.maxY - frame.minY)) {}
+
+    void Run(Feature& f) {
+        m_in = &f;
+        m_out = Feature{f.kind, f.value, f.group, {}, {}, {}, {}};
+        const bool ring = f.kind == Kind::Area;
+        m_side = ring && Orientation(f.lonlat) < 0.0 ? -1.0 : 1.0;
+        const size_t n = f.lonlat.size();
+        for (size_t i = 0; i < n; ++i) {
+            m_seam = ring ? f.seam[i] : 0;
+            const bool lone = !Plottable(f.xy[i]) && i > 0 && i + 1 < n && Plottable(f.xy[i - 1]) &&
+                              Plottable(f.xy[i + 1]);
+            if (ring && lone)
+                Detour(f.lonlat[i], Sub(f.lonlat[i], f.lonlat[i - 1]),
+                       Sub(f.lonlat[i + 1], f.lonlat[i]), kDetourRadius);
+            else
+                Add(f.lonlat[i], f.xy[i], f.stretch[i]);
+            if (i + 1 < n && Plottable(f.xy[i]) && Plottable(f.xy[i + 1]))
+                Halve(f.lonlat[i], f.xy[i], f.lonlat[i + 1], f.xy[i + 1], 0);
+        }
+        f = std::move(m_out);
+    }
+
+private:
+    static constexpr double kRefine = 1.0 / 400.0; // of the frame's diagonal
+    static constexpr double kShortest = 1e-4;      // degrees; see kNudge
+    static constexpr int kDetourSteps = 90;
+    static constexpr double kDetourRadius = 1e-3; // degrees
+
+    static PROJPOINT Sub(const PROJPOINT& a, const PROJPOINT& b) {
+        return Pt(a.x - b.x, a.y - b.y);
+    }
+
+    // Runaway parts far outside the frame are not worth refining.
+    bool InFrame(const PROJPOINT& p) const {
+        const double margin =
+            0.1 * std::max(m_frame.maxX - m_frame.minX, m_frame.maxY - m_frame.minY);
+        return p.x >= m_frame.minX - margin && p.x <= m_frame.maxX + margin &&
+               p.y >= m_frame.minY - margin && p.y <= m_frame.maxY + margin;
+    }
+
+    void Add(const PROJPOINT& ll, const PROJPOINT& xy, double stretch) {
+        m_out.lonlat.push_back(ll);
+        m_out.xy.push_back(xy);
+        m_out.stretch.push_back(stretch);
+        m_out.seam.push_back(m_seam);
+    }
+
+    void Break(const PROJPOINT& ll) { Add(ll, Pt(KVPROJ_UNPLOTTABLE, KVPROJ_UNPLOTTABLE), -1.0); }
+
+    // Adds the points strictly between a and b.
+    void Halve(const PROJPOINT& a, const PROJPOINT& pa, const PROJPOINT& b, const PROJPOINT& pb,
+               int depth) {
+        if (std::hypot(pb.x - pa.x, pb.y - pa.y) <= m_limit || !InFrame(pa) || !InFrame(pb)) return;
+        const PROJPOINT m = Pt(0.5 * (a.x + b.x), 0.5 * (a.y + b.y));
+        PROJPOINT pm;
+        double stretch = -1.0;
+        const bool tooShort = std::hypot(b.x - a.x, b.y - a.y) < kShortest || depth > 60;
+        if (tooShort || !m_gauge.Project(m, &pm, &stretch)) {
+            if (m_in->kind == Kind::Area)
+                Detour(m, Sub(b, a), Sub(b, a), 0.5 * std::hypot(b.x - a.x, b.y - a.y));
+            else
+                Break(m);
+            return;
+        }
+        Halve(a, pa, m, pm, depth + 1);
+        Add(m, pm, stretch);
+        Halve(m, pm, b, pb, depth + 1);
+    }
+
+    // Round `centre` at `radius` on the ring's inside, from behind it (against
+    // `in`) to ahead of it (along `out`).
+    void Detour(const PROJPOINT& centre, const PROJPOINT& in, const PROJPOINT& out, double radius) {
+        const double from = std::atan2(-in.y, -in.x), to = std::atan2(out.y, out.x);
+        // The inside is on the left of a counter-clockwise ring: turn clockwise.
+        double sweep = m_side * (from - to);
+        sweep = std::fmod(std::fmod(sweep, kTwoPi) + kTwoPi, kTwoPi);
+        if (sweep == 0.0) sweep = kTwoPi;
+        // The detour is an edge of the map even where the ring runs along a
+        // seam; the seam goes on after it.
+        const char seam = m_seam;
+        m_seam = 0;
+        for (int k = 0; k <= kDetourSteps; ++k) {
+            const double a = from - m_side * sweep * k / kDetourSteps;
+            const PROJPOINT q =
+                Pt(centre.x + radius * std::cos(a), centre.y + radius * std::sin(a));
+            PROJPOINT p;
+            double stretch = -1.0;
+            if (k == kDetourSteps) m_seam = seam;
+            if (m_gauge.Project(q, &p, &stretch)) Add(q, p, stretch);
+        }
+        m_seam = seam;
+    }
+
+    const Gauge& m_gauge;
+    const Frame& m_frame;
+    double m_limit;
+    Feature* m_in = nullptr;
+    Feature m_out;
+    double m_side = 1.0;
+    char m_seam = 0;
+};
 
 // ---------------------------------------------------------------- cutting at the frame
 
@@ -894,11 +1014,18 @@ int CmdGraticule(const std::vector<std::string>& argsIn) {
         std::fprintf(stderr, "kvproj: graticule: the projection of the graticule failed\n");
         return EXIT_FAILED;
     }
-    const Frame frame = Fit(features);
+    Frame frame = Fit(features);
     if (frame.Empty()) {
         std::fprintf(stderr, "kvproj: graticule: no part of the window can be projected\n");
         return EXIT_FAILED;
     }
+    const Gauge gauge(h.convert, w);
+    Refiner refiner(gauge, frame);
+    for (Feature& f : features) {
+        refiner.Run(f);
+        if (f.kind == Kind::Area) BridgeRing(f);
+    }
+    frame = Fit(features);
     const std::string title = o.title.empty() ? DefaultTitle(data) : o.title;
     if (!WriteOutput(o.output, Svg(features, frame, o, title))) {
         std::fprintf(stderr, "kvproj: graticule: cannot write '%s'\n", o.output.c_str());
