@@ -145,6 +145,7 @@ struct Picture {
     double width = 0, height = 0;
     std::map<double, std::vector<Point>> meridians, parallels; // by longitude, latitude
     std::vector<Point> area;
+    double filled = 0; // square pixels covered by the area's fill
     int meridianPieces = 0, parallelPieces = 0;
 };
 
@@ -170,6 +171,11 @@ struct Picture {
         std::vector<std::vector<Point>> subpaths;
         if (!PathPoints(e.attrs.at("d"), &subpaths))
             return ::testing::AssertionFailure() << "bad path data in " << group;
+        double signedArea = 0;
+        for (const auto& sp : subpaths)
+            for (size_t i = 0, j = sp.size() - 1; i < sp.size(); j = i++)
+                signedArea += 0.5 * (sp[j].x * sp[i].y - sp[i].x * sp[j].y);
+        if (group == "area") pic->filled += std::fabs(signedArea);
         for (const auto& sp : subpaths)
             for (const Point& p : sp) {
                 if (!inside(p.x, p.y))
@@ -365,6 +371,42 @@ TEST(ToolGraticule, PlateCarreeIsTwiceAsWideAsHighWithNorthUp) {
     EXPECT_LT(pic.parallels[60].front().y, pic.parallels[-60].front().y);
     EXPECT_GT(pic.meridians[90].front().x, pic.meridians[-90].front().x);
     EXPECT_NEAR(pic.meridians[0].front().x, 0.5 * (x0 + x1), 0.01);
+}
+
+// The filled area against the area of the picture's box: a disc for the
+// Lambert azimuthal equal-area projection (the whole sphere inside a circle
+// of radius 2R, Snyder ch. 24; its antipode at a vertex of the drawn window or
+// between two) and for the orthographic (a hemisphere inside a circle of
+// radius R, ch. 20), the 2:1 ellipse of Mollweide (ch. 31), the sinusoidal
+// (4 pi R^2 in a 2 pi R by pi R box, ch. 30) and the full rectangle of the
+// equidistant cylindrical.
+struct FillCase {
+    const char* arguments;
+    double ratio;
+};
+const FillCase kFills[] = {
+    {"--proj 'type=laea lat1=45 lon0=10'", 0.7853981633974483},
+    {"--proj 'type=laea lat1=52.5 lon0=10'", 0.7853981633974483},
+    {"--proj 'type=ortho lat0=40 lon0=-100'", 0.7853981633974483},
+    {"--proj type=mollweide", 0.7853981633974483},
+    {"--proj 'type=sinu lon0=30'", 0.6366197723675814},
+    {"--proj type=eqc", 1.0},
+};
+
+TEST(ToolGraticule, TheAreaFillsTheProjectedShape) {
+    for (const FillCase& c : kFills) {
+        SCOPED_TRACE(c.arguments);
+        const ToolRun run = Graticule(c.arguments);
+        ASSERT_EQ(run.status, 0) << run.err;
+        Picture pic;
+        ASSERT_TRUE(ReadPicture(run.out, &pic));
+        double x0 = HUGE_VAL, x1 = -HUGE_VAL, y0 = HUGE_VAL, y1 = -HUGE_VAL;
+        for (const Point& p : pic.area) {
+            x0 = std::min(x0, p.x), x1 = std::max(x1, p.x);
+            y0 = std::min(y0, p.y), y1 = std::max(y1, p.y);
+        }
+        EXPECT_NEAR(pic.filled / ((x1 - x0) * (y1 - y0)), c.ratio, 0.005);
+    }
 }
 
 // A central meridian of 150: the parallels cross the band's edge at -30, so
