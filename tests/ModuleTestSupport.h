@@ -1,11 +1,9 @@
 // Shared scaffolding for the projection module tests: a working record built
 // the way the engine hands it to a module (angles in radians, K0 set, the
-// ellipsoid resolved), tables of forward/inverse rows, round-trip sweeps and a
-// capture of the host reports.
+// ellipsoid resolved), tables of forward/inverse rows and round-trip sweeps.
 #ifndef KVPROJ_TESTS_MODULETESTSUPPORT_H
 #define KVPROJ_TESTS_MODULETESTSUPPORT_H
 
-#include "kvlibw/kvlibw.h"
 #include "projections/ProjModule.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +13,6 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <string>
 #include <vector>
 
 namespace modtest {
@@ -151,35 +148,6 @@ inline double WorstRoundTrip(const Module& m, const PROJDATA& rec, double lat0, 
     if (count) *count = n;
     return worst;
 }
-
-// Reports made to the host while alive: message ids of the brief calls and
-// source files of the detailed ones.
-struct ReportCapture {
-    static std::vector<int>& Ids() {
-        static std::vector<int> ids;
-        return ids;
-    }
-    static std::vector<std::string>& Sources() {
-        static std::vector<std::string> sources;
-        return sources;
-    }
-    static int KVCALLBACK Host(const _KVERRINFO* info) {
-        if (info->flags & KVERR_DETAILS)
-            Sources().push_back(info->sourceFile ? info->sourceFile : "");
-        else
-            Ids().push_back(info->messageId);
-        return 1; // ask for the detailed second call
-    }
-    ReportCapture() {
-        Clear();
-        KVRegisterCallerInstance(Host, nullptr);
-    }
-    ~ReportCapture() { KVUnregisterCallerInstance(); }
-    static void Clear() {
-        Ids().clear();
-        Sources().clear();
-    }
-};
 
 } // namespace modtest
 

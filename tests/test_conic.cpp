@@ -1,5 +1,6 @@
 // Albers Equal Area Conic and Equidistant Conic modules.
 #include "ModuleTestSupport.h"
+#include "TestSupport.h"
 #include "projections/WorldModules.h"
 
 using namespace modtest;
@@ -92,20 +93,20 @@ TEST(Conic, AlbersDoesNotWrapLongitude) {
 // Symmetric parallels (n = 0) fail the whole call, with a report, at its first
 // plottable point; a call of markers alone has nothing to fail on.
 TEST(Conic, AlbersSymmetricParallelsFailTheCall) {
-    ReportCapture capture;
+    kvtest::ReportRecorder rec;
     for (double f : {0.0, kGrs80F})
         for (ProjConvertFn fn : {kAea.fwd, kAea.inv}) {
             PROJDATA d = Cone(Rec(6378137, f), 0, 0, 30, -30).d;
             PROJPOINT pts[3] = {{DBL_MAX, 0.0}, {0.1, 0.2}, {0.3, 0.4}};
-            ReportCapture::Clear();
+            rec.reports.clear();
             EXPECT_FALSE(fn(&d, pts, 3));
-            ASSERT_EQ(ReportCapture::Sources().size(), 1u);
-            EXPECT_NE(ReportCapture::Sources()[0].find("pAlbers"), std::string::npos);
+            ASSERT_EQ(rec.reports.size(), 1u);
+            EXPECT_NE(rec.reports[0].file.find("pAlbers"), std::string::npos);
             EXPECT_EQ(pts[1].x, 0.1); // not converted, not marked
             EXPECT_EQ(d.iResult, 0);
             PROJPOINT marked[2] = {{DBL_MAX, 1.0}, {2.0, DBL_MAX}};
             EXPECT_TRUE(fn(&d, marked, 2));
-            EXPECT_EQ(ReportCapture::Sources().size(), 1u);
+            EXPECT_EQ(rec.reports.size(), 1u);
         }
 }
 

@@ -1,25 +1,32 @@
 // Datum conversion engine: the Molodensky and Bursa-Wolf steps against
 // independent evaluations, the pipeline's edges, validation, the wrapper class
 // and the trace dump.
-#include "ModuleTestSupport.h"
+#include "TestSupport.h"
 #include "datum/kvDatum.h"
-#include "frame/Diag.h"
 #include "kvproj/datum.h"
 
-#include <fstream>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
 #include <new>
-#include <sstream>
 #include <thread>
 #include <type_traits>
 
 using namespace KVProj;
-using modtest::ReportCapture;
 
 namespace {
 
 constexpr double kU = KVPROJ_UNPLOTTABLE;
 constexpr double kPi = 3.14159265358979323846;
 using Ids = std::vector<int>;
+
+Ids IdsOf(const kvtest::ReportRecorder& rec) {
+    Ids ids;
+    for (const auto& r : rec.reports)
+        ids.push_back(r.id);
+    return ids;
+}
 
 // Ground distance in metres between two nearby lon/lat points (degrees).
 double Metres(double lon1, double lat1, double lon2, double lat2) {
@@ -222,7 +229,7 @@ TEST(DatumPipeline, NonFinitePointsBecomeUnplottable) {
 }
 
 TEST(DatumPipeline, BadArgumentsHandlesAndMissingGrids) {
-    ReportCapture capture;
+    kvtest::ReportRecorder rec;
     DATUMPOINT p{1.0, 2.0};
     EXPECT_FALSE(DatConvertDatum(nullptr, &p, 1));
     DATUMXFORM x = Request(2, 3);
@@ -242,7 +249,7 @@ TEST(DatumPipeline, BadArgumentsHandlesAndMissingGrids) {
     ASSERT_NE(h, nullptr);
     EXPECT_FALSE(DatConvertDatum(h, &p, 1));
     DatDeleteDatum(h);
-    EXPECT_EQ(ReportCapture::Ids(), Ids(5, 20200));
+    EXPECT_EQ(IdsOf(rec), Ids(5, 20200));
     EXPECT_EQ(p.x, 1.0);
     DatDeleteDatum(nullptr);
     EXPECT_FALSE(DatHadUnplottables(nullptr));
@@ -255,10 +262,10 @@ TEST(DatumPipeline, BadArgumentsHandlesAndMissingGrids) {
         Ids ids;
     } grids[] = {{232, DATUM_WGS84, {20200}}, {253, DATUM_WGS84, {20280}}, {DATUM_WGS84, 253, {20280, 20200}}};
     for (const auto& g : grids) {
-        ReportCapture::Clear();
+        rec.reports.clear();
         DATUMPOINT q{-100.0, 40.0};
         EXPECT_FALSE(ConvertOne(g.src, g.dest, q));
-        EXPECT_EQ(ReportCapture::Ids(), g.ids) << g.src << " " << g.dest;
+        EXPECT_EQ(IdsOf(rec), g.ids) << g.src << " " << g.dest;
         EXPECT_EQ(q.x, -100.0);
     }
 }
@@ -342,16 +349,16 @@ TEST(DatumCheckParams, ResultsAndMessages) {
         EXPECT_EQ(DatCheckParams(&x, text, false), c.expected) << c.src << " " << c.dest;
         EXPECT_STREQ(text, c.text) << c.src << " " << c.dest;
     }
-    ReportCapture capture;
+    kvtest::ReportRecorder rec;
     char text[256];
     EXPECT_EQ(DatCheckParams(nullptr, text, true), 998);
     EXPECT_STREQ(text, "NULL Pointer to datum parameters");
-    EXPECT_TRUE(ReportCapture::Ids().empty());
+    EXPECT_TRUE(IdsOf(rec).empty());
     DATUMXFORM x = Request(3, 232);
     EXPECT_EQ(DatCheckParams(&x, nullptr, true), 2);
     EXPECT_EQ(DatCheckParams(&x, text, false), 2);
     EXPECT_EQ(DatCreateDatum(&x), nullptr);
-    EXPECT_EQ(ReportCapture::Ids(), (Ids{20261, 20261}));
+    EXPECT_EQ(IdsOf(rec), (Ids{20261, 20261}));
 }
 
 TEST(DatumWrapper, CreateCopyAndSharedAssignment) {
@@ -384,12 +391,7 @@ TEST(DatumWrapper, CreateCopyAndSharedAssignment) {
 }
 
 TEST(DatumTrace, DumpsTheRecordFieldByField) {
-    const char* tmp = std::getenv("TMPDIR");
-    const std::string path = std::string(tmp ? tmp : "/tmp") + "/kvproj_datum_trace.log";
-    std::remove(path.c_str());
-    const bool was = LogIsEnabled();
-    const std::string oldPath = LogPath();
-    LogSetup(true, path.c_str());
+    kvtest::LogCapture log("datum_trace");
     DATUMXFORM x = Request(0, 216);
     x.Step1.Method = DM_BURSA;
     x.Step1.Ellipsoid = ELLIPSOID_WGS84;
@@ -397,16 +399,12 @@ TEST(DatumTrace, DumpsTheRecordFieldByField) {
     x.Step2.Method = static_cast<DatumMethod>(42);
     x.Step2.Ellipsoid = static_cast<EllipsoidType>(0);
     DatDumpXform(&x);
-    LogSetup(was, oldPath.c_str());
-    std::stringstream ss;
-    ss << std::ifstream(path).rdbuf();
-    const std::string log = ss.str();
+    const std::string text = log.Text();
     for (const char* line :
          {"  DestDatum:    216\r\n", "    Method:          2 (DM_BURSA)\r\n",
           "    rz:              0.500000\r\n", "    Ellipsoid:       47 (WGS 84)\r\n",
           "    Method:          42 (*UNKNOWN*)\r\n", "    Ellipsoid:       0 (UNKNOWN)\r\n",
           "  bUnplottable: false\r\n"})
-        EXPECT_NE(log.find(line), std::string::npos) << line;
-    EXPECT_EQ(log.find("    rx:"), log.rfind("    rx:")); // rotations for Bursa-Wolf steps only
-    std::remove(path.c_str());
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+    EXPECT_EQ(text.find("    rx:"), text.rfind("    rx:")); // rotations for Bursa-Wolf steps only
 }

@@ -3,6 +3,7 @@
 // nothing written past the count, no hang or crash on hostile numbers, and the
 // domain and split tests of each row.
 #include "ModuleTestSupport.h"
+#include "TestSupport.h"
 
 #include <cstring>
 
@@ -42,7 +43,7 @@ TEST(ModuleTable, Rows) {
 }
 
 TEST(ModuleTable, ArgumentChecksMarkersAndCount) {
-    ReportCapture capture;
+    kvtest::ReportRecorder rec;
     for (ProjType t : BuiltTypes()) {
         const Module m = ModuleOf(t);
         for (ProjConvertFn fn : {m.fwd, m.inv}) {
@@ -51,17 +52,17 @@ TEST(ModuleTable, ArgumentChecksMarkersAndCount) {
             PROJPOINT p[4] = {{DBL_MAX, 0.5}, {0.2, DBL_MAX}, {0.2, 0.5}, {0.2, 0.5}};
             if (fn == m.inv) p[2] = p[3] = {3e5, 2e5};
             const PROJPOINT before = p[2];
-            ReportCapture::Clear();
+            rec.reports.clear();
             EXPECT_FALSE(fn(nullptr, p, 3)); // silently
-            EXPECT_TRUE(ReportCapture::Sources().empty());
+            EXPECT_TRUE(rec.reports.empty());
             EXPECT_FALSE(fn(&d, nullptr, 3));
             EXPECT_FALSE(fn(&d, p, 0));
             EXPECT_FALSE(fn(&d, p, -5));
-            ASSERT_EQ(ReportCapture::Sources().size(), 3u);
-            for (const std::string& s : ReportCapture::Sources()) // the module's own file
-                EXPECT_TRUE(s.find("projections/p") != std::string::npos &&
-                            s.rfind(".cpp") == s.size() - 4)
-                    << s;
+            ASSERT_EQ(rec.reports.size(), 3u);
+            for (const auto& r : rec.reports) // the module's own file
+                EXPECT_TRUE(r.file.find("projections/p") != std::string::npos &&
+                            r.file.rfind(".cpp") == r.file.size() - 4)
+                    << r.file;
             EXPECT_EQ(p[2].x, before.x);
             ASSERT_TRUE(fn(&d, p, 3));
             EXPECT_EQ(d.iResult, 0);
@@ -88,7 +89,7 @@ TEST(ModuleTable, ArgumentChecksMarkersAndCount) {
 // Every call completes (the iterations are bounded), returns true and writes
 // nothing but the points it was given; run under the sanitizers too.
 TEST(ModuleTable, HostileNumbersNeverHangOrCrash) {
-    ReportCapture capture;
+    kvtest::ReportRecorder rec;
     const double nan = std::nan(""), inf = HUGE_VAL;
     const double values[] = {nan, inf, -inf, 1e308, -1e308, 0.0, 1e-310, 3.0, -1.5707963267948966};
     for (ProjType t : BuiltTypes()) {
@@ -115,7 +116,7 @@ TEST(ModuleTable, HostileNumbersNeverHangOrCrash) {
             }
         }
     }
-    EXPECT_TRUE(ReportCapture::Sources().empty());
+    EXPECT_TRUE(rec.reports.empty());
 }
 
 // Domain tests: degrees, open intervals; each row pins which field is read.
