@@ -63,59 +63,32 @@ double InverseBound(int datum) {
 } // namespace
 
 // cs2cs (PROJ 9.1.1) "+proj=longlat +a +rf [+pm] +towgs84=dx,dy,dz,rx,ry,rz,k
-// +to +datum=WGS84" with each datum's tabled parameters (position vector).
-// Forward agrees to 1 mm; the inverse step negates the parameters where PROJ
-// inverts exactly, so it agrees within InverseBound.
-TEST(DatumBursaWolf, AgreesWithCs2cs) {
+// +to +datum=WGS84" with each datum's tabled parameters (position vector), and
+// cct "+proj=molodensky +a +rf +da +df +dx +dy +dz" (same formulas). The
+// inverse Bursa-Wolf step negates the parameters where PROJ inverts exactly:
+// within InverseBound (tol 0).
+TEST(DatumShift, AgreesWithCs2csAndCct) {
     const struct {
-        int datum;
-        double lon, lat, lonW, latW; // on the datum / WGS 84 (Greenwich)
-    } fwd[] = {
-        {216, 9.0, 50.0, 8.998954243839, 49.998855608801},
-        {221, 7.44, 46.95, 7.439047088388, 46.948679922653},
-        {222, -4.0, 43.6, -1.663573986435, 43.599975918561}, // Paris meridian
-        {223, 37.6, 55.75, 37.598188238688, 55.750048144089},
-        {252, 10.75, 59.9, 10.745175711296, 59.900789445974},
-        {220, 101.7, 3.15, 101.694679732280, 3.152210021575},
-        {251, -84.1, 9.93, -84.097941850653, 9.928996748837},
-    };
-    for (const auto& o : fwd) {
-        DATUMPOINT p{o.lon, o.lat};
-        ASSERT_TRUE(ConvertOne(o.datum, DATUM_WGS84, p)) << o.datum;
-        EXPECT_LT(Metres(o.lonW, o.latW, p.x, p.y), 0.001) << o.datum;
-    }
-    const struct {
-        int datum;
-        double lonW, latW, lon, lat;
-    } inv[] = {
-        {223, 30.3, 59.9, 30.302172049037, 59.900011399955},
-        {220, 101.7, 3.15, 101.705319044538, 3.147790722851},
-    };
-    for (const auto& r : inv) {
-        DATUMPOINT p{r.lonW, r.latW};
-        ASSERT_TRUE(ConvertOne(DATUM_WGS84, r.datum, p));
-        EXPECT_LT(Metres(r.lon, r.lat, p.x, p.y), InverseBound(r.datum)) << r.datum;
-    }
-}
-
-// cct (PROJ 9.1.1) "+proj=molodensky +a +rf +da +df +dx +dy +dz" (same
-// formulas: 0.2 mm) and cs2cs with the shifts as +towgs84 (exact geocentric
-// translation, which standard Molodensky approximates to centimetres).
-TEST(DatumMolodensky, AgreesWithCctAndGeocentricTranslation) {
-    const struct {
-        int datum;
-        double lon, lat, lonM, latM, lonG, latG;
+        int src, dest;
+        double lon, lat, lonE, latE, tol;
     } rows[] = {
-        {2, -122.4, 37.8, -122.401050120647, 37.799900823414, -122.401050147869, 37.799900833488},
-        {7, 139.7, 35.7, 139.696784861449, 35.703262984718, 139.696785134768, 35.703262636426},
-        {147, 0.0, 48.84, 2.335968628407, 48.839104573989, 2.335968602379, 48.839104576207},
-        {4, 0.0, 0.0, 0.0, 0.000036174788, 0.0, 0.000036174791},
+        {216, 3, 9.0, 50.0, 8.998954243839, 49.998855608801, 0.001},
+        {222, 3, -4.0, 43.6, -1.663573986435, 43.599975918561, 0.001}, // Paris meridian
+        {223, 3, 37.6, 55.75, 37.598188238688, 55.750048144089, 0.001},
+        {220, 3, 101.7, 3.15, 101.694679732280, 3.152210021575, 0.001},
+        {251, 3, -84.1, 9.93, -84.097941850653, 9.928996748837, 0.001},
+        {3, 223, 30.3, 59.9, 30.302172049037, 59.900011399955, 0},
+        {3, 220, 101.7, 3.15, 101.705319044538, 3.147790722851, 0},
+        {2, 3, -122.4, 37.8, -122.401050120647, 37.799900823414, 0.0002}, // cct from here on
+        {7, 3, 139.7, 35.7, 139.696784861449, 35.703262984718, 0.0002},
+        {147, 3, 0.0, 48.84, 2.335968628407, 48.839104573989, 0.0002}, // Paris meridian
+        {4, 3, 0.0, 0.0, 0.0, 0.000036174788, 0.0002},
     };
-    for (const auto& m : rows) {
-        DATUMPOINT p{m.lon, m.lat};
-        ASSERT_TRUE(ConvertOne(m.datum, DATUM_WGS84, p));
-        EXPECT_LT(Metres(m.lonM, m.latM, p.x, p.y), 0.0002) << m.datum;
-        EXPECT_LT(Metres(m.lonG, m.latG, p.x, p.y), 0.05) << m.datum;
+    for (const auto& r : rows) {
+        DATUMPOINT p{r.lon, r.lat};
+        ASSERT_TRUE(ConvertOne(r.src, r.dest, p)) << r.src << " " << r.dest;
+        EXPECT_LT(Metres(r.lonE, r.latE, p.x, p.y), r.tol > 0 ? r.tol : InverseBound(r.dest))
+            << r.src << " " << r.dest;
     }
 }
 
