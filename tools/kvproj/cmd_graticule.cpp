@@ -173,6 +173,9 @@ struct Handles {
     void* convert = nullptr;
     void* clip = nullptr;
     PROJDATA clipRecord;
+    Handles() = default;
+    Handles(const Handles&) = delete;
+    Handles& operator=(const Handles&) = delete;
     ~Handles() {
         if (clip != convert) KVProj::ProjDeleteProjection(clip);
         KVProj::ProjDeleteProjection(convert);
@@ -1000,7 +1003,9 @@ int CmdGraticule(const std::vector<std::string>& argsIn) {
 
     Handles h;
     if (!MakeHandles(data, &h)) return EXIT_FAILED;
-    const double lon0 = h.clipRecord.Lon0;
+    // A zone may give its central meridian as 350 degrees; the split test of
+    // the preclipping brings the far side of such a band round again.
+    const double lon0 = std::remainder(h.clipRecord.Lon0, 360.0);
     const Window w = o.haveWindow ? o.window : Window{lon0 - 180.0, -90.0, lon0 + 180.0, 90.0};
     const double lines = (w.lon2 - w.lon1) / o.step + (w.lat2 - w.lat1) / o.step + 3.0;
     const double perLine = std::max(w.lon2 - w.lon1, w.lat2 - w.lat1) / o.densify + 1.0;
@@ -1016,7 +1021,9 @@ int CmdGraticule(const std::vector<std::string>& argsIn) {
     }
     Frame frame = Fit(features);
     if (frame.Empty()) {
-        std::fprintf(stderr, "kvproj: graticule: no part of the window can be projected\n");
+        std::fprintf(
+            stderr,
+            "kvproj: graticule: no part of the window lies in the projection's valid area\n");
         return EXIT_FAILED;
     }
     const Gauge gauge(h.convert, w);
