@@ -1,8 +1,13 @@
 // "kvproj convert" run as a user would: projections from --proj, --zone and --utm,
-// pass-through of comments and extra columns, bad lines, streaming.
+// pass-through of comments and extra columns, bad lines, streaming; datum shifts
+// alone and between an inverse and a forward projection in one pass.
 #include "TestSupport.h"
 
+#include "kvproj/datum.h"
+
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 namespace {
 
@@ -64,6 +69,112 @@ TEST(ToolConvert, Cases) {
     EXPECT_EQ(run.status, 1);
     EXPECT_TRUE(kvtest::Contains(run.err, "<stdin>:5:")) << run.err; // errors name the line
     EXPECT_FALSE(kvtest::Contains(run.err, "<stdin>:4:")) << run.err;
+}
+
+// Expected coordinates from PROJ 9.1.1 `cct` with the datum table's Molodensky
+// parameters as +proj=molodensky steps (standard formulas, height 0; NAD 27 is
+// Clarke 1866 with -8 160 176 m; the way back from WGS 84 is a forward step
+// from WGS 84 with the parameters negated; da and df from the two figures):
+//   +proj=molodensky +ellps=clrk66 +dx=-8 +dy=160 +dz=176 +da=-69.4
+//       +df=-3.7264639341037104e-05
+// NAD 27 to NAD 83 adds a step from WGS 84 to GRS 80 (df=1.6434838299300703e-11).
+// The state plane rows invert Alabama East NAD 27 as +proj=tmerc +lat_0=30.5
+// +lon_0=-85.83333333333333 +k=0.99996 +x_0=152400.3048006096 +ellps=clrk66 first
+// and end in +proj=utm +zone=16; UTM 33N to 34N is cs2cs EPSG:32633 EPSG:32634.
+// cct agrees with the tool to 1e-11 degrees and 0.1 mm here.
+const Case kDatumCases[] = {
+    {"NAD 27 to WGS 84 by short names", "--src-datum NAD27 --dst-datum WGS84",
+     "-85.1333 32.0\n-100 40 a\n-120.5,47.25\n", 0,
+     "-85.133240707 32.000185584\n-100.000417609 40.000009468 a\n-120.501163750,47.249824385\n"},
+    {"NAD 27 to NAD 83 by id, two Molodensky steps", "--src-datum 2 --dst-datum 1 --precision 11",
+     "-85.1333 32.0\n-100 40\n", 0,
+     "-85.13324070706 32.00018558464\n-100.00041760889 40.00000946858\n"},
+    {"by EPSG code and full name", "--src-datum EPSG:6267 --dst-datum 'World Geodetic System 1984'",
+     "-100 40\n", 0, "-100.000417609 40.000009468\n"},
+    {"state plane NAD 27 to UTM WGS 84 in one pass",
+     "--src-zone spcs27:101 --src-datum 2 --dst-datum 3 --dst-utm 16N --precision 4",
+     "218548.15 166512.56\n150000 250000 p2\n", 0,
+     "676338.8233 3541978.8776\n606892.4827 3624703.9255 p2\n"},
+    {"the same with --inv --zone and --fwd-utm",
+     "--inv --zone spcs27:101 --src-datum 'North American Datum 1927' --dst-datum WGS84 "
+     "--fwd-utm 16N --precision 4",
+     "218548.15 166512.56\n", 0, "676338.8233 3541978.8776\n"},
+    {"destination UTM on the datum's Clarke 1866",
+     "--src-datum WGS84 --dst-datum NAD27 --dst-utm 16N", "-87.5 33.25\n", 0,
+     "453423.919 3678904.839\n"},
+    {"an ellipsoid in --proj words wins over the datum's",
+     "--src-datum WGS84 --dst-datum NAD27 --dst-utm 16N --dst-proj ellipsoid=47", "-87.5 33.25\n",
+     0, "453424.947 3679096.821\n"},
+    {"two projections without a datum", "--src-utm 33N --dst-utm 34N", "618222.966 4984044.799\n",
+     0, "145330.894 4992809.054\n"},
+    {"unplottable from the datum step", "--src-datum 3 --dst-datum NAD27 --marker X",
+     "nan 45\n1 inf\n-100 40\n", 0, "X X\nX X\n-99.999582380 39.999990501\n"},
+    {"unplottable from the source projection passes the datum step",
+     "--src-utm 33N --src-datum 3 --dst-datum NAD27 --dst-utm 34N", "nan 0\n", 0,
+     "unplottable unplottable\n"},
+    {"unknown datum name", "--src-datum Atlantis --dst-datum 3", "1 2\n", 2, ""},
+    {"unknown EPSG code", "--src-datum EPSG:9999 --dst-datum 3", "1 2\n", 2, ""},
+    {"datum id out of range", "--src-datum 3 --dst-datum 300", "1 2\n", 2, ""},
+    {"user-defined datum without parameters", "--src-datum 0 --dst-datum 3", "1 2\n", 2, ""},
+    {"NADCON datum as destination", "--src-datum 3 --dst-datum 232", "1 2\n", 2, ""},
+    {"one datum only", "--src-datum 2", "1 2\n", 2, ""},
+    {"custom name without the profile", "--src-datum 'My NAD 27' --dst-datum 3", "1 2\n", 2, ""},
+    {"profile without datums", "--fwd --utm 33N --profile x.ini", "1 2\n", 2, ""},
+    {"two destination projections", "--fwd --utm 33N --dst-utm 34N", "1 2\n", 2, ""},
+    {"both directions", "--fwd --inv --utm 33N", "1 2\n", 2, ""},
+};
+
+TEST(ToolConvert, DatumShiftsAndPipelines) {
+    for (const Case& c : kDatumCases) {
+        const kvtest::ToolRun run = Convert(c.arguments, c.input);
+        EXPECT_EQ(run.status, c.status) << c.name << "\n" << run.err;
+        EXPECT_EQ(run.out, c.out) << c.name << "\n" << run.err;
+        EXPECT_EQ(run.err.empty(), c.status == 0) << c.name << "\n" << run.err;
+    }
+}
+
+// A custom datum with NAD 27's parameters (its figure given by axis and
+// flattening) converts as the built-in one does on either side; as the
+// destination its step must be taken the other way.
+TEST(ToolConvert, CustomDatumFromAProfile) {
+    const std::string profile = kvtest::TempPath("convert_profile.ini");
+    KVProj::DATUM2WGS84 step{};
+    step.Method = KVProj::DM_MOLODENSKY;
+    step.Ellipsoid = KVProj::ELLIPSOID_USER_DEFINED;
+    step.MajorRadius = 6378206.4;
+    step.Flattening = 1.0 / 294.9786982;
+    step.dx = -8;
+    step.dy = 160;
+    step.dz = 176;
+    ASSERT_TRUE(KVProj::NDatSave(profile.c_str(), "My NAD 27", &step));
+    const std::string p = " --profile " + kvtest::Quote(profile);
+    const struct {
+        std::string arguments, input, out;
+    } rows[] = {
+        {"--src-datum 'my nad 27' --dst-datum 3" + p, "-85.1333 32.0\n",
+         "-85.133240707 32.000185584\n"},
+        {"--src-datum 3 --dst-datum 'My NAD 27' --dst-utm 16N" + p, "-87.5 33.25\n",
+         "453423.919 3678904.839\n"},
+    };
+    for (const auto& r : rows) {
+        const kvtest::ToolRun run = Convert(r.arguments, r.input);
+        EXPECT_EQ(run.status, 0) << r.arguments << "\n" << run.err;
+        EXPECT_EQ(run.out, r.out) << r.arguments;
+    }
+    std::remove(profile.c_str());
+}
+
+// Without a grid file beside the tool the NTv2 datum cannot be converted: the
+// run fails (status 1) and passes on the library's message.
+TEST(ToolConvert, MissingGridFailsTheRun) {
+    std::string dir = KVPROJ_TOOL_PATH;
+    dir.erase(dir.find_last_of('/') + 1);
+    for (const char* name : {"NTV2_0.GSB", "ntv2_0.gsb"})
+        if (::access((dir + name).c_str(), F_OK) == 0) GTEST_SKIP() << "a grid file is installed";
+    const kvtest::ToolRun run = Convert("--src-datum 253 --dst-datum 3", "-75 45\n");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "");
+    EXPECT_TRUE(kvtest::Contains(run.err, "Unable to open NTV2 grid shift file")) << run.err;
 }
 
 TEST(ToolConvert, ReadsAFileAndRoundTrips) {

@@ -54,6 +54,27 @@ bool byEpsg(const std::string& digits, const std::string& arg, DatumChoice* out,
     return true;
 }
 
+// Short names people type for the datums they use most.
+struct ShortName {
+    const char* text;
+    DatumType id;
+};
+const ShortName kShortNames[] = {
+    {"wgs84", DATUM_WGS84},  {"wgs 84", DATUM_WGS84}, {"wgs72", DATUM_WGS72},
+    {"wgs 72", DATUM_WGS72}, {"nad83", DATUM_NAD83},  {"nad 83", DATUM_NAD83},
+    {"nad27", DATUM_NAD27},  {"nad 27", DATUM_NAD27}, {"ed50", DATUM_ED50},
+    {"ed 50", DATUM_ED50},
+};
+
+bool byShortName(const std::string& arg, DatumChoice* out) {
+    for (const ShortName& s : kShortNames)
+        if (arg.size() == std::strlen(s.text) && startsWithNoCase(arg, s.text)) {
+            fromTable(s.id, out);
+            return true;
+        }
+    return false;
+}
+
 } // namespace
 
 bool ResolveDatum(const std::string& arg, const std::string& profile, DatumChoice* out,
@@ -85,6 +106,7 @@ bool ResolveDatum(const std::string& arg, const std::string& profile, DatumChoic
         fromTable(id, out);
         return true;
     }
+    if (byShortName(arg, out)) return true;
     if (!profile.empty() && NDatExists(profile.c_str(), arg.c_str(), nullptr)) {
         DATUM2WGS84 step;
         if (!NDatGetDatumParams(profile.c_str(), arg.c_str(), &step)) {
@@ -117,6 +139,17 @@ DATUMXFORM MakeDatumXform(const DatumChoice& src, const DatumChoice& dest) {
         x.Step2.bInverse = true;
     }
     return x;
+}
+
+bool DatumEllipsoid(const DatumChoice& datum, int* ellipsoid, double* majorRadius,
+                    double* flattening) {
+    const DATUM2WGS84& s = datum.step;
+    if (s.Method != DM_MOLODENSKY && s.Method != DM_BURSA) return false;
+    if (s.Ellipsoid < ELLIPSOID_USER_DEFINED || s.Ellipsoid >= ELLIPSOID_NONE) return false;
+    *ellipsoid = s.Ellipsoid;
+    *majorRadius = s.MajorRadius;
+    *flattening = s.Flattening;
+    return true;
 }
 
 const char* DatumMethodText(int method) {

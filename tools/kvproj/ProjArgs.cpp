@@ -307,10 +307,9 @@ bool UtmRecord(const std::string& spec, PROJDATA* data, std::string* error) {
     return true;
 }
 
-bool TakeProjectionOptions(std::vector<std::string>& args, PROJDATA* data, bool* given,
-                           std::string* error) {
-    std::string base, baseKind, params;
-    bool haveParams = false;
+bool TakeProjectionRequest(std::vector<std::string>& args, const std::vector<std::string>& prefixes,
+                           ProjRequest* request, std::string* error) {
+    *request = ProjRequest();
     std::vector<std::string> rest;
     for (size_t i = 0; i < args.size(); ++i) {
         std::string opt = args[i], value;
@@ -320,7 +319,11 @@ bool TakeProjectionOptions(std::vector<std::string>& args, PROJDATA* data, bool*
             value = opt.substr(eq + 1);
             opt = opt.substr(0, eq);
         }
-        if (opt != "--proj" && opt != "--zone" && opt != "--utm") {
+        std::string kind;
+        for (const std::string& prefix : prefixes)
+            for (const char* k : {"proj", "zone", "utm"})
+                if (opt == "--" + prefix + k) kind = k;
+        if (kind.empty()) {
             rest.push_back(args[i]);
             continue;
         }
@@ -331,24 +334,43 @@ bool TakeProjectionOptions(std::vector<std::string>& args, PROJDATA* data, bool*
             }
             value = args[++i];
         }
-        if (opt == "--proj") {
-            params += (haveParams ? " " : "") + value;
-            haveParams = true;
+        if (kind == "proj") {
+            request->params += (request->params.empty() ? "" : " ") + value;
         } else {
-            if (!baseKind.empty()) {
-                *error = "give only one of --zone and --utm";
+            if (!request->baseKind.empty()) {
+                *error = "give only one zone or UTM option for a projection (" + opt + ")";
                 return false;
             }
-            baseKind = opt;
-            base = value;
+            request->baseKind = kind;
+            request->base = value;
         }
+        request->given = true;
     }
     args = rest;
-    *given = haveParams || !baseKind.empty();
+    return true;
+}
+
+bool BuildProjection(const ProjRequest& request, const ProjFigure* figure, PROJDATA* data,
+                     std::string* error) {
     *data = EmptyProjRecord();
-    if (baseKind == "--zone" && !ZoneRecord(base, data, error)) return false;
-    if (baseKind == "--utm" && !UtmRecord(base, data, error)) return false;
-    return !haveParams || ApplyProjParams(params, data, error);
+    if (request.baseKind == "zone" && !ZoneRecord(request.base, data, error)) return false;
+    if (request.baseKind == "utm" && !UtmRecord(request.base, data, error)) return false;
+    const bool statePlane =
+        data->Type == KVProj::PT_STATE_PLANE_27 || data->Type == KVProj::PT_STATE_PLANE_83;
+    if (figure && figure->set && !statePlane) {
+        data->Ellipsoid = static_cast<KVProj::EllipsoidType>(figure->ellipsoid);
+        data->MajorRadius = figure->majorRadius;
+        data->Flattening = figure->flattening;
+    }
+    return ApplyProjParams(request.params, data, error);
+}
+
+bool TakeProjectionOptions(std::vector<std::string>& args, PROJDATA* data, bool* given,
+                           std::string* error) {
+    ProjRequest request;
+    if (!TakeProjectionRequest(args, {""}, &request, error)) return false;
+    *given = request.given;
+    return BuildProjection(request, nullptr, data, error);
 }
 
 } // namespace kvtool

@@ -12,6 +12,7 @@
 
 #include "kvproj/projdata.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -35,9 +36,38 @@ bool ZoneRecord(const std::string& spec, KVProj::PROJDATA* data, std::string* er
 // A UTM record from "33N", "33S" or "33" (north) on WGS 84.
 bool UtmRecord(const std::string& spec, KVProj::PROJDATA* data, std::string* error);
 
-// Takes --proj, --zone and --utm (and their --opt=value forms) out of `args`
-// and builds the record: --zone or --utm first, then --proj words on top (so
-// "--utm 18N --proj ellipsoid=15" works). *given is false when none was there.
+// What the command line said about one projection, before it is built.
+struct ProjRequest {
+    bool given = false;
+    std::string baseKind; // "zone", "utm" or "" (none)
+    std::string base;     // the --zone or --utm value
+    std::string params;   // every --proj value, joined by blanks
+};
+
+// A figure to lay under the --proj words: the ellipsoid of a datum the
+// projection's coordinates refer to. Ellipsoid 0 takes MajorRadius and
+// Flattening; `set` false means none.
+struct ProjFigure {
+    bool set = false;
+    int32_t ellipsoid = 0;
+    double majorRadius = 0.0;
+    double flattening = 0.0;
+};
+
+// Takes the projection options "--<prefix>proj", "--<prefix>zone" and
+// "--<prefix>utm" for every prefix in `prefixes` (and their --opt=value forms)
+// out of `args`, leaving the other words in order.
+bool TakeProjectionRequest(std::vector<std::string>& args, const std::vector<std::string>& prefixes,
+                           ProjRequest* request, std::string* error);
+
+// Builds the record: --zone or --utm first, then `figure` unless the record is
+// a state plane zone (a zone brings its own figure), then the --proj words on
+// top, so that an ellipsoid named there wins.
+bool BuildProjection(const ProjRequest& request, const ProjFigure* figure, KVProj::PROJDATA* data,
+                     std::string* error);
+
+// Takes --proj, --zone and --utm out of `args` and builds the record
+// ("--utm 18N --proj ellipsoid=15" works). *given is false when none was there.
 bool TakeProjectionOptions(std::vector<std::string>& args, KVProj::PROJDATA* data, bool* given,
                            std::string* error);
 

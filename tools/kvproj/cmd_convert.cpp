@@ -1,12 +1,17 @@
-// "kvproj convert": streams points through a projection, forward or inverse.
+// "kvproj convert": streams points through up to three stages in one pass:
+// the inverse of a source projection, a datum shift, and a destination
+// projection. Any of them may be left out; longitude/latitude in degrees flows
+// between them.
 //
 // Input: one point per line, "x y" separated by blanks or a comma (longitude
 // first going forward); further columns are passed through as they stand;
 // blank lines and lines starting with '#' are copied unchanged. Lines are
 // converted in batches, so memory use does not grow with the input.
 #include "Command.h"
+#include "DatumArgs.h"
 #include "ProjArgs.h"
 
+#include "kvlibw/kvlibw.h"
 #include "kvproj/kvproj.h"
 
 #include <cmath>
@@ -16,6 +21,7 @@
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #if defined(_WIN32)
@@ -33,7 +39,8 @@ constexpr size_t kBatch = 4096;
 constexpr long long kProgressEvery = 1000000;
 
 struct Options {
-    bool forward = true;
+    std::string direction; // "--fwd", "--inv" or "" for the plain projection options
+    std::string srcDatum, dstDatum, profile;
     bool strict = false;
     int precision = -1; // default: 3 decimals for metres, 9 for degrees
     std::string marker = "unplottable";
@@ -90,10 +97,26 @@ std::string Format(double v, int precision) {
     return buffer;
 }
 
+// The handles of one run; a null handle is a stage left out.
+struct Pipeline {
+    void* inverse = nullptr; // source projection
+    void* datum = nullptr;
+    void* forward = nullptr; // destination projection
+
+    Pipeline() = default;
+    Pipeline(const Pipeline&) = delete;
+    Pipeline& operator=(const Pipeline&) = delete;
+    ~Pipeline() {
+        KVProj::ProjDeleteProjection(inverse);
+        KVProj::DatDeleteDatum(datum);
+        KVProj::ProjDeleteProjection(forward);
+    }
+};
+
 class Converter {
 public:
-    Converter(void* handle, const Options& o) : m_handle(handle), m_opt(o) {
-        m_precision = o.precision >= 0 ? o.precision : (o.forward ? 3 : 9);
+    Converter(const Pipeline& stages, const Options& o) : m_stages(stages), m_opt(o) {
+        m_precision = o.precision >= 0 ? o.precision : (stages.forward ? 3 : 9);
         m_lines.reserve(kBatch);
         m_points.reserve(kBatch);
     }
@@ -106,13 +129,7 @@ public:
     }
 
     bool Flush() {
-        const int n = static_cast<int>(m_points.size());
-        if (n > 0) {
-            const bool ok = m_opt.forward ? KVProj::ProjForward(m_handle, m_points.data(), n)
-                                          : KVProj::ProjInverse(m_handle, m_points.data(), n);
-            if (!ok) return false;
-            m_unplottable += KVProj::ProjResult(m_handle) != 0;
-        }
+        if (!Convert()) return false;
         size_t k = 0;
         std::string out;
         for (const Line& l : m_lines) {
@@ -134,35 +151,89 @@ public:
         return true;
     }
 
-    long long UnplottableBatches() const { return m_unplottable; }
-
 private:
-    void* m_handle;
+    // Every stage passes the unplottable marker of an earlier one through.
+    bool Convert() {
+        const int n = static_cast<int>(m_points.size());
+        if (n == 0) return true;
+        KVProj::PROJPOINT* pts = m_points.data();
+        if (m_stages.inverse && !KVProj::ProjInverse(m_stages.inverse, pts, n)) return false;
+        if (m_stages.datum) {
+            m_datumPoints.resize(m_points.size());
+            for (size_t i = 0; i < m_points.size(); ++i)
+                m_datumPoints[i] = KVProj::DATUMPOINT{m_points[i].x, m_points[i].y};
+            if (!KVProj::DatConvertDatum(m_stages.datum, m_datumPoints.data(), n)) return false;
+            for (size_t i = 0; i < m_points.size(); ++i)
+                m_points[i] = KVProj::PROJPOINT{m_datumPoints[i].x, m_datumPoints[i].y};
+        }
+        return !m_stages.forward || KVProj::ProjForward(m_stages.forward, pts, n);
+    }
+
+    const Pipeline& m_stages;
     const Options& m_opt;
     int m_precision = 3;
     std::vector<Line> m_lines;
     std::vector<KVProj::PROJPOINT> m_points;
-    long long m_unplottable = 0;
+    std::vector<KVProj::DATUMPOINT> m_datumPoints;
 };
 
 int Usage(const std::string& message) {
     return UsageError("convert: " + message);
 }
 
+const char kHelp[] =
+    "usage: kvproj convert [stages] [options] [file]\n"
+    "\n"
+    "Reads one point per line from the file or standard input (\"x y\" or \"x,y\";\n"
+    "further columns, blank lines and '#' lines pass through) and runs it through\n"
+    "the stages given, in this order:\n"
+    "  1. source projection, inverted: --src-proj \"k=v ...\", --src-zone Z, --src-utm 33N\n"
+    "  2. datum shift:                 --src-datum D --dst-datum D [--profile FILE]\n"
+    "  3. destination projection:      --dst-proj \"k=v ...\", --dst-zone Z, --dst-utm 33N\n"
+    "Longitude and latitude in degrees flow between the stages.\n"
+    "\n"
+    "  --fwd | --inv       with --proj, --zone or --utm: that projection is the\n"
+    "                      destination (--fwd) or the source (--inv)\n"
+    "  --inv-* / --fwd-*   same as --src-* / --dst-* (--fwd-utm 16N)\n"
+    "  D                   a built-in datum by id, name, EPSG code (6267, EPSG:6267)\n"
+    "                      or short name (WGS84, NAD27, ...), or a custom datum\n"
+    "                      saved in the --profile file\n"
+    "  --precision N       decimals printed (default 3 for projected, 9 for degrees)\n"
+    "  --marker TEXT       printed for unplottable points (default \"unplottable\")\n"
+    "  --strict            stop at the first line without two numbers\n"
+    "\n"
+    "A projection on a side with a datum takes that datum's ellipsoid unless the\n"
+    "projection words name one; state plane zones keep their own. Zone Z is\n"
+    "spcs27:NAME|FIPS, spcs83:NAME|FIPS or epsg:CODE.\n"
+    "\n"
+    "  kvproj convert --src-datum NAD27 --dst-datum WGS84 < lonlat.txt\n"
+    "  kvproj convert --inv --zone spcs27:101 --src-datum NAD27 --dst-datum WGS84 \\\n"
+    "                 --dst-utm 16N < alabama-east.txt\n";
+
 bool ParseOptions(std::vector<std::string> args, Options* o, std::string* error) {
-    bool direction = false, haveInput = false;
+    bool haveInput = false;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
         if (a == "--fwd" || a == "--inv") {
-            o->forward = a == "--fwd";
-            direction = true;
+            if (!o->direction.empty() && o->direction != a)
+                return (*error = "give only one of --fwd and --inv"), false;
+            o->direction = a;
         } else if (a == "--strict") {
             o->strict = true;
-        } else if (a == "--precision" || a == "--marker") {
+        } else if (a == "--precision" || a == "--marker" || a == "--src-datum" ||
+                   a == "--dst-datum" || a == "--profile") {
             if (i + 1 >= args.size()) return (*error = a + " needs a value"), false;
             const std::string& v = args[++i];
             if (a == "--marker") {
                 o->marker = v;
+                continue;
+            }
+            if (a != "--precision") {
+                std::string& target = a == "--src-datum"   ? o->srcDatum
+                                      : a == "--dst-datum" ? o->dstDatum
+                                                           : o->profile;
+                if (v.empty()) return (*error = a + " needs a value"), false;
+                target = v;
                 continue;
             }
             char* end = nullptr;
@@ -177,25 +248,81 @@ bool ParseOptions(std::vector<std::string> args, Options* o, std::string* error)
             return (*error = "unexpected argument '" + a + "'"), false;
         }
     }
-    if (!direction) return (*error = "say --fwd or --inv"), false;
     return true;
 }
 
-void* MakeHandle(KVProj::PROJDATA* data) {
+// The plain --proj/--zone/--utm words belong to the side --fwd or --inv names.
+bool PlaceProjections(const ProjRequest& plain, const std::string& direction, ProjRequest* src,
+                      ProjRequest* dst, std::string* error) {
+    if (!plain.given) {
+        if (direction.empty()) return true;
+        *error = "give the projection with --proj, --zone or --utm";
+        return false;
+    }
+    if (direction.empty()) {
+        *error = "say --fwd or --inv";
+        return false;
+    }
+    ProjRequest* side = direction == "--fwd" ? dst : src;
+    if (side->given) {
+        *error = std::string("two ") + (side == dst ? "destination" : "source") +
+                 " projections: --proj, --zone or --utm with " + direction + ", and --" +
+                 (side == dst ? "dst" : "src") + "-...";
+        return false;
+    }
+    *side = plain;
+    return true;
+}
+
+void* MakeHandle(KVProj::PROJDATA* data, const char* side) {
     char message[KVProj::kProjCheckMessageLen] = "";
     const int bad = KVProj::ProjCheckParams(data, message, false);
     if (bad != 0) {
-        std::fprintf(stderr, "kvproj: convert: invalid projection: %s (parameter %d)\n", message,
-                     bad);
+        std::fprintf(stderr, "kvproj: convert: invalid %s projection: %s (parameter %d)\n", side,
+                     message, bad);
         return nullptr;
     }
     void* h = KVProj::ProjCreateProjection(data);
-    if (!h) std::fprintf(stderr, "kvproj: convert: cannot create the projection\n");
+    if (!h) std::fprintf(stderr, "kvproj: convert: cannot create the %s projection\n", side);
     return h;
 }
 
-int Run(std::istream& in, const std::string& source, void* handle, const Options& o) {
-    Converter conv(handle, o);
+// The datum handle, and the figures the two projections should sit on.
+bool MakeDatumStage(const Options& o, Pipeline* stages, ProjFigure* srcFigure,
+                    ProjFigure* dstFigure, std::string* error) {
+    DatumChoice src, dst;
+    if (!ResolveDatum(o.srcDatum, o.profile, &src, error) ||
+        !ResolveDatum(o.dstDatum, o.profile, &dst, error))
+        return false;
+    for (auto side : {std::make_pair(&src, srcFigure), std::make_pair(&dst, dstFigure)}) {
+        ProjFigure& f = *side.second;
+        int ellipsoid = 0;
+        f.set = DatumEllipsoid(*side.first, &ellipsoid, &f.majorRadius, &f.flattening);
+        f.ellipsoid = ellipsoid;
+    }
+    const KVProj::DATUMXFORM xform = MakeDatumXform(src, dst);
+    char message[256] = "";
+    if (KVProj::DatCheckParams(&xform, message, false) != 0) {
+        *error = "cannot convert from '" + src.name + "' to '" + dst.name + "': " + message;
+        return false;
+    }
+    stages->datum = KVProj::DatCreateDatum(&xform);
+    if (!stages->datum) *error = "cannot create the datum conversion";
+    return stages->datum != nullptr;
+}
+
+// Library reports (a missing grid file, say) go to standard error: the first
+// call asks for the details, the second carries the text.
+int KVCALLBACK PrintReport(const _KVERRINFO* info) {
+    if (!info) return 0;
+    if (!(info->flags & KVERR_DETAILS)) return 1;
+    if (info->messageText && *info->messageText)
+        std::fprintf(stderr, "kvproj: convert: %s\n", info->messageText);
+    return 0;
+}
+
+int Run(std::istream& in, const std::string& source, const Pipeline& stages, const Options& o) {
+    Converter conv(stages, o);
     const bool progress = KV_ISATTY(2) != 0;
     long long number = 0, badLines = 0;
     std::string text;
@@ -238,32 +365,61 @@ int Run(std::istream& in, const std::string& source, void* handle, const Options
 
 int CmdConvert(const std::vector<std::string>& argsIn) {
     std::vector<std::string> args = argsIn;
-    KVProj::PROJDATA data;
-    bool given = false;
+    for (const std::string& a : args)
+        if (a == "--help" || a == "-h") {
+            std::fputs(kHelp, stdout);
+            return EXIT_OK;
+        }
+    ProjRequest plain, src, dst;
     std::string error;
-    if (!TakeProjectionOptions(args, &data, &given, &error)) return Usage(error);
-    if (!given) return Usage("give the projection with --proj, --zone or --utm");
+    if (!TakeProjectionRequest(args, {""}, &plain, &error) ||
+        !TakeProjectionRequest(args, {"src-", "inv-"}, &src, &error) ||
+        !TakeProjectionRequest(args, {"dst-", "fwd-"}, &dst, &error))
+        return Usage(error);
     Options o;
-    if (!ParseOptions(args, &o, &error)) return Usage(error);
+    if (!ParseOptions(args, &o, &error) ||
+        !PlaceProjections(plain, o.direction, &src, &dst, &error))
+        return Usage(error);
+    const bool datums = !o.srcDatum.empty() || !o.dstDatum.empty();
+    if (!src.given && !dst.given && !datums)
+        return Usage("give a projection (--proj, --zone or --utm with --fwd or --inv, or "
+                     "--src-... / --dst-...) or datums (--src-datum and --dst-datum)");
+    if (datums && (o.srcDatum.empty() || o.dstDatum.empty()))
+        return Usage("give both --src-datum and --dst-datum");
+    if (!o.profile.empty() && !datums)
+        return Usage("--profile names custom datums for --src-datum and --dst-datum");
 
-    void* handle = MakeHandle(&data);
-    if (!handle) return EXIT_USAGE;
+    Pipeline stages;
+    ProjFigure srcFigure, dstFigure;
+    if (datums && !MakeDatumStage(o, &stages, &srcFigure, &dstFigure, &error)) return Usage(error);
+    KVProj::PROJDATA data;
+    if (src.given) {
+        if (!BuildProjection(src, &srcFigure, &data, &error)) return Usage(error);
+        if (!(stages.inverse = MakeHandle(&data, "source"))) return EXIT_USAGE;
+    }
+    if (dst.given) {
+        if (!BuildProjection(dst, &dstFigure, &data, &error)) return Usage(error);
+        if (!(stages.forward = MakeHandle(&data, "destination"))) return EXIT_USAGE;
+    }
+
+    KVRegisterCallerInstance(PrintReport, nullptr);
     int status;
     std::ios::sync_with_stdio(false);
     if (o.input == "-") {
-        status = Run(std::cin, "<stdin>", handle, o);
+        status = Run(std::cin, "<stdin>", stages, o);
     } else {
         std::ifstream file(o.input);
-        status = file ? Run(file, o.input, handle, o) : Usage("cannot open '" + o.input + "'");
+        status = file ? Run(file, o.input, stages, o) : Usage("cannot open '" + o.input + "'");
     }
-    KVProj::ProjDeleteProjection(handle);
+    KVUnregisterCallerInstance();
     return status;
 }
 
-KVCommand
-    convertCommand("convert", "convert --fwd|--inv PROJ [file]",
-                   "convert points; projection: --proj \"k=v ...\", --zone spcs83:NAME, --utm 33N",
-                   CmdConvert);
+KVCommand convertCommand(
+    "convert", "convert [--src-PROJ] [--src-datum D --dst-datum D] [--dst-PROJ] [file]",
+    "convert points through a source projection inverted, a datum shift and a projection; "
+    "--fwd|--inv PROJ for one side (--help)",
+    CmdConvert);
 
 } // namespace
 } // namespace kvtool
