@@ -60,12 +60,24 @@ struct Rec {
     Rec& Wrap(bool on = true) { return d.bWrapLon = on, *this; }
     Rec& Origin(double x, double y) { return d.xOrg = x, d.yOrg = y, *this; }
 };
-inline Rec Unit() { return Rec(1.0, 0.0); }
-inline Rec Sphere() { return Rec(kSphereR, 0.0); }
-inline Rec Clarke() { return Rec(6378206.4, kClarkeF); }
-inline Rec SnyderClarke() { return Rec(6378206.4, kSnyderClarkeF); }
-inline Rec Grs80() { return Rec(6378137.0, kGrs80F); }
-inline Rec Wgs84() { return Rec(6378137.0, kWgs84F); }
+inline Rec Unit() {
+    return Rec(1.0, 0.0);
+}
+inline Rec Sphere() {
+    return Rec(kSphereR, 0.0);
+}
+inline Rec Clarke() {
+    return Rec(6378206.4, kClarkeF);
+}
+inline Rec SnyderClarke() {
+    return Rec(6378206.4, kSnyderClarkeF);
+}
+inline Rec Grs80() {
+    return Rec(6378137.0, kGrs80F);
+}
+inline Rec Wgs84() {
+    return Rec(6378137.0, kWgs84F);
+}
 
 // Forward from degrees; the result in units of MajorRadius, no false origin.
 inline PROJPOINT Fwd(ProjConvertFn fn, PROJDATA d, double lon, double lat) {
@@ -92,8 +104,8 @@ struct Row {
 };
 
 inline void CheckRow(const Row& r) {
-    SCOPED_TRACE(testing::Message() << r.m.name << ", " << r.source << ": " << r.lon << ", "
-                                    << r.lat);
+    SCOPED_TRACE(testing::Message()
+                 << r.m.name << ", " << r.source << ": " << r.lon << ", " << r.lat);
     PROJDATA d = r.rec.d;
     PROJPOINT p{r.lon * kRad, r.lat * kRad};
     ASSERT_TRUE(r.m.fwd(&d, &p, 1));
@@ -119,7 +131,8 @@ inline void CheckRows(const std::vector<Row>& rows) {
 
 // Great-circle distance in degrees (haversine: accurate for tiny distances).
 inline double ArcDeg(double lon1, double lat1, double lon2, double lat2) {
-    const double sLat = std::sin((lat2 - lat1) * kRad / 2), sLon = std::sin((lon2 - lon1) * kRad / 2);
+    const double sLat = std::sin((lat2 - lat1) * kRad / 2),
+                 sLon = std::sin((lon2 - lon1) * kRad / 2);
     const double h = sLat * sLat + std::cos(lat1 * kRad) * std::cos(lat2 * kRad) * sLon * sLon;
     return 2.0 * std::asin(std::sqrt(std::min(1.0, h))) / kRad;
 }
@@ -142,7 +155,8 @@ inline double WorstRoundTrip(const Module& m, const PROJDATA& rec, double lat0, 
                 ADD_FAILURE() << m.name << " lost " << lon << ", " << lat;
                 return HUGE_VAL;
             }
-            worst = std::max(worst, ArcDeg(p.x / kRad, p.y / kRad, lon, lat) * kRad * d.MajorRadius);
+            worst =
+                std::max(worst, ArcDeg(p.x / kRad, p.y / kRad, lon, lat) * kRad * d.MajorRadius);
             ++n;
         }
     if (count) *count = n;

@@ -16,52 +16,32 @@ const Module kPolar = ModuleOf(PT_STEREOGRAPHIC), kOrtho = ModuleOf(PT_ORTHOGRAP
 // false origin; Clarke 1866 as rf 294.9786982; sphere R 6370997). The centre
 // is Lat0 for the stereographic and orthographic, Lat1 for the others.
 TEST(Azimuthal, PublishedAndOracleValues) {
+    // clang-format off
     CheckRows({
-        {"Snyder stereographic sphere", kPolar, Unit().Lat0(40).Lon0(-100), -75, 30, 0.3807224,
-         -0.1263802, 1e-7},
-        {"Snyder stereographic ellipsoid oblique", kPolar,
-         SnyderClarke().Lat0(40).Lon0(-100).K0(0.9999), -90, 30, 971630.8, -1063049.3, 0.1},
-        {"Snyder polar stereographic true scale 71 S", kPolar,
-         Rec(6378388.0, kSnyderIntlF).Lat0(-90).Lat1(-71).Lon0(-100), 150, -75, -1540033.6,
-         -560526.4, 0.1},
-        {"Snyder orthographic sphere", kOrtho, Unit().Lat0(40).Lon0(-100), -110, 30, -0.1503837,
-         -0.1651911, 1e-7},
-        {"Snyder azimuthal equidistant sphere", kAzim, Rec(3.0, 0.0).Lat1(40).Lon0(-100), 100, -20,
-         -5.8311398, 5.5444634, 1e-7},
-        {"Snyder Lambert azimuthal sphere", kLaea, Rec(3.0, 0.0).Lat1(40).Lon0(-100), 100, -20,
-         -4.2339303, 4.0257775, 1e-7},
-        {"cs2cs ups north", kPolar, Wgs84().Lat0(90).K0(0.994), -45, 80, -786975.296070,
-         -786975.296070, 1e-3},
-        {"cs2cs ups south", kPolar, Wgs84().Lat0(-90).K0(0.994), 120, -70, 1941966.505153,
-         -1121194.884508, 1e-3},
-        {"cs2cs stere lat_ts=70", kPolar, Clarke().Lat0(90).Lat1(70).Lon0(-45), 0, 60,
-         2349919.254375, -2349919.254375, 1e-3},
-        {"cs2cs stere lat_ts=-71", kPolar, Grs80().Lat0(-90).Lat1(-71), 140, -66.5, 1663722.729143,
-         -1982747.539537, 1e-3},
-        {"cs2cs stere lat_ts=60 sphere", kPolar, Sphere().Lat0(90).Lat1(60).Lon0(20), -100, 30,
-         -5944221.124717, 3431897.666478, 1e-3},
-        {"cs2cs stere oblique", kPolar, Clarke().Lat0(40).Lon0(-100).K0(0.9999), -120, 60,
-         -1142484.732046, 2404844.919623, 1e-3},
-        {"cs2cs stere equatorial", kPolar, Clarke().Lon0(20), 50, -40, 2942260.913706,
-         -4904293.999136, 1e-3},
-        {"cs2cs sterea sphere", kPolar, Sphere().Lat0(52.156).Lon0(5.387).K0(0.9999079), 3.3, 50.8,
-         -146664.521186, -148683.213946, 1e-3},
-        {"cs2cs ortho", kOrtho, Sphere().Lat0(40).Lon0(-100), 10, 89.9, 10448.894979,
-         4882903.992647, 1e-3},
-        {"cs2cs ortho polar", kOrtho, Sphere().Lat0(-90).Lon0(30), 100, -89, 104483.698054,
-         38028.956058, 1e-3},
-        {"cs2cs gnom", kGnom, Sphere().Lat1(40).Lon0(-100), -75, 30, 2527253.576322, -838917.750126,
-         1e-3},
-        {"cs2cs gnom polar", kGnom, Sphere().Lat1(90), -60, 31, -9182570.923626, -5301559.794608,
-         1e-3},
-        {"cs2cs aeqd", kAzim, Sphere().Lat1(40).Lon0(-100), 10, 89.9, 11905.386285, 5563541.249303,
-         1e-3},
-        {"cs2cs aeqd polar", kAzim, Sphere().Lat1(-90), -60, 80, -16370589.603196, 9451564.314198,
-         1e-3},
-        {"cs2cs laea", kLaea, Sphere().Lat1(40).Lon0(-100), -75, 30, 2378214.686836, -789444.531047,
-         1e-3},
+        {"Snyder stereographic sphere", kPolar, Unit().Lat0(40).Lon0(-100), -75, 30, 0.3807224, -0.1263802, 1e-7},
+        {"Snyder stereographic ellipsoid oblique", kPolar, SnyderClarke().Lat0(40).Lon0(-100).K0(0.9999), -90, 30, 971630.8, -1063049.3, 0.1},
+        {"Snyder polar stereographic true scale 71 S", kPolar, Rec(6378388.0, kSnyderIntlF).Lat0(-90).Lat1(-71).Lon0(-100), 150, -75, -1540033.6, -560526.4, 0.1},
+        {"Snyder orthographic sphere", kOrtho, Unit().Lat0(40).Lon0(-100), -110, 30, -0.1503837, -0.1651911, 1e-7},
+        {"Snyder azimuthal equidistant sphere", kAzim, Rec(3.0, 0.0).Lat1(40).Lon0(-100), 100, -20, -5.8311398, 5.5444634, 1e-7},
+        {"Snyder Lambert azimuthal sphere", kLaea, Rec(3.0, 0.0).Lat1(40).Lon0(-100), 100, -20, -4.2339303, 4.0257775, 1e-7},
+        {"cs2cs ups north", kPolar, Wgs84().Lat0(90).K0(0.994), -45, 80, -786975.296070, -786975.296070, 1e-3},
+        {"cs2cs ups south", kPolar, Wgs84().Lat0(-90).K0(0.994), 120, -70, 1941966.505153, -1121194.884508, 1e-3},
+        {"cs2cs stere lat_ts=70", kPolar, Clarke().Lat0(90).Lat1(70).Lon0(-45), 0, 60, 2349919.254375, -2349919.254375, 1e-3},
+        {"cs2cs stere lat_ts=-71", kPolar, Grs80().Lat0(-90).Lat1(-71), 140, -66.5, 1663722.729143, -1982747.539537, 1e-3},
+        {"cs2cs stere lat_ts=60 sphere", kPolar, Sphere().Lat0(90).Lat1(60).Lon0(20), -100, 30, -5944221.124717, 3431897.666478, 1e-3},
+        {"cs2cs stere oblique", kPolar, Clarke().Lat0(40).Lon0(-100).K0(0.9999), -120, 60, -1142484.732046, 2404844.919623, 1e-3},
+        {"cs2cs stere equatorial", kPolar, Clarke().Lon0(20), 50, -40, 2942260.913706, -4904293.999136, 1e-3},
+        {"cs2cs sterea sphere", kPolar, Sphere().Lat0(52.156).Lon0(5.387).K0(0.9999079), 3.3, 50.8, -146664.521186, -148683.213946, 1e-3},
+        {"cs2cs ortho", kOrtho, Sphere().Lat0(40).Lon0(-100), 10, 89.9, 10448.894979, 4882903.992647, 1e-3},
+        {"cs2cs ortho polar", kOrtho, Sphere().Lat0(-90).Lon0(30), 100, -89, 104483.698054, 38028.956058, 1e-3},
+        {"cs2cs gnom", kGnom, Sphere().Lat1(40).Lon0(-100), -75, 30, 2527253.576322, -838917.750126, 1e-3},
+        {"cs2cs gnom polar", kGnom, Sphere().Lat1(90), -60, 31, -9182570.923626, -5301559.794608, 1e-3},
+        {"cs2cs aeqd", kAzim, Sphere().Lat1(40).Lon0(-100), 10, 89.9, 11905.386285, 5563541.249303, 1e-3},
+        {"cs2cs aeqd polar", kAzim, Sphere().Lat1(-90), -60, 80, -16370589.603196, 9451564.314198, 1e-3},
+        {"cs2cs laea", kLaea, Sphere().Lat1(40).Lon0(-100), -75, 30, 2378214.686836, -789444.531047, 1e-3},
         {"cs2cs laea equatorial", kLaea, Sphere().Lon0(10), 100, 0, 9009950.363238, 0.0, 1e-3},
     });
+    // clang-format on
 }
 
 // Every 7.3 degrees (no grid point on a pole or singular circle) within the
@@ -85,7 +65,8 @@ TEST(Azimuthal, RoundTripsOverTheValidArea) {
         int n = 0;
         const double worst = WorstRoundTrip(
             s.m, s.rec.d, -89.9, 90, -179.9, 180, 7.3,
-            [&](double lon, double lat) { return ArcDeg(lon, lat, s.lonC, s.latC) < s.radius; }, &n);
+            [&](double lon, double lat) { return ArcDeg(lon, lat, s.lonC, s.latC) < s.radius; },
+            &n);
         EXPECT_LT(worst, 1e-4) << s.m.name;
         EXPECT_GT(n, 100) << s.m.name;
     }
@@ -136,8 +117,8 @@ TEST(Azimuthal, StereographicFieldConventions) {
     // Unit scale on the standard parallel: radius = its true length / 2 pi.
     const PROJPOINT p = Fwd(kPolar.fwd, Grs80().Lat0(90).Lat1(70).d, 0, 70);
     const double e2 = kGrs80F * (2 - kGrs80F), s70 = std::sin(70 * kRad);
-    EXPECT_NEAR(std::hypot(p.x, p.y), 6378137.0 * std::cos(70 * kRad) / std::sqrt(1 - e2 * s70 * s70),
-                1e-6);
+    EXPECT_NEAR(std::hypot(p.x, p.y),
+                6378137.0 * std::cos(70 * kRad) / std::sqrt(1 - e2 * s70 * s70), 1e-6);
     const struct {
         Rec a, b;
     } same[] = {{Grs80().Lat0(90).Lat1(-70).K0(0.994), Grs80().Lat0(90).K0(0.994)},

@@ -19,25 +19,21 @@ Rec Cone(Rec r, double lat0, double lon0, double lat1, double lat2) {
 TEST(Conic, PublishedAndOracleValues) {
     const Rec conus = Cone(Grs80(), 23, -96, 29.5, 45.5), eqdc = Cone(Sphere(), 40, -100, 20, 60);
     const Rec south = Cone(Sphere(), -30, 140, -20, -45);
+    // clang-format off
     const std::vector<Row> rows = {
-        {"Snyder Albers sphere", kAea, Cone(Unit(), 23, -96, 29.5, 45.5), -75, 35, 0.2952720,
-         0.2416774, 1e-7, 1e-5},
-        {"Snyder Albers Clarke 1866", kAea, Cone(SnyderClarke(), 23, -96, 29.5, 45.5), -75, 35,
-         1885472.7, 1535925.0, 0.05, 7e-5},
+        {"Snyder Albers sphere", kAea, Cone(Unit(), 23, -96, 29.5, 45.5), -75, 35, 0.2952720, 0.2416774, 1e-7, 1e-5},
+        {"Snyder Albers Clarke 1866", kAea, Cone(SnyderClarke(), 23, -96, 29.5, 45.5), -75, 35, 1885472.7, 1535925.0, 0.05, 7e-5},
         {"cs2cs aea CONUS", kAea, conus, -122.4, 37.8, -2273032.787510, 1958176.391293, 1e-5, 7e-5},
         {"cs2cs aea CONUS 60S", kAea, conus, -96, -60, 0.0, -6425658.907942, 1e-5, 7e-5},
-        {"cs2cs aea southern cone", kAea, Cone(Grs80(), 0, 132, -18, -36), 151.2, -33.9,
-         1759614.416025, -3832061.664777, 1e-5, 7e-5},
-        {"cs2cs aea sphere", kAea, Cone(Sphere(), 40, -100, 20, 60), -160, 70, -2502082.872822,
-         4190170.917124, 1e-5, 1e-9},
+        {"cs2cs aea southern cone", kAea, Cone(Grs80(), 0, 132, -18, -36), 151.2, -33.9, 1759614.416025, -3832061.664777, 1e-5, 7e-5},
+        {"cs2cs aea sphere", kAea, Cone(Sphere(), 40, -100, 20, 60), -160, 70, -2502082.872822, 4190170.917124, 1e-5, 1e-9},
         {"cs2cs eqdc secant", kEqdc, eqdc, -60, 10, 4519497.423073, -2325928.137872, 1e-5, 1e-9},
         {"cs2cs eqdc north pole", kEqdc, eqdc, -100, 90, 0.0, 5559743.714234, 1e-5, 1e-9},
-        {"cs2cs eqdc tangent 40N", kEqdc, Cone(Sphere(), 30, 10, 40, 40), 40, 50, 2140220.053027,
-         2587495.413968, 1e-5, 1e-9},
-        {"cs2cs eqdc southern cone", kEqdc, south, 170, -45, 2328294.062328, -1994965.824382, 1e-5,
-         1e-9},
+        {"cs2cs eqdc tangent 40N", kEqdc, Cone(Sphere(), 30, 10, 40, 40), 40, 50, 2140220.053027, 2587495.413968, 1e-5, 1e-9},
+        {"cs2cs eqdc southern cone", kEqdc, south, 170, -45, 2328294.062328, -1994965.824382, 1e-5, 1e-9},
         {"cs2cs eqdc south pole", kEqdc, south, 140, -90, 0.0, -6671692.457081, 1e-5, 1e-9},
     };
+    // clang-format on
     CheckRows(rows);
     for (const Row& r : rows) { // every cone's origin lies at (0, 0)
         const PROJPOINT o = Fwd(r.m.fwd, r.rec.d, r.rec.d.Lon0 / kRad, r.rec.d.Lat0 / kRad);
@@ -130,7 +126,8 @@ TEST(Conic, AlbersPointFailures) {
     }
     // Far beyond the outline the ellipsoid's iteration spends its 500 steps and
     // the point fails; the sphere clamps to the pole instead.
-    PROJDATA e = Cone(Grs80(), 23, -96, 29.5, 45.5).d, s = Cone(Rec(6378137, 0), 23, -96, 29.5, 45.5).d;
+    PROJDATA e = Cone(Grs80(), 23, -96, 29.5, 45.5).d,
+             s = Cone(Rec(6378137, 0), 23, -96, 29.5, 45.5).d;
     PROJPOINT far[3] = {{0.0, 9e6}, {3e7, 3e7}, {0.0, 1e6}}, sfar[2] = {{0.0, 9e6}, {0.0, -9e6}};
     EXPECT_TRUE(AlbersInverse(&e, far, 3) && AlbersInverse(&s, sfar, 2));
     EXPECT_TRUE(IsUnplottable(far[0]) && IsUnplottable(far[1]) && !IsUnplottable(far[2]));

@@ -80,7 +80,8 @@ TEST(CustomDatumText, ValueFormat) {
         int method;
         const char* text; // null: refused
     } short_[] = {{DM_NOXFORM, "none,"}, {DM_NADCON, "nadcon,1,Krassovsky%044 1942,"},
-                  {DM_HARN, nullptr},     {DM_NTV2, nullptr}, {7, nullptr}, {-1, nullptr}};
+                  {DM_HARN, nullptr},    {DM_NTV2, nullptr},
+                  {7, nullptr},          {-1, nullptr}};
     for (const auto& c : short_) {
         s.Method = static_cast<DatumMethod>(c.method);
         EXPECT_EQ(DatumParamsToText(s, &text), c.text != nullptr) << c.method;
@@ -102,10 +103,10 @@ TEST(CustomDatumText, Parsing) {
         bool ok;
         int method, ellipsoid;
         double a, dz, rz;
+        // clang-format off
     } cases[] = {
         {"NONE", true, DM_NOXFORM, 0, 0, 0, 0},
-        {"molodensky,0,user-defined,6378137,0.0033528107,0,1,2,3,", true, DM_MOLODENSKY, 0, 6378137,
-         3, 0},
+        {"molodensky,0,user-defined,6378137,0.0033528107,0,1,2,3,", true, DM_MOLODENSKY, 0, 6378137, 3, 0},
         {" Bursa ,1,x", false, 0, 0, 0, 0, 0}, // the keyword is not trimmed at its end
         {"\tbursa,\t1,  WGS 84,1,0.5,0,0,0,9,0,0,7,1,", true, DM_BURSA, 47, 6378137, 9, 7},
         {"bursa,1,Krassovsky%044 1942,", true, DM_BURSA, 35, 6378245, 0, 0},
@@ -115,6 +116,7 @@ TEST(CustomDatumText, Parsing) {
         {"molodensky,0,Nowhere Ellipsoid,", false, 0, 0, 0, 0, 0},
         {",,,,", false, 0, 0, 0, 0, 0},
     };
+    // clang-format on
     DATUM2WGS84 s;
     for (const auto& c : cases) {
         std::memset(&s, 0x77, sizeof s);
@@ -135,9 +137,10 @@ TEST(CustomDatum, SaveEnumerateReadBackAndDelete) {
     EXPECT_EQ(NDatNumDatums(p.c()), 254); // no file yet
     DATUM2WGS84 s = Molodensky(6378137, 0.0033528107, 1, 2, 3);
     ASSERT_TRUE(NDatSave(p.c(), "My,Datum", &s));
-    EXPECT_TRUE(kvtest::Contains(p.Read(), "My%044Datum=molodensky,0,user-defined,6378137.0000000000,"
-                                          "0.0033528107,0.000000,1.0000000000,2.0000000000,"
-                                          "3.0000000000,"));
+    EXPECT_TRUE(kvtest::Contains(p.Read(),
+                                 "My%044Datum=molodensky,0,user-defined,6378137.0000000000,"
+                                 "0.0033528107,0.000000,1.0000000000,2.0000000000,"
+                                 "3.0000000000,"));
     ASSERT_TRUE(NDatSave(p.c(), "Second", &s));
     s.dx = 9;
     ASSERT_TRUE(NDatSave(p.c(), "MY,DATUM", &s)); // saved again: moves to the end
@@ -223,7 +226,8 @@ TEST(CustomDatum, MethodsAndEscapedNames) {
 
 TEST(CustomDatum, OtherSectionsSurviveAndOverfullSectionIsNotRewritten) {
     Profile p("others");
-    const std::string before = "; settings\r\n[Window]\r\nx=10\r\n\r\n", after = "[Recent]\r\nf=a\r\n";
+    const std::string before = "; settings\r\n[Window]\r\nx=10\r\n\r\n",
+                      after = "[Recent]\r\nf=a\r\n";
     p.Write(before + "[Custom Datums]\r\nOld=none,\r\n\r\n" + after);
     DATUM2WGS84 s = Molodensky(6378137, 0.003, 1, 1, 1);
     ASSERT_TRUE(NDatSave(p.c(), "New", &s));

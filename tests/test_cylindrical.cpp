@@ -15,35 +15,32 @@ const Module kMerc = ModuleOf(PT_MERCATOR), kMill = ModuleOf(PT_MILLER),
 // the flattening. The ellipsoidal Mercator inverse is checked separately.
 TEST(Cylindrical, PublishedAndOracleValues) {
     const Rec caspian = Rec(6378245, 1 / 298.3).Lat0(42).Lon0(51);
+    // clang-format off
     CheckRows({
         {"Snyder Mercator sphere", kMerc, Unit().Lon0(-180), -75, 35, 1.8325957, 0.6528366, 1e-7},
-        {"Snyder Mercator Clarke 1866", kMerc, SnyderClarke().Lon0(-180), -75, 35, 11688673.7,
-         4139145.66, 0.05, -1},
+        {"Snyder Mercator Clarke 1866", kMerc, SnyderClarke().Lon0(-180), -75, 35, 11688673.7, 4139145.66, 0.05, -1},
         {"EPSG Mercator B", kMerc, caspian, 53, 53, 165704.29, 5171848.07, 0.005, -1},
-        {"cs2cs Mercator sphere ts 60", kMerc, Sphere().Lat0(60).Lon0(10), 20, 45, 555974.3714,
-         2807614.2394, 1e-3},
+        {"cs2cs Mercator sphere ts 60", kMerc, Sphere().Lat0(60).Lon0(10), 20, 45, 555974.3714, 2807614.2394, 1e-3},
         {"cs2cs World Mercator 84N", kMerc, Wgs84(), 179, 84, 19926188.8520, 18764656.2314, 1e-3, -1},
         {"cs2cs World Mercator 80S", kMerc, Wgs84(), 0, -80, 0, -15496570.7397, 1e-3, -1},
         {"Snyder Miller", kMill, Unit(), -75, 50, -1.3089969, 0.9536371, 1e-7},
         {"cs2cs Miller pole", kMill, Sphere().Lon0(10), 10, 90, 0, 14675034.4036, 1e-3, -1},
-        {"cs2cs Miller, ellipsoid ignored", kMill, Rec(kSphereR, kWgs84F).Lon0(10), -170, -89,
-         -20015077.3712, -14322706.0445, 1e-3},
-        {"cs2cs plate ts 30", kPlate, Sphere().Lon0(10).Lat1(30), 20, 45, 962975.8590, 5003769.3428,
-         1e-3},
-        {"cs2cs plate, ellipsoid ignored", kPlate, Rec(kSphereR, kWgs84F).Lon0(10).Lat1(30), -100,
-         -70, -10592734.4491, -7783641.1999, 1e-3},
+        {"cs2cs Miller, ellipsoid ignored", kMill, Rec(kSphereR, kWgs84F).Lon0(10), -170, -89, -20015077.3712, -14322706.0445, 1e-3},
+        {"cs2cs plate ts 30", kPlate, Sphere().Lon0(10).Lat1(30), 20, 45, 962975.8590, 5003769.3428, 1e-3},
+        {"cs2cs plate, ellipsoid ignored", kPlate, Rec(kSphereR, kWgs84F).Lon0(10).Lat1(30), -100, -70, -10592734.4491, -7783641.1999, 1e-3},
     });
+    // clang-format on
 }
 
 // The ellipsoidal Mercator inverse raises 2.71828, not e, to the power: it is
 // exact only for northings scaled by ln 2.71828 (cs2cs -I of (x, y ln 2.71828)),
 // 2.8 m off the true inverse at 53 degrees.
 TEST(Cylindrical, EllipsoidalMercatorInverseUsesTruncatedE) {
-    const double rows[][7] = {// a, 1/f, lat0, lon0, x, y -> lat (lon is exact)
-                              {6378245, 298.3, 42, 51, 165704.2933, 5171848.0729, 52.9999746689},
-                              {6378137, 298.257223563, 0, 0, 19926188.8520, 18764656.2314,
-                               83.9999881470},
-                              {6378137, 298.257223563, 0, 0, 0, -15496570.7397, -79.9999837365}};
+    const double rows[][7] = {
+        // a, 1/f, lat0, lon0, x, y -> lat (lon is exact)
+        {6378245, 298.3, 42, 51, 165704.2933, 5171848.0729, 52.9999746689},
+        {6378137, 298.257223563, 0, 0, 19926188.8520, 18764656.2314, 83.9999881470},
+        {6378137, 298.257223563, 0, 0, 0, -15496570.7397, -79.9999837365}};
     for (const auto& r : rows) {
         const PROJDATA d = Rec(r[0], 1 / r[1]).Lat0(r[2]).Lon0(r[3]).d;
         const PROJPOINT ll = InvDeg(kMerc.inv, d, r[4], r[5]);

@@ -127,7 +127,8 @@ TEST(DatumGeocentric, ClosedFormMatchesTheIteration) {
         const double h = -500.0 + (i % 17) * 600.0;
         const double N = a / std::sqrt(1 - e2 * std::sin(lat) * std::sin(lat));
         const double X = (N + h) * std::cos(lat) * std::cos(lon),
-                     Y = (N + h) * std::cos(lat) * std::sin(lon), Z = (N * (1 - e2) + h) * std::sin(lat);
+                     Y = (N + h) * std::cos(lat) * std::sin(lon),
+                     Z = (N * (1 - e2) + h) * std::sin(lat);
         double l1, p1;
         GeocentricToGeodetic(X, Y, Z, a, f, &l1, &p1);
         const double p = std::hypot(X, Y), r = std::hypot(p, Z);
@@ -233,7 +234,9 @@ TEST(DatumPipeline, BadArgumentsHandlesAndMissingGrids) {
     const struct {
         int src, dest;
         Ids ids;
-    } grids[] = {{232, DATUM_WGS84, {20200}}, {253, DATUM_WGS84, {20280}}, {DATUM_WGS84, 253, {20280, 20200}}};
+    } grids[] = {{232, DATUM_WGS84, {20200}},
+                 {253, DATUM_WGS84, {20280}},
+                 {DATUM_WGS84, 253, {20280, 20200}}};
     for (const auto& g : grids) {
         rec.reports.clear();
         DATUMPOINT q{-100.0, 40.0};
@@ -285,6 +288,7 @@ TEST(DatumCheckParams, ResultsAndMessages) {
         double a, f, pm, dx, rz, k;
         int expected;
         const char* text;
+        // clang-format off
     } cases[] = {
         {2, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, ""},
         {254, 3, 0, 0, 0, 0, 0, 0, 0, 0, 1, "Invalid source datum specified"},
@@ -293,23 +297,19 @@ TEST(DatumCheckParams, ResultsAndMessages) {
         {3, 253, 0, 0, 0, 0, 0, 0, 0, 0, 0, ""}, // NTv2 runs both ways
         {0, 3, DM_HARN, 47, 0, 0, 0, 0, 0, 0, 3, kMethod},
         {0, 3, DM_MRE, 99, 0, 0, 0, 0, 0, 0, 0, ""}, // not checked further
-        {0, 3, DM_MOLODENSKY, 56, 0, 0, 0, 0, 0, 0, 4,
-         "Invalid ellipsoid specified for datum transformation"},
-        {0, 3, DM_MOLODENSKY, 0, 0, 0.003, 0, 0, 0, 0, 13,
-         "Ellipsoid radius parameter must be greater than zero"},
-        {0, 3, DM_BURSA, 0, 6378137, NAN, 0, 0, 0, 0, 14,
-         "Ellipsoid flattening parameter cannot be less than zero or greater than or equal to one"},
+        {0, 3, DM_MOLODENSKY, 56, 0, 0, 0, 0, 0, 0, 4, "Invalid ellipsoid specified for datum transformation"},
+        {0, 3, DM_MOLODENSKY, 0, 0, 0.003, 0, 0, 0, 0, 13, "Ellipsoid radius parameter must be greater than zero"},
+        {0, 3, DM_BURSA, 0, 6378137, NAN, 0, 0, 0, 0, 14, "Ellipsoid flattening parameter cannot be less than zero or greater than or equal to one"},
         {0, 3, DM_MOLODENSKY, 47, 0, 0, 180, 0, 0, 0, 0, ""},
-        {0, 3, DM_MOLODENSKY, 47, 0, 0, -180.5, 0, 0, 0, 5,
-         "Prime meridian shift must be between -180 and +180 degrees"},
-        {0, 3, DM_MOLODENSKY, 47, 0, 0, 0, 1.8e38, 0, 0, 6,
-         "Invalid X axis shift for datum transformation"},
+        {0, 3, DM_MOLODENSKY, 47, 0, 0, -180.5, 0, 0, 0, 5, "Prime meridian shift must be between -180 and +180 degrees"},
+        {0, 3, DM_MOLODENSKY, 47, 0, 0, 0, 1.8e38, 0, 0, 6, "Invalid X axis shift for datum transformation"},
         {0, 3, DM_BURSA, 47, 0, 0, 0, 0, 4000, 0, 11, kRz},
         {0, 3, DM_MOLODENSKY, 47, 0, 0, 0, 0, 4000, 0, 0, ""}, // rotations not read
         {0, 3, DM_BURSA, 47, 0, 0, 0, 0, 0, -5, 0, ""},        // negative scale passes
-        {3, 0, 9, 47, 0, 0, 0, 0, 0, 0, 15, kMethod},           // destination: +12
+        {3, 0, 9, 47, 0, 0, 0, 0, 0, 0, 15, kMethod},          // destination: +12
         {3, 0, DM_BURSA, 47, 0, 0, 0, 0, 4000, 0, 23, kRz},
     };
+    // clang-format on
     for (const auto& c : cases) {
         DATUMXFORM x = Request(c.src, c.dest);
         DATUM2WGS84& s = c.src == 0 ? x.Step1 : x.Step2;

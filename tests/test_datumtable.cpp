@@ -92,8 +92,12 @@ TEST(DatumTable, NamesAndLookups) {
     const struct {
         int id;
         const char* name;
-    } names[] = {{0, "User Defined"}, {80, "Gandajika  1970"}, {253, "NAD 1927 - Canada (NTV2)"},
-                 {254, ""},           {999, ""},                {-1, ""}};
+    } names[] = {{0, "User Defined"},
+                 {80, "Gandajika  1970"},
+                 {253, "NAD 1927 - Canada (NTV2)"},
+                 {254, ""},
+                 {999, ""},
+                 {-1, ""}};
     for (const auto& c : names) {
         char out[256];
         std::memset(out, 'x', sizeof out);
@@ -105,8 +109,8 @@ TEST(DatumTable, NamesAndLookups) {
     const struct {
         const char* name;
         int id; // -1: not found
-    } lookups[] = {{"USER DEFINED", 0},    {"tokyo", 7},          {"s-42 hungary", 244},
-                   {"Gandajika 1970", -1}, {"", -1},              {"North American Datum 19", -1}};
+    } lookups[] = {{"USER DEFINED", 0},    {"tokyo", 7}, {"s-42 hungary", 244},
+                   {"Gandajika 1970", -1}, {"", -1},     {"North American Datum 19", -1}};
     for (const auto& c : lookups) {
         DatumType id = static_cast<DatumType>(-7);
         EXPECT_EQ(DatGetDatumFromName(&id, c.name), c.id >= 0) << c.name;
@@ -140,7 +144,8 @@ TEST(DatumTable, ReversibleMethodAndParams) {
     const struct {
         int id;
         DatumMethod m;
-    } methods[] = {{3, DM_MOLODENSKY}, {215, DM_BURSA}, {229, DM_MRE}, {232, DM_NADCON}, {253, DM_NTV2}};
+    } methods[] = {
+        {3, DM_MOLODENSKY}, {215, DM_BURSA}, {229, DM_MRE}, {232, DM_NADCON}, {253, DM_NTV2}};
     for (const auto& c : methods) {
         EXPECT_TRUE(DatGetDatumMethod(static_cast<DatumType>(c.id), &m));
         EXPECT_EQ(m, c.m) << c.id;

@@ -51,9 +51,10 @@ std::string List(std::initializer_list<const char*> list) {
 
 TEST(IniProfile, ReadsWithWindowsSectionSemantics) {
     TempProfile p("read");
-    p.Write("; leading comment\r\n[Other]\r\nA=1\r\n"
-            "[ custom DATUMS ]\r\n  Key One =  value 1  \r\n; a comment\r\n\r\nNoEquals\r\nk2=a=b\r\n"
-            "[Custom Datums]\r\nSecond=ignored\r\n");
+    p.Write(
+        "; leading comment\r\n[Other]\r\nA=1\r\n"
+        "[ custom DATUMS ]\r\n  Key One =  value 1  \r\n; a comment\r\n\r\nNoEquals\r\nk2=a=b\r\n"
+        "[Custom Datums]\r\nSecond=ignored\r\n");
     EXPECT_EQ(Section(p.path, "Custom Datums"), (Lines{"Key One=value 1", "NoEquals", "k2=a=b"}));
     EXPECT_EQ(Section(p.path, "other"), (Lines{"A=1"}));
     EXPECT_TRUE(Section(p.path, "Missing").empty());
@@ -67,10 +68,13 @@ TEST(IniProfile, ReadsWithWindowsSectionSemantics) {
 
 TEST(IniProfile, WriteKeepsEverythingElseByteForByte) {
     TempProfile p("keep");
-    const std::string head = "; top\r\n[First]\r\na = 1 \r\n\r\n", tail = "[Last]\r\n; note\r\nz=26\r\n";
+    const std::string head = "; top\r\n[First]\r\na = 1 \r\n\r\n",
+                      tail = "[Last]\r\n; note\r\nz=26\r\n";
     p.Write(head + "[Custom Datums]\r\n; kept comment\r\nold=1\r\n\r\n" + tail);
-    ASSERT_TRUE(Ini::WriteSection(p.path.c_str(), "custom datums", List({"n1=v1", "n2=v2"}).c_str()));
-    EXPECT_EQ(p.Read(), head + "[Custom Datums]\r\n; kept comment\r\nn1=v1\r\nn2=v2\r\n\r\n" + tail);
+    ASSERT_TRUE(
+        Ini::WriteSection(p.path.c_str(), "custom datums", List({"n1=v1", "n2=v2"}).c_str()));
+    EXPECT_EQ(p.Read(),
+              head + "[Custom Datums]\r\n; kept comment\r\nn1=v1\r\nn2=v2\r\n\r\n" + tail);
     // An empty list leaves the header; a null list removes the section.
     ASSERT_TRUE(Ini::WriteSection(p.path.c_str(), "Custom Datums", List({}).c_str()));
     EXPECT_TRUE(Section(p.path, "Custom Datums").empty());
@@ -86,7 +90,8 @@ TEST(IniProfile, WriteKeepsEverythingElseByteForByte) {
 TEST(IniProfile, RefusesWhatItCannotDo) {
     const std::string list = List({"a=1"}), dir = kvtest::TempPath("ini_dir");
     ASSERT_EQ(::mkdir(dir.c_str(), 0700), 0);
-    for (const char* path : {static_cast<const char*>(nullptr), "", "/nonexistent-dir/x.ini", dir.c_str()})
+    for (const char* path :
+         {static_cast<const char*>(nullptr), "", "/nonexistent-dir/x.ini", dir.c_str()})
         EXPECT_FALSE(Ini::WriteSection(path, "S", list.c_str())) << (path ? path : "null");
     EXPECT_TRUE(Section(dir, "S").empty()); // a directory is not a profile
     ::rmdir(dir.c_str());
@@ -98,7 +103,8 @@ TEST(IniProfile, RefusesWhatItCannotDo) {
 
 TEST(IniProfile, HostileAndOversizedFilesNeverOverrun) {
     TempProfile p("hostile");
-    std::string text = "[S]\nlong=" + std::string(200000, 'L') + "\n" + std::string("bin\0ary=1\n", 10);
+    std::string text =
+        "[S]\nlong=" + std::string(200000, 'L') + "\n" + std::string("bin\0ary=1\n", 10);
     for (int i = 0; i < 256; ++i)
         text.push_back(static_cast<char>(i));
     p.Write(text + "\n[T]\nx=1\n[\n[unclosed\n]\n");
@@ -152,5 +158,6 @@ TEST(IniProfile, KilledWriterNeverTearsTheFile) {
             EXPECT_EQ(s.back(), "entry1499=" + value) << round;
         }
     }
-    EXPECT_EQ(std::system(("rm -f '" + p.path + "'.~kv*.tmp").c_str()), 0); // killed writers' leftovers
+    EXPECT_EQ(std::system(("rm -f '" + p.path + "'.~kv*.tmp").c_str()),
+              0); // killed writers' leftovers
 }

@@ -20,27 +20,18 @@ Rec Cone(Rec r, double lat0, double lon0, double lat1, double lat2) {
 // up to 3 mm in latitude: 5e-8 degrees.
 TEST(Lambert, PublishedAndOracleValues) {
     const double f27 = 1 / 294.97870;
+    // clang-format off
     CheckRows({
-        {"Snyder sphere", kLcc, Cone(Unit(), 23, -96, 33, 45), -75, 35, 0.2966785, 0.2462112, 1e-7,
-         1e-5},
-        {"Snyder Clarke 1866", kLcc, Cone(SnyderClarke(), 23, -96, 33, 45), -75, 35, 1894410.9,
-         1564649.5, 0.05, 1e-6},
-        {"EPSG Texas South Central", kLcc,
-         Cone(Rec(6378206.4, f27), 27 + 50.0 / 60, -99, 28 + 23.0 / 60, 30 + 17.0 / 60), -96, 28.5,
-         (2963503.91 - 2000000) * kUsFoot, 254759.80 * kUsFoot, 0.005, 1e-7},
-        {"cs2cs southern cone", kLcc, Cone(Grs80(), -30, 25, -20, -40), 20, -35, -451007.3077,
-         -556609.9707, 1e-3, 5e-8},
-        {"cs2cs apex pole", kLcc, Cone(Grs80(), 23, -96, 33, 45), -96, 90, 0.0, 9615816.73039, 1e-3,
-         5e-8},
-        {"cs2cs SPCS Alaska 10", kLcc, Cone(Grs80(), 51.0, -176.0, 53 + 50.0 / 60, 51 + 50.0 / 60),
-         -174.87, 53.2, 75500.9607, 245383.2798, 1e-3, 5e-8},
-        {"cs2cs SPCS Connecticut", kLcc,
-         Cone(Grs80(), 40 + 50.0 / 60, -72.75, 41 + 52.0 / 60, 41.2), -71.62, 41.9, 93765.4578,
-         119078.3709, 1e-3, 5e-8},
-        {"cs2cs SPCS Texas South Central", kLcc,
-         Cone(Grs80(), 27 + 50.0 / 60, -99.0, 30 + 17.0 / 60, 28 + 23.0 / 60), -97.87, 29.7,
-         109341.4948, 207405.4605, 1e-3, 5e-8},
+        {"Snyder sphere", kLcc, Cone(Unit(), 23, -96, 33, 45), -75, 35, 0.2966785, 0.2462112, 1e-7, 1e-5},
+        {"Snyder Clarke 1866", kLcc, Cone(SnyderClarke(), 23, -96, 33, 45), -75, 35, 1894410.9, 1564649.5, 0.05, 1e-6},
+        {"EPSG Texas South Central", kLcc, Cone(Rec(6378206.4, f27), 27 + 50.0 / 60, -99, 28 + 23.0 / 60, 30 + 17.0 / 60), -96, 28.5, (2963503.91 - 2000000) * kUsFoot, 254759.80 * kUsFoot, 0.005, 1e-7},
+        {"cs2cs southern cone", kLcc, Cone(Grs80(), -30, 25, -20, -40), 20, -35, -451007.3077, -556609.9707, 1e-3, 5e-8},
+        {"cs2cs apex pole", kLcc, Cone(Grs80(), 23, -96, 33, 45), -96, 90, 0.0, 9615816.73039, 1e-3, 5e-8},
+        {"cs2cs SPCS Alaska 10", kLcc, Cone(Grs80(), 51.0, -176.0, 53 + 50.0 / 60, 51 + 50.0 / 60), -174.87, 53.2, 75500.9607, 245383.2798, 1e-3, 5e-8},
+        {"cs2cs SPCS Connecticut", kLcc, Cone(Grs80(), 40 + 50.0 / 60, -72.75, 41 + 52.0 / 60, 41.2), -71.62, 41.9, 93765.4578, 119078.3709, 1e-3, 5e-8},
+        {"cs2cs SPCS Texas South Central", kLcc, Cone(Grs80(), 27 + 50.0 / 60, -99.0, 30 + 17.0 / 60, 28 + 23.0 / 60), -97.87, 29.7, 109341.4948, 207405.4605, 1e-3, 5e-8},
     });
+    // clang-format on
 }
 
 // Equal standard parallels leave no cone.
@@ -72,7 +63,8 @@ TEST(Lambert, PolesMirrorAndUnwrappedLongitude) {
     EXPECT_NEAR(pts[1].x, 0.0, 1e-3);
     EXPECT_NEAR(InvDeg(kLcc.inv, s, pts[1].x, pts[1].y).y, 90.0, 1e-9);
     // A southern cone is the mirror of the northern one: (x, y) -> (x, -y).
-    const PROJDATA north = Cone(Grs80(), 35, 10, 30, 50).d, south = Cone(Grs80(), -35, 10, -30, -50).d;
+    const PROJDATA north = Cone(Grs80(), 35, 10, 30, 50).d,
+                   south = Cone(Grs80(), -35, 10, -30, -50).d;
     for (double lat : {5.0, 44.0, 71.0}) {
         const PROJPOINT n = Fwd(kLcc.fwd, north, 33, lat), p = Fwd(kLcc.fwd, south, 33, -lat);
         EXPECT_NEAR(p.x, n.x, 1e-6);
@@ -96,7 +88,8 @@ TEST(Lambert, LatitudeIterationStepBound) {
     double phi = -1;
     EXPECT_TRUE(PhiFromConformalT(0.98722, 0.999, &phi));
     const double es = 0.999 * std::sin(phi);
-    EXPECT_NEAR(phi, kHalfPi - 2 * std::atan(0.98722 * std::pow((1 - es) / (1 + es), 0.4995)), 1e-3);
+    EXPECT_NEAR(phi, kHalfPi - 2 * std::atan(0.98722 * std::pow((1 - es) / (1 + es), 0.4995)),
+                1e-3);
     EXPECT_FALSE(PhiFromConformalT(0.98725, 0.999, &phi));
     EXPECT_FALSE(PhiFromConformalT(0.98728, 0.999, &phi));
     EXPECT_TRUE(PhiFromConformalT(0.3, 0.0818191908, &phi));

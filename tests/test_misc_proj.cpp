@@ -22,28 +22,23 @@ Rec Guam() {
 // (PROJ keeps it in single precision: up to 0.3 m, hence 0.5 m).
 TEST(MiscProjections, PublishedAndOracleValues) {
     const Rec bonneS = Grs80().Lat1(-30).Lon0(25), cass = Sphere().Lat0(40).Lon0(-100);
+    // clang-format off
     CheckRows({
-        {"Snyder polyconic", kPolycon, SnyderClarke().Lat0(30).Lon0(-96), -75, 40, 1776774.5,
-         1319657.8, 0.1},
-        {"cs2cs cass, Snyder's inputs", kCassini, Unit().Lat0(-35).Lon0(-75), -73.5, -20,
-         0.024600766, 0.261689221, 1e-9},
+        {"Snyder polyconic", kPolycon, SnyderClarke().Lat0(30).Lon0(-96), -75, 40, 1776774.5, 1319657.8, 0.1},
+        {"cs2cs cass, Snyder's inputs", kCassini, Unit().Lat0(-35).Lon0(-75), -73.5, -20, 0.024600766, 0.261689221, 1e-9},
         {"cs2cs poly Guam", kPolycon, Guam(), 144.62, 13.24, 36045.876068, 24286.502226, 1e-3},
-        {"cs2cs poly Clarke 1866", kPolycon, Clarke().Lat0(30).Lon0(-96), -100, 10, -438551.977237,
-         -2211489.584721, 2e-3},
-        {"cs2cs poly sphere", kPolycon, Sphere().Lat0(-20).Lon0(40), 100, 30, 5517445.249434,
-         7038138.713103, 1e-3},
-        {"cs2cs bonne sphere", kBonne, Sphere().Lat1(40).Lon0(-100), 10, 89.9, 21347.484414,
-         5548735.704267, 1e-3},
-        {"cs2cs bonne Clarke 1866", kBonne, Clarke().Lat1(40).Lon0(-100), -150, 75, -1408981.402760,
-         4175069.449809, 2e-3},
+        {"cs2cs poly Clarke 1866", kPolycon, Clarke().Lat0(30).Lon0(-96), -100, 10, -438551.977237, -2211489.584721, 2e-3},
+        {"cs2cs poly sphere", kPolycon, Sphere().Lat0(-20).Lon0(40), 100, 30, 5517445.249434, 7038138.713103, 1e-3},
+        {"cs2cs bonne sphere", kBonne, Sphere().Lat1(40).Lon0(-100), 10, 89.9, 21347.484414, 5548735.704267, 1e-3},
+        {"cs2cs bonne Clarke 1866", kBonne, Clarke().Lat1(40).Lon0(-100), -150, 75, -1408981.402760, 4175069.449809, 2e-3},
         {"cs2cs bonne south", kBonne, bonneS, 60, -10, 3784124.725666, 1663305.327659, 2e-3},
         {"cs2cs bonne south", kBonne, bonneS, -20, -70, -1699090.015266, -4671054.947006, 2e-3},
         {"cs2cs cass sphere", kCassini, cass, -150, 75, -1271583.420218, 4473100.016918, 1e-3},
         {"cs2cs cass sphere", kCassini, cass, 30, -60, 2504221.111237, -16719325.220611, 1e-3},
-        {"cs2cs robin", kRobSter, Sphere().Lon0(-100), 30, -60, 9797418.022546, -6328945.808891,
-         0.5},
+        {"cs2cs robin", kRobSter, Sphere().Lon0(-100), 30, -60, 9797418.022546, -6328945.808891, 0.5},
         {"cs2cs robin", kRobSter, Sphere().Lon0(-100), -100, 90, 0.0, 8615499.243100, 0.5},
     });
+    // clang-format on
 }
 
 // Robinson's published X, Y (Robinson 1974, tabulated in USGS PP 1453):
@@ -93,9 +88,9 @@ TEST(MiscProjections, RoundTripsOverTheValidArea) {
     for (const auto& s : sweeps) {
         const double lon0 = s.rec.d.Lon0 / kRad;
         int n = 0;
-        const double worst = WorstRoundTrip(s.m, s.rec.d, -s.latMax + 0.05, s.latMax - 0.01,
-                                            lon0 - s.lonHalf + 0.05, lon0 + s.lonHalf - 0.01, 3.7,
-                                            nullptr, &n);
+        const double worst =
+            WorstRoundTrip(s.m, s.rec.d, -s.latMax + 0.05, s.latMax - 0.01, lon0 - s.lonHalf + 0.05,
+                           lon0 + s.lonHalf - 0.01, 3.7, nullptr, &n);
         EXPECT_LT(worst, 1e-4) << s.m.name;
         EXPECT_GT(n, 500) << s.m.name;
     }

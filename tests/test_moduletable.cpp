@@ -169,7 +169,7 @@ TEST(ModuleTable, SplitTests) {
         {PT_LAMBERT_CONIC, -180, 199, true, 360}, // Lon0 - 200: the minimum wins
         {PT_MERCATOR, -150, 200, true, -360},
         {PT_UTM, -159.9, 199.9, false, 0},
-        {PT_MOLLWEIDE, -160, 0, true, 360}, // limits are inclusive here
+        {PT_MOLLWEIDE, -160, 0, true, 360},   // limits are inclusive here
         {PT_ROBINSON, -170, 180, true, -360}, // fixed at +-180
         {PT_ROBINSON, -180.5, 0, true, 360},
         {PT_STEREOGRAPHIC, -500, 500, false, 0}, // never splits

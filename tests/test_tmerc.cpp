@@ -17,13 +17,12 @@ Rec Utm(int zone, bool south) {
 TEST(TMerc, PublishedAndOracleValues) {
     const Rec bng = Rec(6377563.396, 1 / 299.3249646).Lat0(49).Lon0(-2).K0(0.9996012717);
     const Rec sphere = Sphere().Lat0(10).Lon0(-75).K0(0.9999);
+    // clang-format off
     CheckRows({
         {"Snyder sphere", kTM, Unit().Lon0(-75), -73.5, 40.5, 0.0199077, 0.7070276, 1e-7},
-        {"Snyder Clarke 1866", kTM, SnyderClarke().Lon0(-75).K0(0.9996), -73.5, 40.5, 127106.5,
-         4484124.4, 0.05},
+        {"Snyder Clarke 1866", kTM, SnyderClarke().Lon0(-75).K0(0.9996), -73.5, 40.5, 127106.5, 4484124.4, 0.05},
         {"EPSG BNG", kTM, Rec(bng).Origin(400000, -100000), 0.5, 50.5, 577274.99, 69740.50, 0.015},
-        {"cs2cs GK Krassowsky", kGK, Rec(6378245, 1 / 298.3).Lon0(21), 22.5, 51.0, 105295.77943,
-         5653256.30857, 0.001},
+        {"cs2cs GK Krassowsky", kGK, Rec(6378245, 1 / 298.3).Lon0(21), 22.5, 51.0, 105295.77943, 5653256.30857, 0.001},
         {"cs2cs sphere south", kTM, sphere, -80, -20, -522901.20720, -3343329.86023, 1e-4},
         {"cs2cs sphere 35 deg off", kTM, sphere, -110, 10, -4076683.88301, 238808.42596, 1e-4},
         {"cs2cs sphere near pole", kTM, sphere, -35, 60, 2122608.34500, 6242005.55888, 1e-4},
@@ -34,6 +33,7 @@ TEST(TMerc, PublishedAndOracleValues) {
         {"cs2cs utm 56 south", kUTM, Utm(56, true), 151.21, -33.87, 334435.7061, 6250816.3978, 1e-3},
         {"cs2cs utm 60 south", kUTM, Utm(60, true), 174.78, -41.29, 314109.2391, 5426672.3510, 1e-3},
     });
+    // clang-format on
 }
 
 // How far the sixth-order series may stray from the exact transverse Mercator
