@@ -60,24 +60,14 @@ struct Rec {
     Rec& Wrap(bool on = true) { return d.bWrapLon = on, *this; }
     Rec& Origin(double x, double y) { return d.xOrg = x, d.yOrg = y, *this; }
 };
-inline Rec Unit() {
-    return Rec(1.0, 0.0);
-}
-inline Rec Sphere() {
-    return Rec(kSphereR, 0.0);
-}
-inline Rec Clarke() {
-    return Rec(6378206.4, kClarkeF);
-}
-inline Rec SnyderClarke() {
-    return Rec(6378206.4, kSnyderClarkeF);
-}
-inline Rec Grs80() {
-    return Rec(6378137.0, kGrs80F);
-}
-inline Rec Wgs84() {
-    return Rec(6378137.0, kWgs84F);
-}
+// clang-format off
+inline Rec Unit() { return Rec(1.0, 0.0); }
+inline Rec Sphere() { return Rec(kSphereR, 0.0); }
+inline Rec Clarke() { return Rec(6378206.4, kClarkeF); }
+inline Rec SnyderClarke() { return Rec(6378206.4, kSnyderClarkeF); }
+inline Rec Grs80() { return Rec(6378137.0, kGrs80F); }
+inline Rec Wgs84() { return Rec(6378137.0, kWgs84F); }
+// clang-format on
 
 // Forward from degrees; the result in units of MajorRadius, no false origin.
 inline PROJPOINT Fwd(ProjConvertFn fn, PROJDATA d, double lon, double lat) {

@@ -98,12 +98,12 @@ TEST(CustomDatumText, ValueFormat) {
 }
 
 TEST(CustomDatumText, Parsing) {
+    // clang-format off
     const struct {
         const char* text;
         bool ok;
         int method, ellipsoid;
         double a, dz, rz;
-        // clang-format off
     } cases[] = {
         {"NONE", true, DM_NOXFORM, 0, 0, 0, 0},
         {"molodensky,0,user-defined,6378137,0.0033528107,0,1,2,3,", true, DM_MOLODENSKY, 0, 6378137, 3, 0},

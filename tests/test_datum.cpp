@@ -283,12 +283,12 @@ TEST(DatumPipeline, HandleKeepsTheCallersRecordAndThreadsShareNothing) {
 TEST(DatumCheckParams, ResultsAndMessages) {
     const char* kMethod = "Invalid datum transformation method specified";
     const char* kRz = "Z axis rotation was outside the rnage of -3600 to +3600 arcseconds";
+    // clang-format off
     const struct {
         int src, dest, method, ellipsoid; // method/ellipsoid of the user step
         double a, f, pm, dx, rz, k;
         int expected;
         const char* text;
-        // clang-format off
     } cases[] = {
         {2, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, ""},
         {254, 3, 0, 0, 0, 0, 0, 0, 0, 0, 1, "Invalid source datum specified"},

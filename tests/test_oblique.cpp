@@ -86,12 +86,12 @@ TEST(Oblique, GreatLakes1And4AreNotDefinedProjections) {
 
 // A box of +-half degrees about each centre, every 1.7 degrees: back to 0.1 mm.
 TEST(Oblique, RoundTripsOverTheValidArea) {
+    // clang-format off
     const struct {
         const char* what;
         Module m;
         Rec rec;
         double latC, lonC, half;
-        // clang-format off
     } sweeps[] = {
         {"Alaska 1 NAD 27", kHotine, Alaska1Nad27(), 57, -133.67, 15},
         {"Alaska 1 NAD 83", kHotine, Alaska1Nad83(), 57, -133.67, 15},
