@@ -34,13 +34,9 @@ Rec GreatLakes2(double lat0) {
     return GreatLakes(lat0, 43, 82.5, 1200000, -3500000);
 }
 
-// Snyder: USGS PP 1395, appendix A (two-point sphere through 45 N 0 and 0 90 W).
-// cs2cs: PROJ 9.1.1 `proj -f %.6f +proj=omerc` with the zone's parameters
-// (Alaska 1: alpha = gamma = -36d52'11.6315", centred u; Great Lakes: lat_0 from
-// the zone row, NAD 83's 350d37 entering PROJ as -9d23'). PROJ's v axis points
-// the other way for the two-point sphere: its y negated. EPSG:26931 and 26731
-// through cs2cs (EPSG 10.076): NAD 27's false origin is 16 404 166.67 ftUS,
-// 1.016 mm off the zone row's 5 000 000 m, hence 1.1 mm.
+// Snyder: USGS PP 1395, appendix A. cs2cs: PROJ 9.1.1 +proj=omerc with the zone's
+// parameters (two-point sphere: PROJ's v axis reversed, y negated). EPSG:26731's
+// false origin is 1.016 mm off the zone row's 5 000 000 m, hence 1.1 mm.
 TEST(Oblique, PublishedAndOracleValues) {
     const Rec twoPoint = Sphere().Lat1(45).Lat2(0).Lon2(-90).K0(0.9996);
     // clang-format off

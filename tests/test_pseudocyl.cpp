@@ -17,15 +17,10 @@ Rec Earth(double lon0) {
     return Rec(kEarth, 0.0).Lon0(lon0);
 }
 
-// Snyder: USGS PP 1395, appendix A (R = 1, central meridian 90 W, 50 S 75 W).
-// cs2cs: PROJ 9.1.1 +proj=sinu|moll|eck4|eck6|robin|vandg +R=6371000 (WGS84 for
-// the ellipsoidal Sinusoidal). Tolerances say where the formulas differ from
-// the oracle's: Sinusoidal arc series to e^6 (< 1 mm); Eckert IV's seven-digit
-// coefficients and unapplied last Newton step (< 0.25 m); Eckert VI's unapplied
-// step (0.03 m); Robinson's band cubics against the oracle's spline (rows kept
-// outside 15..65 degrees, where the table's 0.4968 at 40 is not the oracle's
-// 0.4958); Mollweide's Newton step at the pole's triple root (x comes out as
-// tens of metres here and in the oracle).
+// Snyder: USGS PP 1395, appendix A. cs2cs: PROJ 9.1.1 +R=6371000 (WGS84 for the
+// ellipsoidal Sinusoidal). Wider tolerances: Eckert's seven-digit coefficients and
+// unapplied last step; Robinson's band cubics against the oracle's spline;
+// Mollweide's Newton step at the pole's triple root (x tens of metres in both).
 TEST(WorldProjections, PublishedAndOracleValues) {
     const Rec wgs = Wgs84().Lon0(10), e10 = Earth(10), e0 = Earth(0), s90 = Unit().Lon0(-90);
     // clang-format off
@@ -52,10 +47,8 @@ TEST(WorldProjections, PublishedAndOracleValues) {
     // clang-format on
 }
 
-// Robinson's PLEN and PDFE at table nodes (Snyder, PP 1395, table 29): x =
-// 0.8487 PLEN lambda R, y = 1.3523 PDFE R. At 40 degrees the module's 0.4968
-// departs from the printed 0.4958; the pole ends the last band a hair short of
-// 1 (the band width is 5 degrees in single precision).
+// Snyder, PP 1395, table 29 (PLEN, PDFE); the module's 0.4968 at 40 degrees is
+// not the printed 0.4958, and the pole ends the last band a hair short of 1.
 TEST(WorldProjections, RobinsonAtTheTableNodes) {
     const double nodes[][3] = {
         {15, 0.9900, 0.1860}, {40, 0.9216, 0.4968}, {55, 0.8350, 0.6769}, {85, 0.5722, 0.9761}};
@@ -172,10 +165,8 @@ TEST(WorldProjections, SinusoidalPoleLineAndEckertPoles) {
                 -2 * kEarth * (kPi / 2) / std::sqrt(2 + kPi), 1e-6);
 }
 
-// The Eckert iterations stop when the next step is below 1.2e-6 rad and do not
-// apply it: against the converged auxiliary angle (cs2cs +R=1, y at latitude
-// 18 and 28 over the oracle's full-precision coefficients) ours is short by
-// most of a step.
+// The Eckert iterations do not apply their last step (< 1.2e-6 rad): short of
+// the converged auxiliary angle (cs2cs +R=1 at 18 and 28 degrees) by most of it.
 TEST(WorldProjections, EckertIterationsStopWithoutTheirLastStep) {
     const double sin4 = Fwd(kEck4.fwd, Unit().d, 0, 18).y / 1.3265004;
     const double short4 = 0.368321870215 / (2.0 * std::sqrt(kPi / (4.0 + kPi))) - sin4;
