@@ -5,7 +5,7 @@ JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 WERROR     ?= OFF
 CMAKE_ARGS ?=
 
-.PHONY: all deps build demo test test-asan bench fuzz install clean format
+.PHONY: all deps build demo test test-asan test-tsan bench fuzz install clean format
 
 all: build
 
@@ -30,6 +30,12 @@ test-asan: deps
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 	cd $(ASAN_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	    ctest --output-on-failure -j $(JOBS)
+
+TSAN_BUILD ?= build-tsan
+test-tsan: deps
+	cmake -S . -B $(TSAN_BUILD) -DKVPROJ_TSAN=ON -DKVPROJ_WERROR=$(WERROR) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_ARGS)
+	cmake --build $(TSAN_BUILD) -j $(JOBS)
+	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j $(JOBS)
 
 bench:
 	@sh tools/deps.sh libbenchmark-dev libproj-dev
