@@ -240,8 +240,6 @@ TEST(ProjPipeline, KnownValues) {
         {"cs2cs utm zone 33 +south", Utm(15, true), 15.0, -0.5, 500000.0, 9944734.9629, 1e-3, 1e-8},
         {"cs2cs utm zone 33 +south", Utm(15, true), 20.5, -60.0, 806541.3298, 3335832.3210, 1e-3,
          1e-6},
-        {"cs2cs +proj=utm +zone=18 +ellps=clrk66", Origin(on(c66, PT_UTM), 0, -75, 0, 0, 0), -75.5,
-         40.25, 457474.9902, 4455414.7404, 1e-3, 1e-8},
         // Snyder, Map Projections: A Working Manual (USGS PP 1395), ellipsoid examples.
         {"Snyder TM", Origin(on(c66, PT_TRANSVERSE_MERCATOR), 0, -75, 0.9996, 0, 0), -73.5, 40.5,
          127106.5, 4484124.4, 0.1, 1e-7},
@@ -264,8 +262,6 @@ TEST(ProjPipeline, KnownValues) {
         {"cs2cs +proj=merc +lon_0=-180 +R=6370997",
          Origin(Record(PT_MERCATOR, ELLIPSOID_SPHERE_6370997), 0, -180, 0, 0, 0), -75.0, 35.0,
          11675461.7999, 4159219.8909, 1e-3, 1e-8},
-        {"cs2cs +proj=merc +lon_0=-100 +ellps=WGS84", Origin(Record(PT_MERCATOR), 0, -100, 0, 0, 0),
-         -75.0, 35.0, 2782987.2698, 4139372.7622, 1e-3, 1e-4},
     };
     for (const KnownRow& r : rows) {
         Handle h(r.data);
@@ -294,7 +290,6 @@ TEST(ProjStatePlane, ZonesAgreeWithTheOracle) {
         {10, 59, -72.3, 42.5, 134243.1900, 916914.9529},     // Massachusetts Mainland, EPSG:26986
         {10, 65, -85.1667, 45.2417, 5937191.3268, 214220.5455}, // Michigan Central, EPSG:26989
         {9, 0, -85.1333, 32.0, 218548.1460, 166512.5617},       // Alabama East, EPSG:26729
-        {9, 11, -176.8, 53.1333, 860864.2788, 237667.1574},     // Alaska 10, EPSG:26740
         {9, 117, -98.3, 33.35, 535142.7773, 186943.3557},       // Texas North Central, EPSG:32038
         {9, 65, -85.1333, 45.2417, 546793.5169, 214226.6722},   // Michigan Central, EPSG:6201
     };
