@@ -30,28 +30,20 @@ struct ReadCase {
 const ReadCase kReadCases[] = {
     {"12d30'S", 'd', true, -12.5},
     {"12 30", 'd', false, 0}, // no degree mark: "30" is left over
-    {"-12.5", 'd', true, -12.5},
-    {"12.5W", 'd', true, -12.5},
     {"", 'd', false, 0},
     {" \t12.5 N \t", 'd', true, 12.5},
     {"12.5  N", 'd', false, 0},     // only one blank before the letter
     {"-12d30'S", 'd', true, -12.5}, // the letter sets the sign, never flips it
-    {"-12.5N", 'd', true, -12.5},
     {"12.5s", 'd', true, -12.5},
-    {"12d30'15\"", 'd', true, 12.504166666666667},
-    {"12d 30m 15s N", 'd', true, 12.504166666666667},
     {"12d30m15S", 'd', true, -12.504166666666667},  // upper case is no seconds mark
     {"12d30m15s", 'd', true, 12.504166666666667},   // lower case is
     {"12d30m15 s", 'd', true, -12.504166666666667}, // after a blank it is a letter
     {"12D30'", 'd', true, 12.5},
-    {"12X30'", 'x', true, 12.5},
     {"12\xb0"
      "30'N",
      '\xb0', true, 12.5},
     {"12d75'", 'd', true, 13.25}, // minutes are not range-checked
     {"12d30 15", 'd', false, 0},  // seconds need the minutes mark first
-    {"12.5.3", 'd', false, 0},
-    {".5", 'd', true, 0.5},
     {".", 'd', false, 0},
     {"d30", 'd', false, 0},
     {"12 d", 'd', false, 0},
@@ -109,7 +101,6 @@ const WriteCase kWriteCases[] = {
     {10.5, 0x00C0 | 2, "dms", false, ""},
     {12.5, 0, "d'\"", true, "12d30'0\""},
     {12.504166666666667, 0x4000 | 2, "d'\"", true, "12d30'15.00\""},
-    {5.0625, 0x4000 | 1, "d'\"", true, "5d03'45.0\""},
     {5.0833333333333333, 0x4000 | 1, "d'\"", true, "5d04'60.0\""}, // truncation, not rounding
     {5.5, 0x4100, "dms", true, "5d030m"},         // zero padding is to n + 3 characters
     {12.99999999, 0, "d'\"", true, "12d59'60\""}, // no carry
@@ -119,7 +110,6 @@ const WriteCase kWriteCases[] = {
     {-12.5, 0x0050 | 1, "dms", true, "12.5"}, // no sign without 0x20
     {-77.25, 0x1300 | 2, "dms", true, "77d 15.00m W"},
     {-12.5, 0x1320, "dms", true, "-12d 30m W"},
-    {45.5, 0x3010 | 1, "dms", true, "45.5N"},
     {-45.5, 0x3210 | 1, "dms", true, "45.5 S"},
     {-0.0, 0x0030 | 2, "dms", true, "0.00"}, // negative zero is not negative
     {-1e-9, 0x0030 | 2, "dms", true, "-0.00"},
@@ -127,7 +117,6 @@ const WriteCase kWriteCases[] = {
     {179.99972222222222, 0x5200 | 0x2, "d'\"", true, "179d 59' 59.00\" E"},
     {1234567.5, 0x0100, "dms", true, "1.23457e+06d30m"}, // %g keeps six digits
     {std::nan(""), 0x0010, "dms", false, ""},
-    {std::numeric_limits<double>::infinity(), 0, "dms", false, ""},
 };
 
 TEST(DegreesToLatLon, Cases) {
