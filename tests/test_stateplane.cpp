@@ -218,14 +218,10 @@ TEST(StatePlaneLookup, ByCodes) {
         ProjType type;
         int zone;
     } epsg[] = {
-        {26729, true, PT_STATE_PLANE_27, 0},
-        {32100, true, PT_STATE_PLANE_83, 75},
-        {32133, true, PT_STATE_PLANE_83, 110}, // both South Carolina zones and the statewide one:
-                                               // first row wins
-        {32161, true, PT_STATE_PLANE_83, 107}, // carried by St. Croix's row, which NAD 83 does not
-                                               // define
-        {32099, false, PT_UNPROJECTED, 142},
-        {-1, false, PT_UNPROJECTED, 142},
+        {26729, true, PT_STATE_PLANE_27, 0},   {32100, true, PT_STATE_PLANE_83, 75},
+        {32133, true, PT_STATE_PLANE_83, 110}, // shared by three rows: the first wins
+        {32161, true, PT_STATE_PLANE_83, 107}, // on St. Croix's row, undefined on NAD 83
+        {32099, false, PT_UNPROJECTED, 142},   {-1, false, PT_UNPROJECTED, 142},
     };
     for (const Epsg& c : epsg) {
         ProjType type = PT_UNPROJECTED;
