@@ -1,11 +1,12 @@
 // Small helpers shared by the conic and world projection modules: the
-// longitude-wrap flag, bringing an angle into one turn, and clamping the
-// argument of asin/acos.
+// longitude-wrap flag, bringing an angle into one turn, clamping the argument
+// of asin/acos, and the blocked Newton loop of the world projections.
 #ifndef KVPROJ_PROJECTIONS_WORLDMATH_H
 #define KVPROJ_PROJECTIONS_WORLDMATH_H
 
 #include "kvproj/projdata.h"
 #include "projections/ProjMath.h"
+#include "projections/ProjModule.h"
 
 #include <cmath>
 #include <cstring>
@@ -53,6 +54,37 @@ inline void IterateInRounds(int* active, int count, int maxRounds, StepFn step) 
             kept += step(lane) ? 1 : 0;
         }
         count = kept;
+    }
+}
+
+// The forward loop of a world projection solved by Newton's method: the
+// points go through in blocks of kLaneBlock lanes of type Lane, iterated
+// together by IterateInRounds. For every plottable point `start(p, lane)`
+// fills its lane and says whether it iterates at all; a point that does not
+// is marked failed. `step(lane)` makes one step and says whether it wants
+// another (at most maxSteps). `finish(p, lane)` writes the result of an
+// iterated point, or returns false to have it marked failed. Markers pass
+// through untouched.
+template <typename Lane, typename StartFn, typename StepFn, typename FinishFn>
+inline void NewtonInBlocks(PROJDATA* data, PROJPOINT* points, int count, int maxSteps,
+                           StartFn start, StepFn step, FinishFn finish) {
+    Lane lane[kLaneBlock];
+    bool started[kLaneBlock];
+    int active[kLaneBlock];
+    for (int base = 0; base < count; base += kLaneBlock) {
+        const int n = count - base < kLaneBlock ? count - base : kLaneBlock;
+        PROJPOINT* pts = points + base;
+        int m = 0;
+        for (int i = 0; i < n; ++i) {
+            started[i] = !IsUnplottable(pts[i]) && start(pts[i], lane[i]);
+            if (started[i]) active[m++] = i;
+        }
+        IterateInRounds(active, m, maxSteps, [&lane, &step](int i) { return step(lane[i]); });
+        for (int i = 0; i < n; ++i) {
+            PROJPOINT& p = pts[i];
+            if (IsUnplottable(p)) continue;
+            if (!started[i] || !finish(p, lane[i])) MarkFailed(data, p);
+        }
     }
 }
 

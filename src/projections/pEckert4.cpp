@@ -43,41 +43,23 @@ bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = data->MajorRadius, lam0 = data->Lon0;
     const bool wrap = WrapLonFlag(data);
-    Auxiliary lane[kLaneBlock];
-    bool started[kLaneBlock];
-    int active[kLaneBlock];
-    for (int base = 0; base < count; base += kLaneBlock) {
-        const int n = count - base < kLaneBlock ? count - base : kLaneBlock;
-        PROJPOINT* pts = points + base;
-        int m = 0;
-        for (int i = 0; i < n; ++i) {
-            started[i] = false;
-            if (IsUnplottable(pts[i])) continue;
-            const double phi = pts[i].y;
-            Auxiliary& a = lane[i];
-            a.t = phi / 2.0;
-            a.sinT = std::sin(a.t);
-            a.cosT = std::cos(a.t);
-            a.rhs = kTwoPlusHalfPi * (2.0 * a.sinT * a.cosT); // sin phi
-            ComputeStep(a);
-            if (2.0 * a.cosT * (a.cosT + 1.0) == 0.0) continue; // start value only
-            started[i] = true;
-            active[m++] = i;
-        }
-        IterateInRounds(active, m, kMaxSteps, [&lane](int i) { return AuxiliaryStep(lane[i]); });
-        for (int i = 0; i < n; ++i) {
-            PROJPOINT& p = pts[i];
-            if (IsUnplottable(p)) continue;
-            if (!started[i]) {
-                MarkFailed(data, p);
-                continue;
-            }
-            double dLam = p.x - lam0;
-            if (wrap) dLam = WrapOnce(dLam);
-            p.x = kCx * r * dLam * (1.0 + lane[i].cosT);
-            p.y = kCy * r * lane[i].sinT;
-        }
-    }
+    auto start = [](const PROJPOINT& p, Auxiliary& a) {
+        a.t = p.y / 2.0;
+        a.sinT = std::sin(a.t);
+        a.cosT = std::cos(a.t);
+        a.rhs = kTwoPlusHalfPi * (2.0 * a.sinT * a.cosT); // sin phi
+        ComputeStep(a);
+        return 2.0 * a.cosT * (a.cosT + 1.0) != 0.0; // else the start value only
+    };
+    auto finish = [&](PROJPOINT& p, const Auxiliary& a) {
+        double dLam = p.x - lam0;
+        if (wrap) dLam = WrapOnce(dLam);
+        p.x = kCx * r * dLam * (1.0 + a.cosT);
+        p.y = kCy * r * a.sinT;
+        return true;
+    };
+    auto step = [](Auxiliary& a) { return AuxiliaryStep(a); };
+    NewtonInBlocks<Auxiliary>(data, points, count, kMaxSteps, start, step, finish);
     return true;
 }
 

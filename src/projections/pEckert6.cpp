@@ -38,43 +38,27 @@ bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count) {
     const double r = data->MajorRadius, lam0 = data->Lon0;
     const bool wrap = WrapLonFlag(data);
     const double k = r / std::sqrt(kTwoPlusPi);
-    Auxiliary lane[kLaneBlock];
-    bool started[kLaneBlock];
-    int active[kLaneBlock];
-    for (int base = 0; base < count; base += kLaneBlock) {
-        const int n = count - base < kLaneBlock ? count - base : kLaneBlock;
-        PROJPOINT* pts = points + base;
-        int m = 0;
-        for (int i = 0; i < n; ++i) {
-            started[i] = false;
-            if (IsUnplottable(pts[i])) continue;
-            // The iteration starts at t = phi, so the first step reuses the
-            // sine that the right-hand side needs.
-            const double phi = pts[i].y, sinPhi = std::sin(phi), cosPhi = std::cos(phi);
-            if (1.0 + cosPhi == 0.0) continue; // start value only
-            Auxiliary& a = lane[i];
-            a.t = phi;
-            a.rhs = kOnePlusHalfPi * sinPhi;
-            a.sinT = sinPhi;
-            a.cosT = cosPhi;
-            ComputeStep(a);
-            started[i] = true;
-            active[m++] = i;
-        }
-        IterateInRounds(active, m, kMaxSteps, [&lane](int i) { return AuxiliaryStep(lane[i]); });
-        for (int i = 0; i < n; ++i) {
-            PROJPOINT& p = pts[i];
-            if (IsUnplottable(p)) continue;
-            if (!started[i]) {
-                MarkFailed(data, p);
-                continue;
-            }
-            double dLam = p.x - lam0;
-            if (wrap) dLam = WrapOnce(dLam);
-            p.x = k * dLam * (1.0 + lane[i].cosT);
-            p.y = 2.0 * k * lane[i].t;
-        }
-    }
+    auto start = [](const PROJPOINT& p, Auxiliary& a) {
+        // The iteration starts at t = phi, so the first step reuses the
+        // sine that the right-hand side needs.
+        const double phi = p.y, sinPhi = std::sin(phi), cosPhi = std::cos(phi);
+        if (1.0 + cosPhi == 0.0) return false; // start value only
+        a.t = phi;
+        a.rhs = kOnePlusHalfPi * sinPhi;
+        a.sinT = sinPhi;
+        a.cosT = cosPhi;
+        ComputeStep(a);
+        return true;
+    };
+    auto finish = [&](PROJPOINT& p, const Auxiliary& a) {
+        double dLam = p.x - lam0;
+        if (wrap) dLam = WrapOnce(dLam);
+        p.x = k * dLam * (1.0 + a.cosT);
+        p.y = 2.0 * k * a.t;
+        return true;
+    };
+    auto step = [](Auxiliary& a) { return AuxiliaryStep(a); };
+    NewtonInBlocks<Auxiliary>(data, points, count, kMaxSteps, start, step, finish);
     return true;
 }
 

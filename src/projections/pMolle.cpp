@@ -57,39 +57,27 @@ bool MolleForward(PROJDATA* data, PROJPOINT* points, int count) {
     const double r = data->MajorRadius, lam0 = data->Lon0;
     const bool wrap = WrapLonFlag(data);
     const double cx = std::pow(8.0, 0.5) / kPi * r, cy = std::pow(2.0, 0.5) * r;
-    Auxiliary lane[kLaneBlock];
-    int active[kLaneBlock];
-    for (int base = 0; base < count; base += kLaneBlock) {
-        const int n = count - base < kLaneBlock ? count - base : kLaneBlock;
-        PROJPOINT* pts = points + base;
-        int m = 0;
-        for (int i = 0; i < n; ++i) {
-            if (IsUnplottable(pts[i])) continue;
-            double phi = pts[i].y;
-            if (std::fabs(phi) < kEquatorNudge) phi += kEquatorNudge;
-            double dLam = pts[i].x - lam0;
-            if (wrap) dLam = WrapOnce(dLam);
-            const double sinPhi = std::sin(phi), cosPhi = std::cos(phi);
-            lane[i] = Auxiliary{phi, 999.0, kPi * sinPhi, dLam, sinPhi, cosPhi, false};
-            active[m++] = i;
-        }
-        // Every point makes at least one step (the first test never stops
-        // the loop) and at most kMaxSteps.
-        IterateInRounds(active, m, kMaxSteps, [&lane](int i) { return AuxiliaryStep(lane[i]); });
-        for (int i = 0; i < n; ++i) {
-            PROJPOINT& p = pts[i];
-            if (IsUnplottable(p)) continue;
-            const Auxiliary& a = lane[i];
-            if (a.failed || std::fabs(a.delta) > kEpsilon) {
-                MarkFailed(data, p);
-                continue;
-            }
-            double sinTheta, cosTheta;
-            HalfAngle(a, &sinTheta, &cosTheta);
-            p.x = cx * a.dLam * cosTheta;
-            p.y = cy * sinTheta;
-        }
-    }
+    auto start = [&](const PROJPOINT& p, Auxiliary& a) {
+        double phi = p.y;
+        if (std::fabs(phi) < kEquatorNudge) phi += kEquatorNudge;
+        double dLam = p.x - lam0;
+        if (wrap) dLam = WrapOnce(dLam);
+        const double sinPhi = std::sin(phi), cosPhi = std::cos(phi);
+        a = Auxiliary{phi, 999.0, kPi * sinPhi, dLam, sinPhi, cosPhi, false};
+        return true;
+    };
+    // Every point makes at least one step (the first test never stops the
+    // loop) and at most kMaxSteps.
+    auto finish = [&](PROJPOINT& p, const Auxiliary& a) {
+        if (a.failed || std::fabs(a.delta) > kEpsilon) return false;
+        double sinTheta, cosTheta;
+        HalfAngle(a, &sinTheta, &cosTheta);
+        p.x = cx * a.dLam * cosTheta;
+        p.y = cy * sinTheta;
+        return true;
+    };
+    auto step = [](Auxiliary& a) { return AuxiliaryStep(a); };
+    NewtonInBlocks<Auxiliary>(data, points, count, kMaxSteps, start, step, finish);
     return true;
 }
 
