@@ -52,7 +52,7 @@ const Alias kTypeAliases[] = {
     {"spcs27", 9},  {"spcs83", 10}, {"poly", 11},      {"eqc", 13},        {"robin", 14},
     {"tmerc", 17},  {"tm", 17},     {"gk", 18},        {"sinu", 19},       {"laea", 20},
     {"bonne", 21},  {"eck4", 23},   {"eck6", 24},      {"eqdc", 26},       {"gnom", 27},
-    {"aeqd", 28},
+    {"aeqd", 28},     {"undefined", KVProj::PT_UNDEFINED},
 };
 
 int ParamIdOf(const std::string& key) {
@@ -223,7 +223,11 @@ bool ApplyProjParam(const std::string& key, const std::string& value, PROJDATA* 
         int32_t v = 0;
         ok = width == 4 && ParseEnum(id, text, &v) && KVProj::ProjSetParam(data, id, &v);
     }
-    if (!ok) *error = "bad value '" + text + "' for '" + key + "'";
+    if (!ok) {
+        char label[KVPROJ_NAME_LEN] = "";
+        KVProj::ProjParamInfo(id, label, nullptr, nullptr, nullptr);
+        *error = "bad value '" + text + "' for " + label;
+    }
     return ok;
 }
 

@@ -2,6 +2,7 @@
 #include "cmd_zone.h"
 
 #include "Command.h"
+#include "ProjArgs.h"
 
 #include "kvproj/kvproj.h"
 
@@ -361,92 +362,13 @@ int cmdUtm(const std::vector<std::string>& args) {
 
 // ------------------------------------------------------------ check
 
-// PROJDATA field names in parameter-id order (id 1 is Type).
-const char* const kFieldNames[] = {
-    "Type",  "Scale",   "xOrg",     "yOrg",      "Lat0",        "Lon0",       "Lat1", "Lat2",
-    "Lat3",  "Lon1",    "Lon2",     "Lon3",      "K0",          "bSouth",     "Zone", "bUseAlpha",
-    "Alpha", "bRotate", "bUOffset", "Ellipsoid", "MajorRadius", "Flattening",
-};
-constexpr int kParamCount = static_cast<int>(sizeof(kFieldNames) / sizeof(kFieldNames[0]));
-
-int paramIdOf(const std::string& key) {
-    for (int id = 1; id <= kParamCount; ++id)
-        if (equalsIgnoringCase(key, kFieldNames[id - 1]) || equalsIgnoringCase(key, paramLabel(id)))
-            return id;
-    return 0;
-}
-
-bool parseBool(const std::string& text, bool* value) {
-    for (const char* t : {"true", "yes", "on", "1"})
-        if (equalsIgnoringCase(text, t)) return *value = true;
-    for (const char* f : {"false", "no", "off", "0"})
-        if (equalsIgnoringCase(text, f)) return !(*value = false);
-    return false;
-}
-
-bool parseEnum(ProjDataType type, const std::string& text, int32_t* value) {
-    int n = 0;
-    if (parseInt(text, &n)) {
-        *value = n;
-        return true;
-    }
-    std::vector<char> name(text.begin(), text.end());
-    name.push_back('\0');
-    if (type == KVProj::PDT_PROJTYPE) {
-        // The catalogue's own names ("Universal Transverse Mercator (UTM)").
-        for (int t = 0; t < KVProj::ProjNumProjections(); ++t) {
-            char full[KVPROJ_NAME_LEN];
-            KVProj::ProjGetProjectionInfo(static_cast<ProjType>(t), full);
-            if (equalsIgnoringCase(text, full)) {
-                *value = t;
-                return true;
-            }
-        }
-        if (equalsIgnoringCase(text, "undefined")) {
-            *value = KVProj::PT_UNDEFINED;
-            return true;
-        }
-        return false;
-    }
-    if (type == KVProj::PDT_STATEZONE) {
-        StateZoneType zone;
-        if (!KVProj::ProjGetStateZoneFromName(&zone, name.data())) return false;
-        *value = zone;
-        return true;
-    }
-    if (type == KVProj::PDT_ELLIPSOID) {
-        EllipsoidType e;
-        if (!KVProj::EllipsoidFromName(&e, name.data())) return false;
-        *value = e;
-        return true;
-    }
-    return false;
-}
-
-// Applies one "key = value" line; an error text when it cannot.
+// Applies one "key = value" line with the parameter words every sub-command
+// understands; an error text when it cannot.
 std::string applyLine(PROJDATA* data, const std::string& line) {
     const size_t eq = line.find('=');
     if (eq == std::string::npos) return "expected key=value, got '" + line + "'";
-    const std::string key = trim(line.substr(0, eq));
-    const std::string text = trim(line.substr(eq + 1));
-    const int id = paramIdOf(key);
-    if (id == 0) return "unknown parameter '" + key + "'";
-    ProjDataType type;
-    int width = 0;
-    if (!KVProj::ProjParamInfo(id, nullptr, &type, nullptr, &width))
-        return "unknown parameter '" + key + "'";
-    bool ok = false;
-    if (type == KVProj::PDT_DOUBLE) {
-        double v = 0;
-        ok = parseAngle(text, &v) && KVProj::ProjSetParam(data, id, &v);
-    } else if (type == KVProj::PDT_BOOL) {
-        bool v = false;
-        ok = parseBool(text, &v) && KVProj::ProjSetParam(data, id, &v);
-    } else {
-        int32_t v = 0;
-        ok = width == 4 && parseEnum(type, text, &v) && KVProj::ProjSetParam(data, id, &v);
-    }
-    return ok ? "" : "bad value '" + text + "' for " + paramLabel(id);
+    std::string error;
+    return ApplyProjParam(trim(line.substr(0, eq)), line.substr(eq + 1), data, &error) ? "" : error;
 }
 
 // Reads lines from `in` into `data`; false (after a usage message) on the first bad line.
