@@ -10,30 +10,19 @@
 // PROJ is given its input in radians, prepared outside the timed region; our
 // pipeline takes degrees and pays for the conversion itself. The inverses of
 // both start from our forward results.
-#include "kvproj/projection.h"
+#include "BenchSupport.h"
 
-#include <benchmark/benchmark.h>
-#include <proj.h>
-
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <map>
-#include <random>
 #include <string>
 #include <vector>
 
 using namespace KVProj;
+using namespace bench;
 
 namespace {
-
-constexpr int kPoints = 1000000;
-constexpr double kDegToRad = 3.141592653589793 / 180.0;
-
-struct Area {
-    double west, east, south, north; // degrees
-};
 
 // A record in degrees, as a host fills it.
 struct Rec {
@@ -141,118 +130,47 @@ std::vector<Setup> Setups() {
     };
 }
 
-// The points of one projection: degrees for us, radians for PROJ, our
-// forward results as input to our inverse, and the same with PROJ's sign of
-// y as input to PROJ's inverse.
+// The pipeline points of one projection, and our forward results with
+// PROJ's sign of y as input to PROJ's inverse.
 struct Data {
-    std::vector<PROJPOINT> degrees, radians, projected, projectedForProj;
+    PipelinePoints pipeline;
+    std::vector<PROJPOINT> projectedForProj;
 };
 
-std::map<std::string, Data>& Cache() {
-    static std::map<std::string, Data> cache;
-    return cache;
-}
-
 const Data& PointsFor(const Setup& s) {
-    Data& d = Cache()[s.name];
-    if (!d.degrees.empty()) return d;
-    std::mt19937_64 rng(20240501);
-    std::uniform_real_distribution<double> lon(s.area.west, s.area.east);
-    std::uniform_real_distribution<double> lat(s.area.south, s.area.north);
-    d.degrees.resize(kPoints);
-    d.radians.resize(kPoints);
-    for (int i = 0; i < kPoints; ++i) {
-        d.degrees[i] = PROJPOINT{lon(rng), lat(rng)};
-        d.radians[i] = PROJPOINT{d.degrees[i].x * kDegToRad, d.degrees[i].y * kDegToRad};
-    }
-    PROJDATA data = s.data;
-    void* h = ProjCreateProjection(&data);
-    d.projected = d.degrees;
-    if (!h || !ProjForward(h, d.projected.data(), kPoints))
-        std::fprintf(stderr, "%s: our forward failed\n", s.name);
-    ProjDeleteProjection(h);
-    d.projectedForProj = d.projected;
+    static std::map<std::string, Data> cache;
+    Data& d = cache[s.name];
+    if (!d.pipeline.degrees.empty()) return d;
+    d.pipeline = MakePipelinePoints(s.name, s.data, s.area, 20240501);
+    d.projectedForProj = d.pipeline.projected;
     for (PROJPOINT& p : d.projectedForProj)
         p.y *= s.ySign;
     return d;
 }
 
-void ProjTrans(PJ* p, PJ_DIRECTION dir, std::vector<PROJPOINT>& pts) {
-    proj_trans_generic(p, dir, &pts[0].x, sizeof(PROJPOINT), pts.size(), &pts[0].y,
-                       sizeof(PROJPOINT), pts.size(), nullptr, 0, 0, nullptr, 0, 0);
-}
-
-void SetRate(benchmark::State& state) {
-    state.SetItemsProcessed(state.iterations() * kPoints);
-    state.counters["ns/pt"] = benchmark::Counter(
-        kPoints, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
 void BenchOurs(benchmark::State& state, Setup s, bool forward) {
-    const Data& d = PointsFor(s);
-    PROJDATA data = s.data;
-    void* h = ProjCreateProjection(&data);
-    if (!h) {
-        state.SkipWithError("cannot create the projection");
-        return;
-    }
-    std::vector<PROJPOINT> work(kPoints);
-    const std::vector<PROJPOINT>& input = forward ? d.degrees : d.projected;
-    for (auto _ : state) {
-        state.PauseTiming();
-        std::copy(input.begin(), input.end(), work.begin());
-        state.ResumeTiming();
-        const bool ok =
-            forward ? ProjForward(h, work.data(), kPoints) : ProjInverse(h, work.data(), kPoints);
-        if (!ok) state.SkipWithError("conversion failed");
-        benchmark::DoNotOptimize(work.data());
-    }
-    ProjDeleteProjection(h);
-    SetRate(state);
+    const PipelinePoints& d = PointsFor(s).pipeline;
+    TimePipeline(state, s.data, forward ? d.degrees : d.projected, forward);
 }
 
 void BenchProj(benchmark::State& state, Setup s, bool forward) {
     const Data& d = PointsFor(s);
-    PJ_CONTEXT* ctx = proj_context_create();
-    PJ* p = proj_create(ctx, s.proj);
-    if (!p) {
-        state.SkipWithError("PROJ cannot make the projection");
-        proj_context_destroy(ctx);
-        return;
-    }
-    std::vector<PROJPOINT> work(kPoints);
-    const std::vector<PROJPOINT>& input = forward ? d.radians : d.projectedForProj;
-    for (auto _ : state) {
-        state.PauseTiming();
-        std::copy(input.begin(), input.end(), work.begin());
-        state.ResumeTiming();
-        ProjTrans(p, forward ? PJ_FWD : PJ_INV, work);
-        benchmark::DoNotOptimize(work.data());
-    }
-    proj_destroy(p);
-    proj_context_destroy(ctx);
-    SetRate(state);
-}
-
-// Longitudes that name the same meridian are equal: an inverse may hand
-// back the other turn of a point beyond 180 degrees from Greenwich.
-double LonDiff(double a, double b) {
-    return std::fabs(std::remainder(a - b, 360.0));
+    const ProjOperation op(s.proj);
+    TimeProj(state, op, forward ? d.pipeline.radians : d.projectedForProj,
+             forward ? PJ_FWD : PJ_INV);
 }
 
 // Largest distance between our forward results and PROJ's; points either
 // side could not convert are counted; and our own inverse round trip.
 void PrintAgreement(const Setup& s) {
-    const Data& d = PointsFor(s);
-    PJ_CONTEXT* ctx = proj_context_create();
-    PJ* p = proj_create(ctx, s.proj);
-    if (!p) {
+    const PipelinePoints& d = PointsFor(s).pipeline;
+    const ProjOperation op(s.proj);
+    if (!op) {
         std::printf("%-15s PROJ cannot make '%s'\n", s.name, s.proj);
-        proj_context_destroy(ctx);
         return;
     }
     std::vector<PROJPOINT> theirs = d.radians;
-    ProjTrans(p, PJ_FWD, theirs);
+    op.Trans(PJ_FWD, theirs);
     double worst = 0;
     long failed = 0;
     for (int i = 0; i < kPoints; ++i) {
@@ -264,70 +182,35 @@ void PrintAgreement(const Setup& s) {
         }
         worst = std::max(worst, std::hypot(a.x - b.x, a.y - s.ySign * b.y));
     }
-    std::vector<PROJPOINT> back = d.projected;
-    PROJDATA data = s.data;
-    void* h = ProjCreateProjection(&data);
-    ProjInverse(h, back.data(), kPoints);
-    ProjDeleteProjection(h);
-    double inv = 0;
-    for (int i = 0; i < kPoints; ++i)
-        if (back[i].x != KVPROJ_UNPLOTTABLE)
-            inv = std::max(inv, std::max(LonDiff(back[i].x, d.degrees[i].x),
-                                         std::fabs(back[i].y - d.degrees[i].y)));
     std::printf("%-15s forward vs PROJ worst %.3e m (%ld unconverted); round trip worst %.1e deg\n",
-                s.name, worst, failed, inv);
-    proj_destroy(p);
-    proj_context_destroy(ctx);
+                s.name, worst, failed, RoundTripWorst(s.data, d));
 }
 
-// Collects ns/point per benchmark to print the comparison at the end. Times
-// are CPU times of the converting thread.
-class Summary : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& r : runs) {
-            auto it = r.counters.find("ns/pt");
-            if (it != r.counters.end()) m_ns[r.benchmark_name()] = it->second.value * 1e9;
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void Print() const {
-        std::printf("\n%-15s %-4s %12s %12s %8s\n", "projection", "dir", "kvproj ns/pt",
-                    "PROJ ns/pt", "speedup");
-        for (const Setup& s : Setups())
-            for (const char* dir : {"fwd", "inv"}) {
-                const std::string base = std::string(s.name) + "/" + dir;
-                const double ours = Get(base + "/kvproj"), theirs = Get(base + "/PROJ");
-                std::printf("%-15s %-4s %12.1f %12.1f %7.2fx\n", s.name, dir, ours, theirs,
-                            ours > 0 ? theirs / ours : 0.0);
-            }
-    }
-
-private:
-    double Get(const std::string& name) const {
-        auto it = m_ns.find(name);
-        return it == m_ns.end() ? 0.0 : it->second;
-    }
-    std::map<std::string, double> m_ns;
-};
+void PrintSummary(const RateCollector& rates) {
+    std::printf("\n%-15s %-4s %12s %12s %8s\n", "projection", "dir", "kvproj ns/pt", "PROJ ns/pt",
+                "speedup");
+    for (const Setup& s : Setups())
+        ForEachDirection(s.name, [&](const std::string& base, bool forward) {
+            const double ours = rates.NsPerPoint(base + "/kvproj");
+            const double theirs = rates.NsPerPoint(base + "/PROJ");
+            std::printf("%-15s %-4s %12.1f %12.1f %7.2fx\n", s.name, forward ? "fwd" : "inv", ours,
+                        theirs, ours > 0 ? theirs / ours : 0.0);
+        });
+}
 
 } // namespace
 
 int main(int argc, char** argv) {
     for (const Setup& s : Setups())
-        for (bool fwd : {true, false}) {
-            const std::string base = std::string(s.name) + (fwd ? "/fwd" : "/inv");
-            benchmark::RegisterBenchmark((base + "/kvproj").c_str(), BenchOurs, s, fwd)
-                ->Unit(benchmark::kMillisecond);
-            benchmark::RegisterBenchmark((base + "/PROJ").c_str(), BenchProj, s, fwd)
-                ->Unit(benchmark::kMillisecond);
-        }
-    benchmark::Initialize(&argc, argv);
-    for (const Setup& s : Setups())
-        PrintAgreement(s);
-    Summary summary;
-    benchmark::RunSpecifiedBenchmarks(&summary);
-    summary.Print();
-    benchmark::Shutdown();
-    return 0;
+        ForEachDirection(s.name, [&s](const std::string& base, bool fwd) {
+            Register(base + "/kvproj", BenchOurs, s, fwd);
+            Register(base + "/PROJ", BenchProj, s, fwd);
+        });
+    return RunBenchmarks(
+        argc, argv,
+        [] {
+            for (const Setup& s : Setups())
+                PrintAgreement(s);
+        },
+        PrintSummary);
 }

@@ -3,23 +3,20 @@
 // (geodetic -> geocentric -> Helmert -> geodetic) through proj_trans_generic,
 // both on degrees, longitude first. Reports nanoseconds per point and how far
 // the two results lie apart.
+#include "BenchSupport.h"
+
 #include "kvproj/datum.h"
 
-#include <benchmark/benchmark.h>
-#include <proj.h>
-
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <random>
+#include <string>
 #include <vector>
 
 using namespace KVProj;
+using namespace bench;
 
 namespace {
-
-constexpr int kPoints = 1000000;
 
 struct Case {
     const char* name;
@@ -36,14 +33,8 @@ const Case kCases[] = {
 };
 
 const std::vector<DATUMPOINT>& Points() {
-    static std::vector<DATUMPOINT> points = [] {
-        std::mt19937_64 rng(20261122);
-        std::uniform_real_distribution<double> lon(-10.0, 30.0), lat(35.0, 70.0);
-        std::vector<DATUMPOINT> p(kPoints);
-        for (DATUMPOINT& q : p)
-            q = {lon(rng), lat(rng)};
-        return p;
-    }();
+    static const std::vector<DATUMPOINT> points =
+        RandomPoints<DATUMPOINT>(20261122, Area{-10.0, 30.0, 35.0, 70.0});
     return points;
 }
 
@@ -60,80 +51,49 @@ DATUMXFORM ToWgs84(int datum) {
 void Ours(benchmark::State& state, const Case* c) {
     DATUMXFORM x = ToWgs84(c->datum);
     void* h = DatCreateDatum(&x);
-    std::vector<DATUMPOINT> work(kPoints);
-    for (auto _ : state) {
-        state.PauseTiming();
-        work = Points();
-        state.ResumeTiming();
+    TimeConversions(state, Points(), [h](std::vector<DATUMPOINT>& work) {
         DatConvertDatum(h, work.data(), kPoints);
-        benchmark::DoNotOptimize(work.data());
-    }
+        return true;
+    });
     DatDeleteDatum(h);
-    state.counters["ns_per_point"] = benchmark::Counter(
-        kPoints, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-PJ* ProjPipeline(PJ_CONTEXT* ctx, const Case* c) {
-    return proj_create_crs_to_crs(ctx, c->projSource, "+proj=longlat +datum=WGS84 +type=crs",
-                                  nullptr);
+// PROJ's "+towgs84" pipeline from the case's datum to WGS 84.
+ProjOperation ProjPipeline(const Case& c) {
+    return ProjOperation(c.projSource, kWgs84Crs);
 }
 
 void Proj(benchmark::State& state, const Case* c) {
-    PJ_CONTEXT* ctx = proj_context_create();
-    PJ* pj = ProjPipeline(ctx, c);
-    std::vector<DATUMPOINT> work(kPoints);
-    for (auto _ : state) {
-        state.PauseTiming();
-        work = Points();
-        state.ResumeTiming();
-        proj_trans_generic(pj, PJ_FWD, &work[0].x, sizeof(DATUMPOINT), kPoints, &work[0].y,
-                           sizeof(DATUMPOINT), kPoints, nullptr, 0, 0, nullptr, 0, 0);
-        benchmark::DoNotOptimize(work.data());
-    }
-    proj_destroy(pj);
-    proj_context_destroy(ctx);
-    state.counters["ns_per_point"] = benchmark::Counter(
-        kPoints, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    TimeProj(state, ProjPipeline(*c), Points(), PJ_FWD);
 }
 
 // Largest distance in metres between our result and PROJ's over all points.
 void Agreement() {
-    PJ_CONTEXT* ctx = proj_context_create();
     for (const Case& c : kCases) {
         std::vector<DATUMPOINT> ours = Points(), theirs = Points();
         DATUMXFORM x = ToWgs84(c.datum);
         void* h = DatCreateDatum(&x);
         DatConvertDatum(h, ours.data(), kPoints);
         DatDeleteDatum(h);
-        PJ* pj = ProjPipeline(ctx, &c);
-        proj_trans_generic(pj, PJ_FWD, &theirs[0].x, sizeof(DATUMPOINT), kPoints, &theirs[0].y,
-                           sizeof(DATUMPOINT), kPoints, nullptr, 0, 0, nullptr, 0, 0);
-        proj_destroy(pj);
+        ProjPipeline(c).Trans(PJ_FWD, theirs);
         double worst = 0.0;
         for (int i = 0; i < kPoints; ++i) {
             double dy = (ours[i].y - theirs[i].y) * 111320.0;
-            double dx = (ours[i].x - theirs[i].x) * 111320.0 *
-                        std::cos(ours[i].y * 3.141592653589793 / 180.0);
+            double dx = (ours[i].x - theirs[i].x) * 111320.0 * std::cos(ours[i].y * kDegToRad);
             worst = std::max(worst, std::hypot(dx, dy));
         }
         std::printf("%-10s largest difference from PROJ +towgs84: %.6f m%s\n", c.name, worst,
                     c.datum == 5 ? " (standard Molodensky vs geocentric translation)" : "");
     }
-    proj_context_destroy(ctx);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     for (const Case& c : kCases) {
-        benchmark::RegisterBenchmark((std::string("kvproj/") + c.name).c_str(), Ours, &c)
-            ->Unit(benchmark::kMillisecond);
-        benchmark::RegisterBenchmark((std::string("PROJ/") + c.name).c_str(), Proj, &c)
-            ->Unit(benchmark::kMillisecond);
+        Register(std::string("kvproj/") + c.name, Ours, &c);
+        Register(std::string("PROJ/") + c.name, Proj, &c);
     }
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    Agreement();
-    return 0;
+    return RunBenchmarks(
+        argc, argv, [] {}, [](const RateCollector&) { Agreement(); });
 }

@@ -7,14 +7,11 @@
 // generated grid pair of the national grid's size, read from the files per
 // point (no target; the cost is reported).
 #include "../tests/GridFiles.h"
+#include "BenchSupport.h"
 
 #include "datum/GridShift.h"
 #include "kvproj/datum.h"
 
-#include <benchmark/benchmark.h>
-#include <proj.h>
-
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -23,11 +20,11 @@
 #include <vector>
 
 using namespace KVProj;
+using namespace bench;
 using namespace gridfiles;
 
 namespace {
 
-constexpr int kPoints = 1000000;
 constexpr int kNadconPoints = 100000;
 
 // A smooth shift of a few arcseconds, different in every sub-grid.
@@ -84,97 +81,53 @@ Setup& Data() {
     return setup;
 }
 
-void PerPoint(benchmark::State& state, int count) {
-    state.counters["ns_per_point"] = benchmark::Counter(
-        count, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
 void Ntv2Transform(benchmark::State& state) {
     Setup& d = Data();
     NTV2Startup(d.ntv2Path.c_str());
-    std::vector<DATUMPOINT> work(kPoints);
-    for (auto _ : state) {
-        state.PauseTiming();
-        work = d.points;
-        state.ResumeTiming();
+    TimeConversions(state, d.points, [](std::vector<DATUMPOINT>& work) {
         NTV2Transform(kPoints, work.data(), false);
-        benchmark::DoNotOptimize(work.data());
-    }
-    PerPoint(state, kPoints);
+        return true;
+    });
 }
 
 void Ntv2DatConvert(benchmark::State& state) {
-    Setup& d = Data();
+    const Setup& d = Data(); // the grid directory is set before the datum is made
     DATUMXFORM x;
     std::memset(&x, 0, sizeof x);
     x.SrcDatum = static_cast<DatumType>(253);
     x.DestDatum = DATUM_WGS84;
     void* h = DatCreateDatum(&x);
-    std::vector<DATUMPOINT> work(kPoints);
-    for (auto _ : state) {
-        state.PauseTiming();
-        work = d.points;
-        state.ResumeTiming();
+    TimeConversions(state, d.points, [h](std::vector<DATUMPOINT>& work) {
         DatConvertDatum(h, work.data(), kPoints);
-        benchmark::DoNotOptimize(work.data());
-    }
+        return true;
+    });
     DatDeleteDatum(h);
-    PerPoint(state, kPoints);
 }
 
-PJ* ProjNadgrids(PJ_CONTEXT* ctx) {
-    const std::string src =
-        "+proj=longlat +ellps=clrk66 +nadgrids=" + Data().ntv2Path + " +type=crs";
-    return proj_create_crs_to_crs(ctx, src.c_str(), "+proj=longlat +datum=WGS84 +type=crs",
-                                  nullptr);
+ProjOperation Nadgrids() {
+    return ProjOperation("+proj=longlat +ellps=clrk66 +nadgrids=" + Data().ntv2Path + " +type=crs",
+                         kWgs84Crs);
 }
 
-PJ* ProjHgridshift(PJ_CONTEXT* ctx) {
-    const std::string p = "+proj=pipeline +step +proj=unitconvert +xy_in=deg +xy_out=rad "
-                          "+step +proj=hgridshift +grids=" +
-                          Data().ntv2Path + " +step +proj=unitconvert +xy_in=rad +xy_out=deg";
-    return proj_create(ctx, p.c_str());
+ProjOperation Hgridshift() {
+    return ProjOperation("+proj=pipeline +step +proj=unitconvert +xy_in=deg +xy_out=rad "
+                         "+step +proj=hgridshift +grids=" +
+                         Data().ntv2Path + " +step +proj=unitconvert +xy_in=rad +xy_out=deg");
 }
 
-void ProjTrans(PJ* pj, std::vector<DATUMPOINT>& work, int count) {
-    proj_trans_generic(pj, PJ_FWD, &work[0].x, sizeof(DATUMPOINT), size_t(count), &work[0].y,
-                       sizeof(DATUMPOINT), size_t(count), nullptr, 0, 0, nullptr, 0, 0);
-}
-
-void Proj(benchmark::State& state, PJ* (*make)(PJ_CONTEXT*)) {
-    Setup& d = Data();
-    PJ_CONTEXT* ctx = proj_context_create();
-    PJ* pj = make(ctx);
-    if (!pj) {
-        state.SkipWithError("PROJ could not build the operation");
-        proj_context_destroy(ctx);
-        return;
-    }
-    std::vector<DATUMPOINT> work(kPoints);
-    for (auto _ : state) {
-        state.PauseTiming();
-        work = d.points;
-        state.ResumeTiming();
-        ProjTrans(pj, work, kPoints);
-        benchmark::DoNotOptimize(work.data());
-    }
-    proj_destroy(pj);
-    proj_context_destroy(ctx);
-    PerPoint(state, kPoints);
+void Proj(benchmark::State& state, ProjOperation (*make)()) {
+    TimeProj(state, make(), Data().points, PJ_FWD);
 }
 
 void NadconShiftFromFiles(benchmark::State& state) {
-    Setup& d = Data();
-    std::vector<DATUMPOINT> work(kNadconPoints);
-    for (auto _ : state) {
-        state.PauseTiming();
-        for (int n = 0; n < kNadconPoints; ++n) // inside the NADCON grid
-            work[n] = {d.points[n].x * 0.9 + 5, d.points[n].y - 15};
-        state.ResumeTiming();
+    const Setup& d = Data();
+    std::vector<DATUMPOINT> input(kNadconPoints);
+    for (int n = 0; n < kNadconPoints; ++n) // inside the NADCON grid
+        input[n] = {d.points[n].x * 0.9 + 5, d.points[n].y - 15};
+    TimeConversions(state, input, [](std::vector<DATUMPOINT>& work) {
         NadconShift("conus", work.data(), kNadconPoints);
-        benchmark::DoNotOptimize(work.data());
-    }
-    PerPoint(state, kNadconPoints);
+        return true;
+    });
 }
 
 // Largest difference in degrees between our forward shift and PROJ's.
@@ -183,14 +136,12 @@ void Agreement() {
     std::vector<DATUMPOINT> ours = d.points, theirs = d.points;
     NTV2Startup(d.ntv2Path.c_str());
     NTV2Transform(kPoints, ours.data(), false);
-    PJ_CONTEXT* ctx = proj_context_create();
-    PJ* pj = ProjNadgrids(ctx);
-    if (!pj) {
+    const ProjOperation op = Nadgrids();
+    if (!op) {
         std::printf("PROJ could not build the +nadgrids operation\n");
-        proj_context_destroy(ctx);
         return;
     }
-    ProjTrans(pj, theirs, kPoints);
+    op.Trans(PJ_FWD, theirs);
     double worst = 0;
     for (int n = 0; n < kPoints; ++n)
         worst = std::max(
@@ -198,22 +149,16 @@ void Agreement() {
     std::printf("NTv2 forward, %d points, %zu sub-grids: largest difference from PROJ "
                 "+nadgrids %.3g degrees\n",
                 kPoints, Layout().size(), worst);
-    proj_destroy(pj);
-    proj_context_destroy(ctx);
 }
 
 } // namespace
 
 BENCHMARK(Ntv2Transform)->Unit(benchmark::kMillisecond);
 BENCHMARK(Ntv2DatConvert)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(Proj, Nadgrids, ProjNadgrids)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(Proj, Hgridshift, ProjHgridshift)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Proj, Nadgrids, Nadgrids)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Proj, Hgridshift, Hgridshift)->Unit(benchmark::kMillisecond);
 BENCHMARK(NadconShiftFromFiles)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
-    Agreement();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return RunBenchmarks(argc, argv, Agreement, [](const RateCollector&) {});
 }

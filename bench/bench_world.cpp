@@ -5,27 +5,24 @@
 // PROJ gets the same radians through proj_trans_generic. Both convert in
 // place; the inverses start from our forward results. Prints nanoseconds per
 // point, the speed ratio, and the largest distance between the two forwards.
+#include "BenchSupport.h"
+
 #include "projections/ProjModule.h"
 #include "projections/WorldModules.h"
 
-#include <benchmark/benchmark.h>
-#include <proj.h>
-
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <map>
-#include <random>
 #include <string>
 #include <vector>
 
 using namespace KVProj;
+using namespace bench;
 
 namespace {
 
-constexpr int kPoints = 1000000;
-constexpr double kRad = 3.141592653589793 / 180.0;
+constexpr double kRad = kDegToRad;
 
 using ConvertFn = bool (*)(PROJDATA*, PROJPOINT*, int);
 
@@ -33,7 +30,7 @@ struct Setup {
     const char* name;
     ConvertFn fwd, inv;
     double a, f, lat0, lon0, lat1, lat2;
-    double west, east, south, north; // area of the random points, degrees
+    Area area; // of the random points
     const char* proj;
 };
 
@@ -86,75 +83,37 @@ const Data& PointsFor(const Setup& s) {
     static std::map<std::string, Data> cache;
     Data& d = cache[s.name];
     if (!d.radians.empty()) return d;
-    std::mt19937_64 rng(20261122);
-    std::uniform_real_distribution<double> lon(s.west, s.east), lat(s.south, s.north);
-    d.radians.resize(kPoints);
-    for (PROJPOINT& p : d.radians)
-        p = PROJPOINT{lon(rng) * kRad, lat(rng) * kRad};
+    d.radians = ToRadians(RandomPoints<PROJPOINT>(20261122, s.area));
     d.projected = d.radians;
     PROJDATA w = Working(s);
     s.fwd(&w, d.projected.data(), kPoints);
     return d;
 }
 
-void ProjTrans(PJ* p, PJ_DIRECTION dir, std::vector<PROJPOINT>& pts) {
-    proj_trans_generic(p, dir, &pts[0].x, sizeof(PROJPOINT), pts.size(), &pts[0].y,
-                       sizeof(PROJPOINT), pts.size(), nullptr, 0, 0, nullptr, 0, 0);
-}
-
-void SetRate(benchmark::State& state) {
-    state.SetItemsProcessed(state.iterations() * kPoints);
-    state.counters["ns/pt"] = benchmark::Counter(
-        kPoints, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
 void BenchOurs(benchmark::State& state, const Setup* s, bool forward) {
     const Data& d = PointsFor(*s);
-    const std::vector<PROJPOINT>& input = forward ? d.radians : d.projected;
-    std::vector<PROJPOINT> work(kPoints);
-    for (auto _ : state) {
-        state.PauseTiming();
-        std::copy(input.begin(), input.end(), work.begin());
-        PROJDATA w = Working(*s); // the engine hands each call a fresh copy
-        state.ResumeTiming();
-        if (!(forward ? s->fwd : s->inv)(&w, work.data(), kPoints))
-            state.SkipWithError("conversion failed");
-        benchmark::DoNotOptimize(work.data());
-    }
-    SetRate(state);
+    PROJDATA w;
+    TimeConversions(
+        state, forward ? d.radians : d.projected,
+        [&] { w = Working(*s); }, // the engine hands each call a fresh copy
+        [&](std::vector<PROJPOINT>& work) {
+            return (forward ? s->fwd : s->inv)(&w, work.data(), kPoints);
+        });
 }
 
 void BenchProj(benchmark::State& state, const Setup* s, bool forward) {
     const Data& d = PointsFor(*s);
-    PJ_CONTEXT* ctx = proj_context_create();
-    PJ* p = proj_create(ctx, s->proj);
-    if (!p) {
-        state.SkipWithError("PROJ cannot make the projection");
-        proj_context_destroy(ctx);
-        return;
-    }
-    const std::vector<PROJPOINT>& input = forward ? d.radians : d.projected;
-    std::vector<PROJPOINT> work(kPoints);
-    for (auto _ : state) {
-        state.PauseTiming();
-        std::copy(input.begin(), input.end(), work.begin());
-        state.ResumeTiming();
-        ProjTrans(p, forward ? PJ_FWD : PJ_INV, work);
-        benchmark::DoNotOptimize(work.data());
-    }
-    proj_destroy(p);
-    proj_context_destroy(ctx);
-    SetRate(state);
+    const ProjOperation op(s->proj);
+    TimeProj(state, op, forward ? d.radians : d.projected, forward ? PJ_FWD : PJ_INV);
 }
 
 // Largest distance between our forward and PROJ's over the random points;
 // PROJ wraps longitudes that our conics do not, so those are left out.
 void PrintAgreement(const Setup& s) {
     const Data& d = PointsFor(s);
-    PJ_CONTEXT* ctx = proj_context_create();
-    PJ* p = proj_create(ctx, s.proj);
+    const ProjOperation op(s.proj);
     std::vector<PROJPOINT> theirs = d.radians;
-    ProjTrans(p, PJ_FWD, theirs);
+    op.Trans(PJ_FWD, theirs);
     double worst = 0.0;
     int at = 0;
     for (int i = 0; i < kPoints; ++i) {
@@ -168,61 +127,35 @@ void PrintAgreement(const Setup& s) {
     }
     std::printf("%-14s forward vs PROJ: worst %.3g m at lon %.6f lat %.6f\n", s.name, worst,
                 d.radians[at].x / kRad, d.radians[at].y / kRad);
-    proj_destroy(p);
-    proj_context_destroy(ctx);
 }
 
-// Collects ns/point per benchmark for the comparison printed at the end.
-class Summary : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& r : runs) {
-            auto it = r.counters.find("ns/pt");
-            if (it != r.counters.end()) m_ns[r.benchmark_name()] = it->second.value * 1e9;
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void Print() const {
-        std::printf("\n%-14s %-4s %12s %12s %8s  %s\n", "projection", "dir", "kvproj ns/pt",
-                    "PROJ ns/pt", "speedup", "target");
-        for (const Setup& s : kSetups)
-            for (const char* dir : {"fwd", "inv"}) {
-                const std::string base = std::string(s.name) + "/" + dir;
-                const double ours = Get(base + "/kvproj"), theirs = Get(base + "/PROJ");
-                const double ratio = ours > 0 ? theirs / ours : 0.0;
-                const bool fwd = dir[0] == 'f';
-                const bool met = fwd ? ratio >= 1.5 : ratio >= 1.0;
-                std::printf("%-14s %-4s %12.1f %12.1f %7.2fx  %s %s\n", s.name, dir, ours, theirs,
-                            ratio, fwd ? ">=1.5x" : ">=1.0x", met ? "met" : "MISSED");
-            }
-    }
-
-private:
-    double Get(const std::string& name) const {
-        auto it = m_ns.find(name);
-        return it == m_ns.end() ? 0.0 : it->second;
-    }
-    std::map<std::string, double> m_ns;
-};
+void PrintSummary(const RateCollector& rates) {
+    std::printf("\n%-14s %-4s %12s %12s %8s  %s\n", "projection", "dir", "kvproj ns/pt",
+                "PROJ ns/pt", "speedup", "target");
+    for (const Setup& s : kSetups)
+        ForEachDirection(s.name, [&](const std::string& base, bool fwd) {
+            const double ours = rates.NsPerPoint(base + "/kvproj");
+            const double theirs = rates.NsPerPoint(base + "/PROJ");
+            const double ratio = ours > 0 ? theirs / ours : 0.0;
+            const bool met = fwd ? ratio >= 1.5 : ratio >= 1.0;
+            std::printf("%-14s %-4s %12.1f %12.1f %7.2fx  %s %s\n", s.name, fwd ? "fwd" : "inv",
+                        ours, theirs, ratio, fwd ? ">=1.5x" : ">=1.0x", met ? "met" : "MISSED");
+        });
+}
 
 } // namespace
 
 int main(int argc, char** argv) {
-    for (const Setup& s : kSetups) {
-        for (bool fwd : {true, false}) {
-            const std::string base = std::string(s.name) + (fwd ? "/fwd" : "/inv");
-            benchmark::RegisterBenchmark((base + "/kvproj").c_str(), BenchOurs, &s, fwd)
-                ->Unit(benchmark::kMillisecond);
-            benchmark::RegisterBenchmark((base + "/PROJ").c_str(), BenchProj, &s, fwd)
-                ->Unit(benchmark::kMillisecond);
-        }
-    }
-    benchmark::Initialize(&argc, argv);
     for (const Setup& s : kSetups)
-        PrintAgreement(s);
-    Summary summary;
-    benchmark::RunSpecifiedBenchmarks(&summary);
-    summary.Print();
-    benchmark::Shutdown();
-    return 0;
+        ForEachDirection(s.name, [&s](const std::string& base, bool fwd) {
+            Register(base + "/kvproj", BenchOurs, &s, fwd);
+            Register(base + "/PROJ", BenchProj, &s, fwd);
+        });
+    return RunBenchmarks(
+        argc, argv,
+        [] {
+            for (const Setup& s : kSetups)
+                PrintAgreement(s);
+        },
+        PrintSummary);
 }
