@@ -124,6 +124,29 @@ inline void AdvanceSinCos(double tNew, double d, double* sinT, double* cosT) {
     *cosT = c + (c * cosDm1 - s * sinD);
 }
 
+// One lane of the Eckert IV and VI iterations: the angle t, the step
+// computed at t, the right-hand side, and sin t, cos t. Running out of steps
+// is not a failure (near the poles the denominator vanishes and convergence
+// is slow), and the step that met the tolerance, or the last one computed, is
+// not applied: the angle used is the one at which the last step was computed,
+// with its sine and cosine.
+struct EckertLane {
+    double t, delta, rhs, sinT, cosT;
+};
+
+constexpr double kEckertTolerance = 1.1920928955078125e-6;
+constexpr int kEckertMaxSteps = 99;
+
+// Applies the pending step and has `computeStep` (the module's Newton
+// quotient) compute the next one at the new angle; true while that one is
+// larger than the tolerance.
+template <typename ComputeStepFn> inline bool EckertStep(EckertLane& a, ComputeStepFn computeStep) {
+    a.t += a.delta;
+    AdvanceSinCos(a.t, a.delta, &a.sinT, &a.cosT);
+    computeStep(a);
+    return !(std::fabs(a.delta) <= kEckertTolerance);
+}
+
 } // namespace KVProj
 
 #endif

@@ -14,27 +14,10 @@ namespace {
 constexpr double kCx = 0.4222382;
 constexpr double kCy = 1.3265004;
 constexpr double kTwoPlusHalfPi = 3.5707963267948966;
-constexpr double kTolerance = 1.1920928955078125e-6;
-constexpr int kMaxSteps = 99;
 
-// Running out of steps is not a failure (near the poles the denominator
-// vanishes and convergence is slow), and the step that met the tolerance, or
-// the last one computed, is not applied: the angle used is the one at which
-// the last step was computed, with its sine and cosine.
-struct Auxiliary {
-    double t, delta, rhs, sinT, cosT;
-};
-
-inline void ComputeStep(Auxiliary& a) {
+inline void ComputeStep(EckertLane& a) {
     const double s = a.sinT, c = a.cosT;
     a.delta = -(a.t + s * c + 2.0 * s - a.rhs) / (2.0 * c * (1.0 + c));
-}
-
-inline bool AuxiliaryStep(Auxiliary& a) {
-    a.t += a.delta;
-    AdvanceSinCos(a.t, a.delta, &a.sinT, &a.cosT);
-    ComputeStep(a);
-    return !(std::fabs(a.delta) <= kTolerance);
 }
 
 } // namespace
@@ -43,7 +26,7 @@ bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = data->MajorRadius, lam0 = data->Lon0;
     const bool wrap = WrapLonFlag(data);
-    auto start = [](const PROJPOINT& p, Auxiliary& a) {
+    auto start = [](const PROJPOINT& p, EckertLane& a) {
         a.t = p.y / 2.0;
         a.sinT = std::sin(a.t);
         a.cosT = std::cos(a.t);
@@ -51,15 +34,15 @@ bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count) {
         ComputeStep(a);
         return 2.0 * a.cosT * (a.cosT + 1.0) != 0.0; // else the start value only
     };
-    auto finish = [&](PROJPOINT& p, const Auxiliary& a) {
+    auto finish = [&](PROJPOINT& p, const EckertLane& a) {
         double dLam = p.x - lam0;
         if (wrap) dLam = WrapOnce(dLam);
         p.x = kCx * r * dLam * (1.0 + a.cosT);
         p.y = kCy * r * a.sinT;
         return true;
     };
-    auto step = [](Auxiliary& a) { return AuxiliaryStep(a); };
-    NewtonInBlocks<Auxiliary>(data, points, count, kMaxSteps, start, step, finish);
+    auto step = [](EckertLane& a) { return EckertStep(a, ComputeStep); };
+    NewtonInBlocks<EckertLane>(data, points, count, kEckertMaxSteps, start, step, finish);
     return true;
 }
 

@@ -11,24 +11,9 @@ namespace {
 
 constexpr double kOnePlusHalfPi = 2.5707963267948966;
 constexpr double kTwoPlusPi = 5.141592653589793;
-constexpr double kTolerance = 1.1920928955078125e-6;
-constexpr int kMaxSteps = 99;
 
-// As for Eckert IV: no failure when the steps run out, and the last step
-// computed is not applied; the angle kept is the one it was computed at.
-struct Auxiliary {
-    double t, delta, rhs, sinT, cosT;
-};
-
-inline void ComputeStep(Auxiliary& a) {
+inline void ComputeStep(EckertLane& a) {
     a.delta = -(a.t + a.sinT - a.rhs) / (1.0 + a.cosT);
-}
-
-inline bool AuxiliaryStep(Auxiliary& a) {
-    a.t += a.delta;
-    AdvanceSinCos(a.t, a.delta, &a.sinT, &a.cosT);
-    ComputeStep(a);
-    return !(std::fabs(a.delta) <= kTolerance);
 }
 
 } // namespace
@@ -38,7 +23,7 @@ bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count) {
     const double r = data->MajorRadius, lam0 = data->Lon0;
     const bool wrap = WrapLonFlag(data);
     const double k = r / std::sqrt(kTwoPlusPi);
-    auto start = [](const PROJPOINT& p, Auxiliary& a) {
+    auto start = [](const PROJPOINT& p, EckertLane& a) {
         // The iteration starts at t = phi, so the first step reuses the
         // sine that the right-hand side needs.
         const double phi = p.y, sinPhi = std::sin(phi), cosPhi = std::cos(phi);
@@ -50,15 +35,15 @@ bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count) {
         ComputeStep(a);
         return true;
     };
-    auto finish = [&](PROJPOINT& p, const Auxiliary& a) {
+    auto finish = [&](PROJPOINT& p, const EckertLane& a) {
         double dLam = p.x - lam0;
         if (wrap) dLam = WrapOnce(dLam);
         p.x = k * dLam * (1.0 + a.cosT);
         p.y = 2.0 * k * a.t;
         return true;
     };
-    auto step = [](Auxiliary& a) { return AuxiliaryStep(a); };
-    NewtonInBlocks<Auxiliary>(data, points, count, kMaxSteps, start, step, finish);
+    auto step = [](EckertLane& a) { return EckertStep(a, ComputeStep); };
+    NewtonInBlocks<EckertLane>(data, points, count, kEckertMaxSteps, start, step, finish);
     return true;
 }
 

@@ -46,13 +46,14 @@ const Alias kAliases[] = {
 };
 
 const Alias kTypeAliases[] = {
-    {"latlong", 0}, {"longlat", 0}, {"geographic", 0}, {"unprojected", 0}, {"merc", 1},
-    {"aea", 2},     {"albers", 2},  {"mill", 3},       {"miller", 3},      {"utm", 4},
-    {"lcc", 5},     {"lambert", 5}, {"stere", 6},      {"ortho", 7},       {"moll", 8},
-    {"spcs27", 9},  {"spcs83", 10}, {"poly", 11},      {"eqc", 13},        {"robin", 14},
-    {"tmerc", 17},  {"tm", 17},     {"gk", 18},        {"sinu", 19},       {"laea", 20},
-    {"bonne", 21},  {"eck4", 23},   {"eck6", 24},      {"eqdc", 26},       {"gnom", 27},
-    {"aeqd", 28},     {"undefined", KVProj::PT_UNDEFINED},
+    {"latlong", 0}, {"longlat", 0}, {"geographic", 0}, {"unprojected", 0},
+    {"merc", 1},    {"aea", 2},     {"albers", 2},     {"mill", 3},
+    {"miller", 3},  {"utm", 4},     {"lcc", 5},        {"lambert", 5},
+    {"stere", 6},   {"ortho", 7},   {"moll", 8},       {"spcs27", 9},
+    {"spcs83", 10}, {"poly", 11},   {"eqc", 13},       {"robin", 14},
+    {"tmerc", 17},  {"tm", 17},     {"gk", 18},        {"sinu", 19},
+    {"laea", 20},   {"bonne", 21},  {"eck4", 23},      {"eck6", 24},
+    {"eqdc", 26},   {"gnom", 27},   {"aeqd", 28},      {"undefined", KVProj::PT_UNDEFINED},
 };
 
 int ParamIdOf(const std::string& key) {
