@@ -48,9 +48,11 @@ int main(int argc, char** argv) {
     if (!t.Convert(&p, 1)) return 1;
     std::printf("WGS 84: lon %.9f  lat %.9f\n", p.x, p.y);
 
-    // A built-in name cannot be stored as a custom datum.
-    DatumType builtIn;
-    std::printf("\"World Geodetic System 1984\" is built in: %s\n",
-                NDatIsBuiltIn(profile, "World Geodetic System 1984", &builtIn) ? "yes" : "no");
+    // Built-in names are reserved: they cannot be stored as custom datums.
+    DatumType builtIn = DATUM_NONE;
+    const bool reserved = NDatIsBuiltIn(profile, "world geodetic system 1984", &builtIn);
+    std::printf("\"world geodetic system 1984\" is built in: %s (%d); saving it: %s\n",
+                reserved ? "yes" : "no", int(builtIn),
+                NDatSave(profile, "world geodetic system 1984", &step) ? "saved" : "refused");
     return 0;
 }
