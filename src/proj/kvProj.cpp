@@ -84,17 +84,26 @@ inline void MarkPoint(PROJPOINT& p) {
     p.y = kMarker;
 }
 
-// Marks every point with a non-finite member; true when any was marked.
-bool ScanNonFinite(PROJPOINT* points, int count) {
-    bool any = false;
+// One pass over the points: a point with a non-finite member is marked, the
+// others go through `stage`. Every stage of both directions runs in such a
+// pass; true when any point was marked.
+template <typename Stage> bool MarkedPass(PROJPOINT* points, int count, Stage stage) {
+    bool marked = false;
     for (int i = 0; i < count; ++i) {
         PROJPOINT& p = points[i];
         if (!IsFinite(p.x) || !IsFinite(p.y)) {
             MarkPoint(p);
-            any = true;
+            marked = true;
+            continue;
         }
+        stage(p);
     }
-    return any;
+    return marked;
+}
+
+// Marks every point with a non-finite member; true when any was marked.
+bool ScanNonFinite(PROJPOINT* points, int count) {
+    return MarkedPass(points, count, [](PROJPOINT&) {});
 }
 
 void AnglesToRadians(PROJDATA& d) {
@@ -179,14 +188,7 @@ bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count) {
     const bool offset = !(work.xOrg == 0.0 && work.yOrg == 0.0);
     const bool scale = work.Scale != 1.0;
     const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
-    bool marked = false;
-    for (int i = 0; i < count; ++i) {
-        PROJPOINT& p = points[i];
-        if (!IsFinite(p.x) || !IsFinite(p.y)) {
-            MarkPoint(p);
-            marked = true;
-            continue;
-        }
+    return MarkedPass(points, count, [=](PROJPOINT& p) {
         if (offset) {
             if (p.x != kMarker) p.x += x0;
             if (p.y != kMarker) p.y += y0;
@@ -195,8 +197,7 @@ bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count) {
             if (p.x != kMarker) p.x *= s;
             if (p.y != kMarker) p.y *= s;
         }
-    }
-    return marked;
+    });
 }
 
 // Pre-scan, scale and false origin of the inverse in one pass; true when
@@ -206,14 +207,7 @@ bool PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
     const bool scale = work.Scale != 1.0;
     const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
     if (!offset && !scale) return ScanNonFinite(points, count);
-    bool marked = false;
-    for (int i = 0; i < count; ++i) {
-        PROJPOINT& p = points[i];
-        if (!IsFinite(p.x) || !IsFinite(p.y)) {
-            MarkPoint(p);
-            marked = true;
-            continue;
-        }
+    return MarkedPass(points, count, [=](PROJPOINT& p) {
         if (scale) {
             if (p.x != kMarker) p.x /= s;
             if (p.y != kMarker) p.y /= s;
@@ -222,95 +216,92 @@ bool PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
             if (p.x != kMarker) p.x -= x0;
             if (p.y != kMarker) p.y -= y0;
         }
-    }
-    return marked;
+    });
 }
 
-// Post-scan, radians to degrees and folding of the inverse results.
-bool FinishInverse(PROJPOINT* points, int count) {
-    bool marked = false;
-    for (int i = 0; i < count; ++i) {
-        PROJPOINT& p = points[i];
-        if (!IsFinite(p.x) || !IsFinite(p.y)) {
-            MarkPoint(p);
-            marked = true;
-            continue;
-        }
-        if (p.x != kMarker) p.x = ToDegrees(p.x);
-        if (p.y != kMarker) p.y = ToDegrees(p.y);
-        p.x = FoldLongitude(p.x);
-        p.y = FoldLatitude(p.y);
-    }
-    return marked;
-}
-
-bool ForwardImpl(void* handle, PROJPOINT* points, int count) {
-    LogPrintf("ProjForward(hProj=%p, pPts=%p, nPts=%d)\n", handle, static_cast<void*>(points),
-              count);
-    if (!handle) {
-        LogPrintf("NULL hProj pointer!\n");
-        return false;
-    }
-    if (!points || count < 1) return KV_ASSERT_FAIL();
-    PROJDATA* h = Record(handle);
-    PROJDATA work;
-    bool done = false;
-    const PROJMODULE* row = Begin(h, points, count, work, &done);
-    if (done) return true;
-    if (!row) return false;
-
-    bool marked = false;
-    for (int i = 0; i < count; ++i) {
-        PROJPOINT& p = points[i];
-        if (!IsFinite(p.x) || !IsFinite(p.y)) {
-            MarkPoint(p);
-            marked = true;
-            continue;
-        }
+// Pre-scan, folding and degrees to radians of the forward points in one pass.
+bool PrepareForward(PROJPOINT* points, int count) {
+    return MarkedPass(points, count, [](PROJPOINT& p) {
         p.x = FoldLongitude(p.x);
         p.y = FoldLatitude(p.y);
         if (p.x != kMarker) p.x = ToRadians(p.x);
         if (p.y != kMarker) p.y = ToRadians(p.y);
-    }
-    if (marked) h->iResult = 1;
-    work.iResult = h->iResult; // the working copy is taken after the pre-scan
-    if (!GuardedCall(row->Forward, &work, points, count, h)) {
-        LogPrintf("Forward projection function failed!\n");
-        return false;
-    }
-    h->iResult = work.iResult;
-    if (FinishForward(work, points, count)) h->iResult = 1;
-    if (h->iResult == 1) LogPrintf("  One or more unplottable points generated.\n");
-    return true;
+    });
 }
 
-bool InverseImpl(void* handle, PROJPOINT* points, int count) {
-    LogPrintf("ProjInverse(hProj=%p, pPts=%p, nPts=%d)\n", handle, static_cast<void*>(points),
-              count);
+// Post-scan, radians to degrees and folding of the inverse results.
+bool FinishInverse(PROJPOINT* points, int count) {
+    return MarkedPass(points, count, [](PROJPOINT& p) {
+        if (p.x != kMarker) p.x = ToDegrees(p.x);
+        if (p.y != kMarker) p.y = ToDegrees(p.y);
+        p.x = FoldLongitude(p.x);
+        p.y = FoldLatitude(p.y);
+    });
+}
+
+// One conversion call: the handle's record, the working copy and the row.
+struct Call {
+    PROJDATA* h;
+    PROJDATA work;
+    const PROJMODULE* row;
+};
+
+// What ProjForward and ProjInverse share before their own stages: the trace
+// line, the argument checks, the working copy and the module row. False when
+// the call ends here, with what it returns in *result.
+bool Enter(const char* name, void* handle, PROJPOINT* points, int count, Call& call, bool* result) {
+    LogPrintf("%s(hProj=%p, pPts=%p, nPts=%d)\n", name, handle, static_cast<void*>(points), count);
+    *result = false;
     if (!handle) {
         LogPrintf("NULL hProj pointer!\n");
         return false;
     }
-    if (!points || count < 1) return KV_ASSERT_FAIL();
-    PROJDATA* h = Record(handle);
-    PROJDATA work;
-    bool done = false;
-    const PROJMODULE* row = Begin(h, points, count, work, &done);
-    if (done) return true;
-    if (!row) return false;
-
-    if (PrepareInverse(work, points, count)) h->iResult = 1;
-    // Points the pre-scan marked count again only if the module or the
-    // post-scan flags them: the working copy starts from a clean result.
-    work.iResult = 0;
-    if (!GuardedCall(row->Inverse, &work, points, count, h)) {
-        LogPrintf("Inverse projection function failed!\n");
+    if (!points || count < 1) {
+        *result = KV_ASSERT_FAIL();
         return false;
     }
-    h->iResult = work.iResult;
-    if (FinishInverse(points, count)) h->iResult = 1;
-    if (h->iResult == 1) LogPrintf("  One or more unplottable points generated.\n");
+    call.h = Record(handle);
+    bool done = false;
+    call.row = Begin(call.h, points, count, call.work, &done);
+    *result = done;
+    return call.row != nullptr;
+}
+
+// The module of either direction, its result flag taken into the handle, and
+// then the direction's post-scan `finish()`.
+template <typename Finish>
+bool RunModule(Call& call, ProjConvertFn fn, const char* failure, PROJPOINT* points, int count,
+               Finish finish) {
+    if (!GuardedCall(fn, &call.work, points, count, call.h)) {
+        LogPrintf("%s", failure);
+        return false;
+    }
+    call.h->iResult = call.work.iResult;
+    if (finish()) call.h->iResult = 1;
+    if (call.h->iResult == 1) LogPrintf("  One or more unplottable points generated.\n");
     return true;
+}
+
+bool ForwardImpl(void* handle, PROJPOINT* points, int count) {
+    Call c;
+    bool result = false;
+    if (!Enter("ProjForward", handle, points, count, c, &result)) return result;
+    if (PrepareForward(points, count)) c.h->iResult = 1;
+    c.work.iResult = c.h->iResult; // the working copy is taken after the pre-scan
+    return RunModule(c, c.row->Forward, "Forward projection function failed!\n", points, count,
+                     [&] { return FinishForward(c.work, points, count); });
+}
+
+bool InverseImpl(void* handle, PROJPOINT* points, int count) {
+    Call c;
+    bool result = false;
+    if (!Enter("ProjInverse", handle, points, count, c, &result)) return result;
+    if (PrepareInverse(c.work, points, count)) c.h->iResult = 1;
+    // Points the pre-scan marked count again only if the module or the
+    // post-scan flags them: the working copy starts from a clean result.
+    c.work.iResult = 0;
+    return RunModule(c, c.row->Inverse, "Inverse projection function failed!\n", points, count,
+                     [&] { return FinishInverse(points, count); });
 }
 
 // The record whose domain and split tests answer for a handle's record: the
