@@ -134,6 +134,25 @@ template <typename Fn> bool guarded(Fn fn) {
     }
 }
 
+// Reads the section of `file` and hands it to fn(image), letting no
+// exception out.
+template <typename Fn> bool withSection(const char* file, Fn fn) {
+    return guarded([&] {
+        SectionImage image;
+        image.read(file);
+        return fn(image);
+    });
+}
+
+// The same for the entry of `name`: fn(image, index of its line), or false
+// when the section has no such entry.
+template <typename Fn> bool withEntry(const char* file, const char* name, Fn fn) {
+    return withSection(file, [&](SectionImage& image) {
+        const int i = image.find(EscapeDatumName(name));
+        return i >= 0 && fn(image, i);
+    });
+}
+
 } // namespace
 
 std::string EscapeDatumName(const char* name) {
@@ -285,9 +304,7 @@ bool NDatEnumDatumName(const char* file, char* out, int index) {
     }
     out[0] = '\0';
     if (!file) return false;
-    return guarded([&] {
-        SectionImage image;
-        image.read(file);
+    return withSection(file, [&](const SectionImage& image) {
         const size_t i = static_cast<size_t>(index - kFirstCustom);
         if (i >= image.lines.size()) return false;
         const char* line = image.line(i);
@@ -300,9 +317,7 @@ bool NDatEnumDatumName(const char* file, char* out, int index) {
 
 bool NDatSave(const char* file, const char* name, const DATUM2WGS84* params) {
     if (!file || !name || !params || builtIn(name, nullptr)) return false;
-    return guarded([&] {
-        SectionImage image;
-        image.read(file);
+    return withSection(file, [&](const SectionImage& image) {
         const std::string key = EscapeDatumName(name);
         std::string value;
         if (!DatumParamsToText(*params, &value)) return false;
@@ -313,11 +328,7 @@ bool NDatSave(const char* file, const char* name, const DATUM2WGS84* params) {
 
 bool NDatDelete(const char* file, const char* name) {
     if (!file || !name || builtIn(name, nullptr)) return false;
-    return guarded([&] {
-        SectionImage image;
-        image.read(file);
-        int i = image.find(EscapeDatumName(name));
-        if (i < 0) return false;
+    return withEntry(file, name, [&](const SectionImage& image, int i) {
         return writeSection(file, image, i, nullptr);
     });
 }
@@ -327,11 +338,7 @@ bool NDatGetDatumParams(const char* file, const char* name, DATUM2WGS84* out) {
     DatumType id;
     if (builtIn(name, &id)) return DatGetDatumParams(id, out);
     if (!file) return false;
-    return guarded([&] {
-        SectionImage image;
-        image.read(file);
-        int i = image.find(EscapeDatumName(name));
-        if (i < 0) return false;
+    return withEntry(file, name, [&](const SectionImage& image, int i) {
         const char* eq = std::strchr(image.line(static_cast<size_t>(i)), '=');
         return eq && TextToDatumParams(eq + 1, out);
     });
@@ -345,11 +352,7 @@ bool NDatExists(const char* file, const char* name, int* index) {
         return true;
     }
     if (!file) return false;
-    return guarded([&] {
-        SectionImage image;
-        image.read(file);
-        int i = image.find(EscapeDatumName(name));
-        if (i < 0) return false;
+    return withEntry(file, name, [&](const SectionImage&, int i) {
         if (index) *index = kFirstCustom + i;
         return true;
     });

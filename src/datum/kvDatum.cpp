@@ -202,6 +202,15 @@ void reportNtv2(int status) {
         KV_REPORT(IDS_NTV2_CORRUPT);
 }
 
+// The grid shift of either step; a failure is logged and reported to the host.
+bool ntv2Step(DATUMPOINT* points, int count, bool inverse) {
+    const int status = NTV2Transform(count, points, inverse);
+    if (status == NTV2_OK) return true;
+    LogPrintf("NTV2 transform failure.\n");
+    reportNtv2(status);
+    return false;
+}
+
 // Everything of a conversion after the scratch exists; the caller frees it.
 bool convert(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count, double* wrap) {
     if (x.SrcDatum == x.DestDatum && x.SrcDatum != DATUM_USER_DEFINED) return true;
@@ -266,15 +275,9 @@ bool convert(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count, d
         if (area && !NadconShift(area, points, count)) return false;
         break;
     }
-    case DM_NTV2: {
-        int status = NTV2Transform(count, points, false);
-        if (status != NTV2_OK) {
-            LogPrintf("NTV2 transform failure.\n");
-            reportNtv2(status);
-            return false;
-        }
+    case DM_NTV2:
+        if (!ntv2Step(points, count, false)) return false;
         break;
-    }
     case DM_NOXFORM:
         break;
     default:
@@ -286,17 +289,11 @@ bool convert(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count, d
     case DM_BURSA:
         if (!runStep(x.Step2, points, count)) return KV_ASSERT_FAIL();
         break;
-    case DM_NTV2: {
-        int status = NTV2Transform(count, points, true);
-        if (status != NTV2_OK) {
-            LogPrintf("NTV2 transform failure.\n");
-            reportNtv2(status);
-            // Unlike the source step, the destination step also reports an
-            // internal inconsistency; hosts have come to expect both messages.
-            return KV_ASSERT_FAIL();
-        }
+    case DM_NTV2:
+        // Unlike the source step, the destination step also reports an
+        // internal inconsistency; hosts have come to expect both messages.
+        if (!ntv2Step(points, count, true)) return KV_ASSERT_FAIL();
         break;
-    }
     case DM_NOXFORM:
         break;
     default:
