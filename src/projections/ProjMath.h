@@ -202,6 +202,20 @@ inline bool PhiFromConformalT(double t, double e, double* phi) {
     return false;
 }
 
+// Polar coordinates of a map point about the apex of a cone with constant n
+// and origin radius rho0 (Snyder 14-10, 14-11): rho carries the sign of n,
+// so that a southern cone comes back through the same formulas.
+inline void ConePolar(double n, double rho0, double x, double y, double* rho, double* theta) {
+    const double dy = rho0 - y;
+    *rho = std::sqrt(x * x + dy * dy);
+    if (n < 0.0) {
+        *rho = -*rho;
+        *theta = std::atan2(-x, -dy);
+    } else {
+        *theta = std::atan2(x, dy);
+    }
+}
+
 } // namespace KVProj
 
 #endif

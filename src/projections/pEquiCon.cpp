@@ -5,6 +5,7 @@
 // Coinciding standard parallels give the tangent cone (n = sin phi1) rather
 // than a failure. A cone constant too close to zero (the parallels symmetric
 // about the equator, or a tangent cone at the equator) fails every point.
+#include "projections/ProjMath.h"
 #include "projections/ProjModule.h"
 #include "projections/WorldMath.h"
 #include "projections/WorldModules.h"
@@ -61,15 +62,8 @@ bool EquiConInverse(PROJDATA* data, PROJPOINT* points, int count) {
     const EquiConCone c = MakeCone(data);
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         if (!c.ok) return false;
-        const double dy = c.rho0 - p.y;
-        double rho = std::sqrt(p.x * p.x + dy * dy);
-        double theta;
-        if (c.n < 0.0) {
-            rho = -rho;
-            theta = std::atan2(-p.x, -dy);
-        } else {
-            theta = std::atan2(p.x, dy);
-        }
+        double rho, theta;
+        ConePolar(c.n, c.rho0, p.x, p.y, &rho, &theta);
         // The longitude itself comes back within one turn about Greenwich,
         // whatever the central meridian. No latitude guard: a point beyond
         // the pole's arc yields a latitude past 90 degrees.

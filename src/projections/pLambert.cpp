@@ -113,18 +113,11 @@ bool EllipsoidForwardPoint(const Cone& c, PROJPOINT& p) {
     return true;
 }
 
-// Snyder 14-10 and 15-11: polar coordinates on the cone, with rho carrying
-// the sign of n so that a southern cone comes back through the same formulas.
+// Snyder 14-10 and 15-11: polar coordinates on the cone, then the latitude
+// from rho.
 bool InversePoint(const Cone& c, PROJPOINT& p) {
-    const double dy = c.rho0 - p.y;
-    double rho = std::sqrt(p.x * p.x + dy * dy);
-    double theta;
-    if (c.n < 0.0) {
-        rho = -rho;
-        theta = std::atan2(-p.x, -dy);
-    } else {
-        theta = std::atan2(p.x, dy);
-    }
+    double rho, theta;
+    ConePolar(c.n, c.rho0, p.x, p.y, &rho, &theta);
     const double lam = theta / c.n + c.lam0;
     double phi;
     if (c.sphere) {
