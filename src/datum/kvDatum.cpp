@@ -184,6 +184,28 @@ bool usableEllipse(const Ellipse& e) {
     return std::isfinite(e.a) && e.a > 0.0 && std::isfinite(e.f) && e.f >= 0.0 && e.f < 1.0;
 }
 
+// What both shift formulas take from a step: the ellipses to shift from and
+// to, and the translation and prime meridian shift signed for the direction
+// (towards WGS 84 unless the step is inverted).
+struct StepFrame {
+    Ellipse from, to;
+    double sign, dx, dy, dz, pm;
+};
+
+bool makeStepFrame(const DATUM2WGS84& step, StepFrame* frame) {
+    const Ellipse datum{step.MajorRadius, step.Flattening};
+    if (!usableEllipse(datum)) return false;
+    const bool inverse = step.bInverse;
+    frame->from = inverse ? wgs84() : datum;
+    frame->to = inverse ? datum : wgs84();
+    frame->sign = inverse ? -1.0 : 1.0;
+    frame->dx = frame->sign * step.dx;
+    frame->dy = frame->sign * step.dy;
+    frame->dz = frame->sign * step.dz;
+    frame->pm = frame->sign * step.PMShift;
+    return true;
+}
+
 bool runStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     switch (static_cast<int>(step.Method)) {
     case DM_MOLODENSKY:
@@ -314,17 +336,12 @@ bool convert(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count, d
 // ---------------------------------------------------------------- steps
 
 bool MolodenskyStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
-    const Ellipse datum{step.MajorRadius, step.Flattening};
-    if (!usableEllipse(datum)) return false;
-    const bool inverse = step.bInverse;
-    const Ellipse from = inverse ? wgs84() : datum;
-    const Ellipse to = inverse ? datum : wgs84();
-    const double sign = inverse ? -1.0 : 1.0;
-    const double dx = sign * step.dx, dy = sign * step.dy, dz = sign * step.dz;
-    const double pm = sign * step.PMShift;
+    StepFrame fr;
+    if (!makeStepFrame(step, &fr)) return false;
+    const double dx = fr.dx, dy = fr.dy, dz = fr.dz, pm = fr.pm;
 
-    const double a = from.a, f = from.f;
-    const double da = to.a - from.a, df = to.f - from.f;
+    const double a = fr.from.a, f = fr.from.f;
+    const double da = fr.to.a - fr.from.a, df = fr.to.f - fr.from.f;
     const double e2 = 2.0 * f - f * f;
     const double b = (1.0 - f) * a;
     const double sin1 = std::sin(4.84813681109536e-6); // sine of one arcsecond
@@ -371,14 +388,11 @@ void GeocentricToGeodetic(double X, double Y, double Z, double a, double f, doub
 }
 
 bool BursaWolfStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
-    const Ellipse datum{step.MajorRadius, step.Flattening};
-    if (!usableEllipse(datum)) return false;
+    StepFrame fr;
+    if (!makeStepFrame(step, &fr)) return false;
     const bool inverse = step.bInverse;
-    const Ellipse from = inverse ? wgs84() : datum;
-    const Ellipse to = inverse ? datum : wgs84();
-    const double sign = inverse ? -1.0 : 1.0;
-    const double pm = sign * step.PMShift;
-    const double dx = sign * step.dx, dy = sign * step.dy, dz = sign * step.dz;
+    const double sign = fr.sign, dx = fr.dx, dy = fr.dy, dz = fr.dz, pm = fr.pm;
+    const Ellipse from = fr.from, to = fr.to;
     const double secToRad = kPi / 180.0 / 3600.0;
     const double rx = sign * step.rx * secToRad;
     const double ry = sign * step.ry * secToRad;
