@@ -21,16 +21,9 @@ constexpr double kFltEps = 1.1920928955078125e-7;
 // The single-precision maximum, standing in for an infinite coordinate.
 constexpr double kFltMax = 3.4028234663852886e38;
 
-// Runs `convert` on every point that is not already marked; a point for which
-// it returns false is marked failed. `convert` writes the point only on success.
-template <class Fn>
-inline void ForEachPoint(PROJDATA* data, PROJPOINT* points, int count, Fn convert) {
-    for (int i = 0; i < count; ++i) {
-        PROJPOINT& p = points[i];
-        if (IsUnplottable(p)) continue;
-        if (!convert(p)) MarkFailed(data, p);
-    }
-}
+// The module contract's per-point loop: markers pass, a point for which
+// `convert` returns false is marked failed.
+using KVProj::ForEachPoint;
 
 // The inverse loop: as ForEachPoint, with the resulting longitude brought into
 // [-pi, pi].
@@ -49,15 +42,16 @@ inline double Clamp1(double v) {
 // The spherical frame about a centre (phi1, lam0) that every azimuthal
 // projection shares.
 struct AzimuthalFrame {
-    double sinPhi1, cosPhi1, lam0;
+    double phi1, sinPhi1, cosPhi1, lam0;
 
-    AzimuthalFrame(double phi1, double lam0_)
-        : sinPhi1(std::sin(phi1)), cosPhi1(std::cos(phi1)), lam0(lam0_) {}
+    AzimuthalFrame(double phi1_, double lam0_)
+        : phi1(phi1_), sinPhi1(std::sin(phi1_)), cosPhi1(std::cos(phi1_)), lam0(lam0_) {}
 
     struct Terms {
-        double cosC;  // cosine of the angular distance from the centre, Snyder 5-3
-        double xUnit; // cos phi sin(lam - lam0): x before the radial factor k'
-        double yUnit; // cos phi1 sin phi - sin phi1 cos phi cos(lam - lam0)
+        double cosC;              // cosine of the angular distance from the centre, Snyder 5-3
+        double xUnit;             // cos phi sin(lam - lam0): x before the radial factor k'
+        double yUnit;             // cos phi1 sin phi - sin phi1 cos phi cos(lam - lam0)
+        double phi, cosPhi, dLam; // the point, for CosHalfC2
     };
 
     Terms At(double lam, double phi) const {
@@ -65,7 +59,21 @@ struct AzimuthalFrame {
         const double dLam = lam - lam0;
         const double sinD = std::sin(dLam), cosD = std::cos(dLam);
         return {sinPhi1 * sinPhi + cosPhi1 * cosPhi * cosD, // Snyder 5-3
-                cosPhi * sinD, cosPhi1 * sinPhi - sinPhi1 * cosPhi * cosD};
+                cosPhi * sinD,
+                cosPhi1 * sinPhi - sinPhi1 * cosPhi * cosD,
+                phi,
+                cosPhi,
+                dLam};
+    }
+
+    // cos^2(c/2) as the haversine of the point's distance from the antipode
+    // (-phi1, lam0 + pi), Snyder 5-3a with c replaced by pi - c:
+    //   cos^2(c/2) = sin^2((phi + phi1)/2) + cos phi1 cos phi cos^2((lam - lam0)/2).
+    // Both terms are non-negative, so unlike (1 + cos c) / 2 it keeps its
+    // digits all the way to the antipode.
+    double CosHalfC2(const Terms& t) const {
+        const double h = std::sin(0.5 * (t.phi + phi1)), cd = std::cos(0.5 * t.dLam);
+        return h * h + cosPhi1 * t.cosPhi * cd * cd;
     }
 
     // Latitude and longitude of the point at angular distance c (given by its
@@ -81,6 +89,43 @@ struct AzimuthalFrame {
         p.x = lam0 + std::atan2(x * sinC, rho * cosPhi1 * cosC - y * sinPhi1 * sinC); // 20-15
     }
 };
+
+// Forward of a spherical azimuthal projection centred on (phiC, Lon0):
+// x = R k' xUnit, y = R k' yUnit (Snyder 22-4, 22-5 with the projection's own
+// k'), where `radial(frame, terms, &k)` gives k' or false for a point the
+// projection cannot show.
+template <class Radial>
+inline void ForwardAzimuthal(PROJDATA* data, PROJPOINT* points, int count, double phiC,
+                             Radial radial) {
+    const AzimuthalFrame frame(phiC, data->Lon0);
+    const double r = data->MajorRadius;
+    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+        const AzimuthalFrame::Terms t = frame.At(p.x, p.y);
+        double k;
+        if (!radial(frame, t, &k)) return false;
+        p.x = r * k * t.xUnit;
+        p.y = r * k * t.yUnit;
+        return true;
+    });
+}
+
+// Inverse of the same: `angle(rho / R, &sinC, &cosC)` gives the angular
+// distance c of the point from the centre, or false outside the image of the
+// globe; latitude and longitude then follow along the azimuth of (x, y).
+template <class Angle>
+inline void InverseAzimuthal(PROJDATA* data, PROJPOINT* points, int count, double phiC,
+                             Angle angle) {
+    const AzimuthalFrame frame(phiC, data->Lon0);
+    const double r = data->MajorRadius;
+    ForEachInverse(data, points, count, [&](PROJPOINT& p) {
+        if (!(r > 0.0)) return false;
+        const double rho = std::hypot(p.x, p.y); // Snyder 20-18
+        double sinC, cosC;
+        if (!angle(rho / r, &sinC, &cosC)) return false;
+        frame.Invert(p.x, p.y, rho, sinC, cosC, p);
+        return true;
+    });
+}
 
 // Conformal latitude chi of phi, Snyder 3-1, written through t of 15-9:
 // chi = pi/2 - 2 atan t.
@@ -107,6 +152,24 @@ struct ConformalInverse {
         return chi + c2 * m.s2 + c4 * m.s4 + c6 * m.s6 + c8 * m.s8;
     }
 };
+
+// Sine and cosine of phi - d from those of phi (*s, *c on entry). The
+// corrections of a converging iteration soon fall below 0.01 rad, where short
+// series for sin d and cos d (truncation below 1e-20) and the addition theorem
+// replace two library calls.
+inline void SinCosStep(double phi, double d, double* s, double* c) {
+    if (!(std::fabs(d) < 0.01)) {
+        *s = std::sin(phi - d);
+        *c = std::cos(phi - d);
+        return;
+    }
+    const double q = d * d;
+    const double sd = d * (1.0 - q * (1.0 / 6) * (1.0 - q * (1.0 / 20) * (1.0 - q * (1.0 / 42))));
+    const double cd = 1.0 - q * 0.5 * (1.0 - q * (1.0 / 12) * (1.0 - q * (1.0 / 30)));
+    const double s0 = *s, c0 = *c;
+    *s = s0 * cd - c0 * sd;
+    *c = c0 * cd + s0 * sd;
+}
 
 // Brings lam - lam0 into [-pi, pi] by one addition or subtraction of 2 pi, as
 // the wrapping world modules do when the record's wrap flag is set.

@@ -70,25 +70,32 @@ bool ForwardPoint(const Bonne& b, PROJPOINT& p) {
 
 bool InversePoint(const Bonne& b, PROJPOINT& p) {
     const double x = p.x, dy = b.apex - p.y;
-    const double rho = b.sgn * std::hypot(x, dy); // Snyder 19-5 / 19-11
-    double phi;
+    const double rho = b.sgn * std::sqrt(x * x + dy * dy); // Snyder 19-5 / 19-11
+    double phi, s, c;
     if (b.e == 0.0) {
         phi = (b.apex + b.arc1 - rho) / b.a; // Snyder 19-6
+        s = std::sin(phi);
+        c = std::cos(phi);
     } else {
         const double m = b.apex + b.arc1 - rho; // Snyder 19-12
-        phi = b.foot.Phi(b.arc.Mu(m));          // Snyder 7-19, 3-26
+        phi = b.foot.Phi(b.arc.Mu(m), &s, &c);  // Snyder 7-19, 3-26
         // 3-26 inverts the untruncated arc; two Newton steps on the e^6 series
         // that the forward uses make the pair agree to rounding (the slope is the
-        // meridian's radius of curvature, Snyder 4-18).
+        // meridian's radius of curvature, Snyder 4-18). The steps are tiny, so
+        // sin and cos follow them without library calls.
         for (int i = 0; i < 2 && std::fabs(phi) < kHalfPi; ++i) {
-            const double s = std::sin(phi);
             const double w = 1.0 - b.e2 * s * s;
-            phi -= (b.arc.At(phi) - m) / (b.a * (1.0 - b.e2) / (w * std::sqrt(w)));
+            const double d = (b.arc.At(phi, s, c) - m) / (b.a * (1.0 - b.e2) / (w * std::sqrt(w)));
+            azim::SinCosStep(phi, d, &s, &c);
+            phi -= d;
         }
     }
     if (!(std::fabs(phi) <= kHalfPi + 1e-12)) return false; // beyond a pole
-    if (std::fabs(phi) > kHalfPi) phi = azim::Sign(phi) * kHalfPi;
-    const double s = std::sin(phi), c = std::cos(phi);
+    if (std::fabs(phi) > kHalfPi) {
+        phi = azim::Sign(phi) * kHalfPi;
+        s = azim::Sign(phi);
+        c = 0.0;
+    }
     const double radius = b.e == 0.0 ? b.a * c : b.a * ParallelRadiusFactor(c, s, b.e2);
     double lam;
     if (radius <= 0.0 || std::fabs(std::fabs(phi) - kHalfPi) <= 1e-12) {

@@ -15,30 +15,26 @@ constexpr double kHorizonTolerance = 0.0001;
 
 bool GnomForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const azim::AzimuthalFrame frame(data->Lat1, data->Lon0);
-    const double r = data->MajorRadius;
-    azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) {
-        const azim::AzimuthalFrame::Terms t = frame.At(p.x, p.y);
-        if (t.cosC <= kHorizonTolerance) return false;
-        const double k = 1.0 / t.cosC; // Snyder 22-3
-        p.x = r * k * t.xUnit;         // Snyder 22-4
-        p.y = r * k * t.yUnit;         // Snyder 22-5
-        return true;
-    });
+    azim::ForwardAzimuthal(
+        data, points, count, data->Lat1,
+        [](const azim::AzimuthalFrame&, const azim::AzimuthalFrame::Terms& t, double* k) {
+            if (t.cosC <= kHorizonTolerance) return false;
+            *k = 1.0 / t.cosC; // Snyder 22-3
+            return true;
+        });
     return true;
 }
 
 bool GnomInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const azim::AzimuthalFrame frame(data->Lat1, data->Lon0);
-    const double r = data->MajorRadius;
-    azim::ForEachInverse(data, points, count, [&](PROJPOINT& p) {
-        if (r <= 0.0) return false;
-        const double rho = std::hypot(p.x, p.y); // Snyder 20-18
-        const double c = std::atan(rho / r);     // Snyder 22-16
-        frame.Invert(p.x, p.y, rho, std::sin(c), std::cos(c), p);
-        return true;
-    });
+    // c = atan(rho / R) (Snyder 22-16), its sine and cosine taken directly.
+    azim::InverseAzimuthal(data, points, count, data->Lat1,
+                           [](double q, double* sinC, double* cosC) {
+                               const double sec = std::sqrt(1.0 + q * q);
+                               *sinC = q / sec;
+                               *cosC = 1.0 / sec;
+                               return std::isfinite(sec);
+                           });
     return true;
 }
 

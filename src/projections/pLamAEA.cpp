@@ -8,37 +8,46 @@
 
 namespace KVProj {
 
+namespace {
+constexpr double kAntipodeTolerance = 1e-12; // sine of the distance from the antipode
+}
+
 bool LamAEAForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const azim::AzimuthalFrame frame(data->Lat1, data->Lon0);
-    const double r = data->MajorRadius;
-    azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) {
-        const azim::AzimuthalFrame::Terms t = frame.At(p.x, p.y);
-        const double den = 1.0 + t.cosC;
-        // Within a few micrometres of the antipode the direction, and so the
-        // point on the bounding circle, is lost in rounding.
-        if (!(den > 0.0) || (t.cosC < 0.0 && std::hypot(t.xUnit, t.yUnit) < 1e-12)) return false;
-        const double k = std::sqrt(2.0 / den); // Snyder 24-2
-        p.x = r * k * t.xUnit;                 // Snyder 24-3
-        p.y = r * k * t.yUnit;                 // Snyder 24-4
-        return true;
-    });
+    azim::ForwardAzimuthal(
+        data, points, count, data->Lat1,
+        [](const azim::AzimuthalFrame& frame, const azim::AzimuthalFrame::Terms& t, double* k) {
+            if (t.cosC >= 0.0) {
+                *k = std::sqrt(2.0 / (1.0 + t.cosC)); // Snyder 24-2
+                return true;
+            }
+            // Beyond 90 degrees 1 + cos c cancels towards the antipode. There
+            // k' = 2 sin(c/2) / sin c, with sin(c/2) from the haversine of the
+            // distance to the antipode and sin c = |(xUnit, yUnit)|, so the
+            // point lands on or inside the circle of radius 2R.
+            const double sinC = std::hypot(t.xUnit, t.yUnit);
+            // Within a few micrometres of the antipode the direction, and so
+            // the point on the bounding circle, is lost in rounding.
+            if (sinC < kAntipodeTolerance) return false;
+            *k = 2.0 * std::sqrt(1.0 - frame.CosHalfC2(t)) / sinC;
+            return true;
+        });
     return true;
 }
 
 bool LamAEAInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const azim::AzimuthalFrame frame(data->Lat1, data->Lon0);
-    const double r = data->MajorRadius;
-    azim::ForEachInverse(data, points, count, [&](PROJPOINT& p) {
-        if (r <= 0.0) return false;
-        const double rho = std::hypot(p.x, p.y); // Snyder 20-18
-        const double s = rho / (2.0 * r);
-        if (!(s <= 1.0 + 1e-12)) return false;               // outside the bounding circle
-        const double c = 2.0 * std::asin(s > 1.0 ? 1.0 : s); // Snyder 24-16
-        frame.Invert(p.x, p.y, rho, std::sin(c), std::cos(c), p);
-        return true;
-    });
+    // c = 2 asin(rho / 2R) (Snyder 24-16), its sine and cosine by the
+    // double-angle formulas.
+    azim::InverseAzimuthal(data, points, count, data->Lat1,
+                           [](double q, double* sinC, double* cosC) {
+                               const double s = 0.5 * q;
+                               if (!(s <= 1.0 + 1e-12)) return false; // outside the bounding circle
+                               const double sh = s > 1.0 ? 1.0 : s;   // sin(c/2)
+                               *sinC = 2.0 * sh * std::sqrt((1.0 - sh) * (1.0 + sh));
+                               *cosC = 1.0 - 2.0 * sh * sh;
+                               return true;
+                           });
     return true;
 }
 

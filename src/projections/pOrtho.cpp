@@ -1,6 +1,10 @@
 // Orthographic, spherical, centred on (Lat0, Lon0). Snyder chapter 20.
-// Only the hemisphere facing the viewer is shown: a point beyond it (cos c < 0)
-// fails, matching the module's hemisphere domain test.
+// Only the hemisphere facing the viewer is shown. The module's hemisphere
+// domain test takes cos c >= 0 from the degree values, this module from the
+// radians the engine derives from them; the two differ by a few units of
+// rounding, so the limb is drawn with a tolerance of 1e-12 (6 micrometres on
+// the Earth) and every point the domain test admits lands on or inside the
+// globe's outline.
 #include "projections/AzimMath.h"
 #include "projections/AzimModules.h"
 
@@ -8,35 +12,34 @@
 
 namespace KVProj {
 
+namespace {
+constexpr double kLimbTolerance = 1e-12; // of cos c
+}
+
 bool OrthoForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const azim::AzimuthalFrame frame(data->Lat0, data->Lon0);
-    const double r = data->MajorRadius;
-    azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) {
-        const azim::AzimuthalFrame::Terms t = frame.At(p.x, p.y);
-        if (t.cosC < 0.0) return false; // far side of the globe, Snyder 5-3
-        p.x = r * t.xUnit;              // Snyder 20-3
-        p.y = r * t.yUnit;              // Snyder 20-4
-        return true;
-    });
+    // Snyder 20-3, 20-4: k' = 1; beyond the limb is the far side of the globe.
+    azim::ForwardAzimuthal(
+        data, points, count, data->Lat0,
+        [](const azim::AzimuthalFrame&, const azim::AzimuthalFrame::Terms& t, double* k) {
+            *k = 1.0;
+            return t.cosC >= -kLimbTolerance; // Snyder 5-3
+        });
     return true;
 }
 
 bool OrthoInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const azim::AzimuthalFrame frame(data->Lat0, data->Lon0);
-    const double r = data->MajorRadius;
-    azim::ForEachInverse(data, points, count, [&](PROJPOINT& p) {
-        if (r <= 0.0) return false;
-        const double rho = std::hypot(p.x, p.y); // Snyder 20-18
-        double sinC = rho / r;                   // Snyder 20-19
-        // Outside the disc of the globe's outline; a rounding hair is let in.
-        if (!(sinC <= 1.0 + 1e-12)) return false;
-        if (sinC > 1.0) sinC = 1.0;
-        const double cosC = std::sqrt(1.0 - sinC * sinC); // c <= 90 degrees
-        frame.Invert(p.x, p.y, rho, sinC, cosC, p);
-        return true;
-    });
+    azim::InverseAzimuthal(data, points, count, data->Lat0,
+                           [](double q, double* sinC, double* cosC) {
+                               // Outside the disc of the globe's outline; a rounding hair is let
+                               // in.
+                               if (!(q <= 1.0 + 1e-12)) return false;
+                               const double s = q > 1.0 ? 1.0 : q; // Snyder 20-19
+                               *sinC = s;
+                               *cosC = std::sqrt((1.0 - s) * (1.0 + s)); // c <= 90 degrees
+                               return true;
+                           });
     return true;
 }
 

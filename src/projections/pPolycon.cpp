@@ -48,38 +48,121 @@ bool ForwardPoint(const Polycon& c, PROJPOINT& p) {
     const double n = c.a / std::sqrt(1.0 - c.e2 * sinPhi * sinPhi); // Snyder 4-20
     const double ncot = n * cosPhi / sinPhi;
     const double m = c.e == 0.0 ? c.a * phi : c.arc.At(phi, sinPhi, cosPhi); // Snyder 3-21
-    p.x = ncot * std::sin(E);                                                // Snyder 18-4 / 18-12
-    p.y = m - c.m0 + ncot * (1.0 - std::cos(E));                             // Snyder 18-5 / 18-13
+    const double sinE = std::sin(E), cosE = std::cos(E);
+    // 1 - cos E as sin^2 E / (1 + cos E) while E is acute: near the equator E is
+    // tiny and n cot phi huge, and the plain difference would lose its digits.
+    const double versE = cosE > 0.0 ? sinE * sinE / (1.0 + cosE) : 1.0 - cosE;
+    p.x = ncot * sinE;             // Snyder 18-4 / 18-12
+    p.y = m - c.m0 + ncot * versE; // Snyder 18-5 / 18-13
     return true;
 }
 
-// M(phi) / a and its derivative with respect to phi (Snyder 18-20, 18-21).
-inline void ArcAndSlope(const Polycon& c, double phi, double* ma, double* dma) {
-    if (c.e == 0.0) {
-        *ma = phi;
-        *dma = 1.0;
-        return;
-    }
-    const MeridianArc& k = c.arc;
-    *ma = k.At(phi) / c.a;
-    *dma = k.c0 - 2.0 * k.c2 * std::cos(2.0 * phi) + 4.0 * k.c4 * std::cos(4.0 * phi) -
-           6.0 * k.c6 * std::cos(6.0 * phi);
+// Snyder's Newton function for the latitude (numerator of 18-22, 18-8 on the
+// sphere, where the arc series reduces to phi) and its derivative. The
+// denominator of 18-22 as printed agrees with the derivative only on the
+// sphere and at 45 degrees (its e^2 term has C^2 where the derivative has
+// 1 - e^2 sin^2 phi), which slows the ellipsoid to linear convergence; the
+// exact derivative keeps Newton's quadratic rate and the same root.
+struct NewtonTerms {
+    double num, den;
+};
+
+// C of 18-20, sqrt(1 - e^2 sin^2 phi) tan phi.
+inline double ParallelTerm(double e2, double s, double co) {
+    return std::sqrt(1.0 - e2 * s * s) * s / co;
 }
 
-// Snyder's Newton function for the latitude (numerator of 18-22, or 18-8 on the
-// sphere) and its derivative term (the denominator); false where tan phi or
-// sin 2 phi vanishes.
-bool NewtonTerms(const Polycon& c, double A, double B, double phi, double* num, double* den) {
-    const double sinPhi = std::sin(phi);
-    if (std::fabs(std::cos(phi)) < 1e-15 || sinPhi == 0.0) return false;
-    const double C = std::sqrt(1.0 - c.e2 * sinPhi * sinPhi) * std::tan(phi); // Snyder 18-20
-    double ma, dma;
-    ArcAndSlope(c, phi, &ma, &dma);
-    const double s2 = std::sin(2.0 * phi);
-    *num = A * (C * ma + 1.0) - ma - 0.5 * (ma * ma + B) * C;
-    *den = c.e2 * s2 * (ma * ma + B - 2.0 * A * ma) / (4.0 * C) + (A - ma) * (C * dma - 2.0 / s2) -
-           dma;
-    return std::isfinite(*num) && std::isfinite(*den);
+// From sin phi and cos phi: the multiple angles of the arc series and its
+// slope come from the double- and sum-angle identities. With w^2 = 1 - e^2
+// sin^2 phi, C' = (1 - e^2 sin^2 phi (1 + cos^2 phi)) / (w cos^2 phi). False
+// where tan phi or sin 2 phi vanishes.
+bool EvaluateNewton(const Polycon& c, double A, double B, double phi, double s, double co,
+                    NewtonTerms* t) {
+    if (std::fabs(co) < 1e-15 || s == 0.0) return false;
+    const double s2 = 2.0 * s * co, c2 = (co - s) * (co + s);
+    const double s4 = 2.0 * s2 * c2, c4 = (c2 - s2) * (c2 + s2);
+    const double s6 = s4 * c2 + c4 * s2, c6 = c4 * c2 - s4 * s2;
+    const MeridianArc& k = c.arc;
+    const double ma = k.c0 * phi - k.c2 * s2 + k.c4 * s4 - k.c6 * s6;              // 3-21 over a
+    const double dma = k.c0 - 2.0 * k.c2 * c2 + 4.0 * k.c4 * c4 - 6.0 * k.c6 * c6; // 18-21
+    const double es2 = c.e2 * s * s;
+    const double invW = 1.0 / std::sqrt(1.0 - es2), invCos2 = 1.0 / (co * co);
+    const double C = (1.0 - es2) * invW * s / co;                     // 18-20
+    const double dC = (1.0 - es2 * (1.0 + co * co)) * invW * invCos2; // dC / dphi
+    t->num = A * (C * ma + 1.0) - ma - 0.5 * (ma * ma + B) * C;
+    t->den = dC * (A * ma - 0.5 * (ma * ma + B)) + dma * (C * (A - ma) - 1.0);
+    return std::isfinite(t->num) && std::isfinite(t->den) && t->den != 0.0;
+}
+
+// Steps below this are taken whole: the residual there is within a few
+// orders of rounding, and comparing residuals would halve a good step
+// dozens of times.
+constexpr double kWholeStep = 1e-9;
+// A step this small is below the rounding of phi near 1 radian.
+constexpr double kNextStep = 1e-16;
+
+// Near the central meridian A = phi + (x/a)^2 tan(phi) / 2 to first order
+// (1 - cos E ~ E^2 / 2 in 18-5); one Newton step on that relation from A lands
+// between A and the latitude, which saves Snyder's iteration a step. |A| < pi/2.
+inline double StartingLatitude(double A, double xa) {
+    const double h = 0.5 * xa * xa;
+    const double s = std::sin(A), c = std::cos(A);
+    return A - h * s * c / (c * c + h);
+}
+
+struct Latitude {
+    double phi, sinPhi, cosPhi;
+};
+
+// The latitude of (x, y) by Snyder's Newton-Raphson iteration, false when it
+// does not converge.
+bool SolveLatitude(const Polycon& c, double A, double B, double xa, Latitude* out) {
+    // Snyder starts at phi = A. The latitude has the sign of A and lies
+    // between 0 and about A (A a = M(phi) + N cot phi (1 - cos E), both terms
+    // of the sign of phi), but far from the central meridian the plain Newton
+    // step can overshoot across the equator, where the function has a pole, or
+    // past a pole of the Earth. A large step is therefore halved until it
+    // stays on A's side of the equator, inside the poles, and does not
+    // increase the residual. The terms at the point taken serve the next step.
+    const double lim = kHalfPi - 1e-9;
+    double phi = std::fabs(A) < lim ? StartingLatitude(A, xa) : azim::Sign(A) * lim;
+    double s = std::sin(phi), co = std::cos(phi);
+    auto inside = [A](double v) { return v * A > 0.0 && std::fabs(v) < kHalfPi; };
+    NewtonTerms t;
+    if (!EvaluateNewton(c, A, B, phi, s, co, &t)) return false;
+    double dPrev = 0.0; // no estimate of the rate before the first step
+    for (int step = 0; step < kMaxSteps; ++step) {
+        double d = t.num / t.den; // Snyder 18-22 (18-8 on the sphere), exact slope
+        double next = phi - d;
+        double sn = s, cn = co;
+        azim::SinCosStep(phi, d, &sn, &cn);
+        // Converged when the step is negligible or, the rate being quadratic,
+        // when the step after it would be: d^2 / dPrev^2 estimates the
+        // contraction, so that step is about |d|^3 / dPrev^2.
+        const double ad = std::fabs(d);
+        if (ad <= kPhiTolerance || (ad <= 1e-6 && ad * ad * ad <= kNextStep * dPrev * dPrev)) {
+            *out = {next, sn, cn};
+            return inside(next);
+        }
+        NewtonTerms nt;
+        bool ok = inside(next) && EvaluateNewton(c, A, B, next, sn, cn, &nt);
+        for (int halving = 0; halving < 60; ++halving) {
+            if (ok && (std::fabs(d) <= kWholeStep || std::fabs(nt.num) <= std::fabs(t.num))) break;
+            d /= 2.0;
+            next = phi - d;
+            sn = s;
+            cn = co;
+            azim::SinCosStep(phi, d, &sn, &cn);
+            ok = inside(next) && EvaluateNewton(c, A, B, next, sn, cn, &nt);
+        }
+        if (!ok) return false;
+        dPrev = std::fabs(d);
+        phi = next;
+        s = sn;
+        co = cn;
+        t = nt;
+    }
+    return false;
 }
 
 bool InversePoint(const Polycon& c, PROJPOINT& p) {
@@ -91,35 +174,12 @@ bool InversePoint(const Polycon& c, PROJPOINT& p) {
     }
     const double A = (c.m0 + y) / c.a;            // Snyder 18-6 / 18-18
     const double B = x * x / (c.a * c.a) + A * A; // Snyder 18-7 / 18-19
-    // Snyder starts at phi = A. Far from the central meridian the plain Newton
-    // step overshoots past the poles, so each step is halved until it stays
-    // inside them and does not increase the residual.
-    const double lim = kHalfPi - 1e-9;
-    double phi = std::fabs(A) < lim ? A : azim::Sign(A) * lim;
-    bool converged = false;
-    for (int step = 0; step < kMaxSteps && !converged; ++step) {
-        double num, den;
-        if (!NewtonTerms(c, A, B, phi, &num, &den) || den == 0.0) return false;
-        double d = num / den; // Snyder 18-22 (18-8 on the sphere)
-        double next = phi - d;
-        for (int halving = 0; halving < 60; ++halving) {
-            double n2, d2;
-            if (std::fabs(next) < kHalfPi && NewtonTerms(c, A, B, next, &n2, &d2) &&
-                std::fabs(n2) <= std::fabs(num))
-                break;
-            d /= 2.0;
-            next = phi - d;
-        }
-        converged = std::fabs(next - phi) <= kPhiTolerance;
-        phi = next;
-    }
-    if (!converged || !(std::fabs(phi) < kHalfPi)) return false;
-    const double sinPhi = std::sin(phi);
-    const double C = std::sqrt(1.0 - c.e2 * sinPhi * sinPhi) * std::tan(phi);
-    const double arg = x * C / c.a;
-    if (std::fabs(arg) > 1.0 + 1e-12) return false;       // no parallel arc reaches x
-    p.x = std::asin(azim::Clamp1(arg)) / sinPhi + c.lam0; // Snyder 18-23 (18-9)
-    p.y = phi;
+    Latitude lat;
+    if (!SolveLatitude(c, A, B, x / c.a, &lat)) return false;
+    const double arg = x * ParallelTerm(c.e2, lat.sinPhi, lat.cosPhi) / c.a;
+    if (std::fabs(arg) > 1.0 + 1e-12) return false;           // no parallel arc reaches x
+    p.x = std::asin(azim::Clamp1(arg)) / lat.sinPhi + c.lam0; // Snyder 18-23 (18-9)
+    p.y = lat.phi;
     return true;
 }
 

@@ -14,8 +14,11 @@
 // continues by the projection's own symmetry (X even, Y odd); the pole has no
 // such symmetry, so the last band uses the cubic through 75..90 degrees.
 //
-// The inverse finds |phi| from Y by bisection on the interpolated curve, then
-// lambda from X; points above the pole line or beyond the outline fail.
+// Each band's cubic is expanded once, at compile time, into powers of the
+// position u in the band, so a point costs one Horner evaluation. The inverse
+// finds the band of |Y| among the nodes, then solves the band's cubic for u by
+// Newton's method from the chord's estimate (Y rises steadily within every
+// band, so a few steps reach rounding), then X follows at the same u.
 #include "projections/AzimMath.h"
 #include "projections/AzimModules.h"
 
@@ -26,6 +29,7 @@ namespace KVProj {
 namespace {
 
 constexpr int kNodes = 19; // 0, 5, ..., 90 degrees
+constexpr int kBands = kNodes - 1;
 constexpr double kTableX[kNodes] = {1.0000, 0.9986, 0.9954, 0.9900, 0.9822, 0.9730, 0.9600,
                                     0.9427, 0.9216, 0.8962, 0.8679, 0.8350, 0.7986, 0.7597,
                                     0.7186, 0.6732, 0.6213, 0.5722, 0.5322};
@@ -35,74 +39,96 @@ constexpr double kTableY[kNodes] = {0.0000, 0.0620, 0.1240, 0.1860, 0.2480, 0.31
 constexpr double kXScale = 0.8487;
 constexpr double kYScale = 1.3523;
 constexpr double kStepRad = 5.0 * kDegToRad;
+// The widest Y step between nodes: Y(n) <= n kYStepMax, so |Y| / kYStepMax
+// never overestimates the band.
+constexpr double kYStepMax = 0.0620;
 
-// Table value at node k, continued by symmetry past the equator.
-inline double NodeX(int k) {
-    return kTableX[k < 0 ? -k : k];
-}
-inline double NodeY(int k) {
-    return k < 0 ? -kTableY[-k] : kTableY[k];
-}
+// a0 + a1 u + a2 u^2 + a3 u^3.
+struct Cubic {
+    double a0, a1, a2, a3;
+    double At(double u) const { return a0 + u * (a1 + u * (a2 + u * a3)); }
+    double Slope(double u) const { return a1 + u * (2.0 * a2 + u * (3.0 * a3)); }
+};
 
-// The cubic through nodes k0 .. k0 + 3 at position t (in node units), written
-// in Bessel's form about the middle pair k0 + 1, k0 + 2.
-template <double (*Node)(int)> double Bessel(int k0, double t) {
-    const double fm1 = Node(k0), f0 = Node(k0 + 1), f1 = Node(k0 + 2), f2 = Node(k0 + 3);
-    const double p = t - (k0 + 1);
+// The cubic of band n, 0 <= u <= 1. Bessel's form about the nodes k0 + 1 and
+// k0 + 2 (k0 = n - 1; the last band keeps the nodes of the one before) is
+// multiplied out in p = u + n - k0 - 1, then shifted to u.
+template <bool Odd> constexpr Cubic BandCubic(const double (&table)[kNodes], int n) {
+    auto node = [&table](int k) { return k >= 0 ? table[k] : (Odd ? -table[-k] : table[-k]); };
+    const int k0 = n - 1 < kNodes - 4 ? n - 1 : kNodes - 4;
+    const double fm1 = node(k0), f0 = node(k0 + 1), f1 = node(k0 + 2), f2 = node(k0 + 3);
     const double d1 = f1 - f0;
     const double d2mean = ((f1 - 2.0 * f0 + fm1) + (f2 - 2.0 * f1 + f0)) / 2.0;
     const double d3 = f2 - 3.0 * f1 + 3.0 * f0 - fm1;
-    return f0 + p * d1 + p * (p - 1.0) / 2.0 * d2mean + p * (p - 1.0) * (p - 0.5) / 6.0 * d3;
+    const double c0 = f0, c1 = d1 - d2mean / 2.0 + d3 / 12.0, c2 = d2mean / 2.0 - d3 / 4.0,
+                 c3 = d3 / 6.0;
+    if (n - k0 - 1 == 0) return {c0, c1, c2, c3};
+    // p = u + 1 in the last band.
+    return {c0 + c1 + c2 + c3, c1 + 2.0 * c2 + 3.0 * c3, c2 + 3.0 * c3, c3};
 }
 
-// X and Y at |phi| (radians, 0..pi/2).
-inline void Interpolate(double absPhi, double* X, double* Y) {
-    const double t = absPhi / kStepRad;
-    int n = static_cast<int>(std::floor(t));
-    if (n > kNodes - 2) n = kNodes - 2; // the pole belongs to the last band
-    if (n < 0) n = 0;
-    int k0 = n - 1;
-    if (k0 > kNodes - 4) k0 = kNodes - 4; // last band: nodes 75..90 degrees
-    if (X) *X = Bessel<NodeX>(k0, t);
-    if (Y) *Y = Bessel<NodeY>(k0, t);
+struct BandTable {
+    Cubic x[kBands], y[kBands];
+};
+
+constexpr BandTable MakeBands() {
+    BandTable t{};
+    for (int n = 0; n < kBands; ++n) {
+        t.x[n] = BandCubic<false>(kTableX, n);
+        t.y[n] = BandCubic<true>(kTableY, n);
+    }
+    return t;
 }
+
+constexpr BandTable kBandCubics = MakeBands();
 
 bool ForwardPoint(double r, double lam0, bool wrap, PROJPOINT& p) {
     double dLam = p.x - lam0;
     if (wrap) dLam = azim::WrapOnce(dLam);
     const double absPhi = std::fabs(p.y);
     if (!(absPhi <= kHalfPi + 1e-12)) return false;
-    double X, Y;
-    Interpolate(absPhi > kHalfPi ? kHalfPi : absPhi, &X, &Y);
-    p.x = kXScale * r * X * dLam;
-    p.y = kYScale * r * Y * azim::Sign(p.y);
+    const double t = (absPhi > kHalfPi ? kHalfPi : absPhi) / kStepRad;
+    int n = static_cast<int>(t);
+    if (n > kBands - 1) n = kBands - 1; // the pole belongs to the last band
+    const double u = t - n;
+    p.x = kXScale * r * kBandCubics.x[n].At(u) * dLam;
+    p.y = kYScale * r * kBandCubics.y[n].At(u) * azim::Sign(p.y);
     return true;
+}
+
+// Position u in band n where Y reaches `target` (Y(n) <= target <= Y(n + 1)).
+inline double SolveBand(int n, double target) {
+    const Cubic& c = kBandCubics.y[n];
+    double u = (target - kTableY[n]) / (kTableY[n + 1] - kTableY[n]);
+    for (int step = 0; step < 8; ++step) {
+        const double du = (c.At(u) - target) / c.Slope(u);
+        u -= du;
+        if (u < 0.0) u = 0.0;
+        if (u > 1.0) u = 1.0;
+        // Newton's error after a step is below (Y''/2Y') du^2, and Y''/2Y' < 0.51
+        // in every band: a step under 1e-9 leaves less than 1e-18.
+        if (std::fabs(du) <= 1e-9) break;
+    }
+    return u;
 }
 
 bool InversePoint(double r, double lam0, PROJPOINT& p) {
     const double target = std::fabs(p.y) / (kYScale * r);
     if (!(target <= 1.0 + 1e-12)) return false; // above the pole line
-    double lo = 0.0, hi = kHalfPi;
-    if (target >= 1.0) {
-        lo = kHalfPi;
-    } else {
-        // Y rises monotonically with |phi|; 64 halvings exhaust double precision.
-        for (int i = 0; i < 64 && hi - lo > 0.0; ++i) {
-            const double mid = 0.5 * (lo + hi);
-            double y;
-            Interpolate(mid, nullptr, &y);
-            if (y < target)
-                lo = mid;
-            else
-                hi = mid;
-        }
+    int n = kBands - 1;
+    double u = 1.0;
+    if (target < 1.0) {
+        n = static_cast<int>(target / kYStepMax);
+        while (n < kBands - 1 && kTableY[n + 1] <= target)
+            ++n;
+        while (n > 0 && target < kTableY[n]) // the division rounded up onto a node
+            --n;
+        u = SolveBand(n, target);
     }
-    double X;
-    Interpolate(lo, &X, nullptr);
-    const double dLam = p.x / (kXScale * r * X);
+    const double dLam = p.x / (kXScale * r * kBandCubics.x[n].At(u));
     if (!(std::fabs(dLam) <= kPi + 1e-9)) return false; // outside the outline
     p.x = lam0 + dLam;
-    p.y = lo * azim::Sign(p.y);
+    p.y = (n + u) * kStepRad * azim::Sign(p.y);
     return true;
 }
 
