@@ -1,6 +1,7 @@
 // Azimuthal modules: Stereographic (polar and oblique, sphere and ellipsoid),
 // Orthographic, Gnomonic, Azimuthal Equidistant, Lambert Azimuthal Equal Area.
 #include "ModuleTestSupport.h"
+#include "kvproj/projection.h"
 #include "projections/AzimModules.h"
 
 using namespace modtest;
@@ -127,6 +128,84 @@ TEST(Azimuthal, StereographicFieldConventions) {
         const PROJPOINT a = Fwd(kPolar.fwd, s.a.d, 30, 60), b = Fwd(kPolar.fwd, s.b.d, 30, 60);
         EXPECT_TRUE(a.x == b.x && a.y == b.y);
     }
+}
+
+// Towards the antipode of (40, -100) the equal-area disc closes on its rim
+// of radius 2R. Expected values: `GeodSolve -i -e 6370997 0 -p 9` (the
+// sphere's distance s and azimuth az from the centre; rho = 2R sin(s / 2R),
+// x = rho sin az, y = rho cos az). Tolerances follow the direction's
+// sensitivity to the rounding of the input, 4e-16 / (distance to the
+// antipode) of 2R. cs2cs laea agrees at 1 degree but is 4 mm off at 0.01
+// degrees, where its 1 + cos c has cancelled.
+TEST(Azimuthal, EqualAreaNearTheAntipode) {
+    const Rec rec = Sphere().Lat1(40).Lon0(-100);
+    const double rim = 2.0 * kSphereR;
+    const struct {
+        double lon, lat, x, y, tol;
+    } rows[] = {
+        {80, -39, 0.0, 12741508.823912, 1e-3},
+        {79.99, -40.01, 7747741.404441, -10115874.270870, 1e-3},
+        {80.0001, -40.0001, -7748657.269078, -10115172.841934, 0.01},
+        {80.000001, -40, -12741994.0, -0.071475, 1.0},
+        {80, -39.9999999, 0.0, 12741994.0, 5.0},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(testing::Message() << r.lon << ", " << r.lat);
+        const PROJPOINT p = Fwd(kLaea.fwd, rec.d, r.lon, r.lat);
+        EXPECT_NEAR(p.x, r.x, r.tol);
+        EXPECT_NEAR(p.y, r.y, r.tol);
+        EXPECT_LE(std::hypot(p.x, p.y), rim * (1 + 4e-16)); // on or inside the rim
+        const PROJPOINT q = InvDeg(kLaea.inv, rec.d, p.x, p.y);
+        EXPECT_LT(ArcDeg(q.x, q.y, r.lon, r.lat), 1e-5);
+    }
+}
+
+// The orthographic module draws every point its hemisphere domain test
+// admits: a ring exactly 90 degrees from the centre (Snyder 5-5, 5-6 with
+// c = 90 degrees, every third of a degree of azimuth) goes through the whole
+// pipeline onto the globe's outline, rho = R. A ring 1e-4 degrees beyond the
+// limb is rejected by both.
+TEST(Azimuthal, OrthographicLimbMatchesTheDomainTest) {
+    const double centres[][2] = {{40, -100}, {-35, 150}, {10, 170}, {89.5, 10}, {0, 0}};
+    for (const auto& c : centres) {
+        SCOPED_TRACE(testing::Message() << "centre " << c[0] << ", " << c[1]);
+        PROJDATA d{};
+        d.Type = PT_ORTHOGRAPHIC;
+        d.Ellipsoid = ELLIPSOID_SPHERE_6370997;
+        d.Zone = STATEZONE_NONE;
+        d.Scale = 1.0;
+        d.K0 = 1.0;
+        d.Lat0 = c[0];
+        d.Lon0 = c[1];
+        void* h = ProjCreateProjection(&d);
+        ASSERT_NE(h, nullptr);
+        for (double dist : {90.0, 90.0001}) {
+            const double sinC = std::sin(dist * kRad), cosC = std::cos(dist * kRad);
+            const double phi1 = c[0] * kRad;
+            int admitted = 0, drawn = 0;
+            for (int i = 0; i < 1080; ++i) {
+                const double az = i / 3.0 * kRad;
+                const double phi =
+                    std::asin(std::sin(phi1) * cosC + std::cos(phi1) * sinC * std::cos(az));
+                const double lam = std::atan2(std::sin(az) * sinC * std::cos(phi1),
+                                              cosC - std::sin(phi1) * std::sin(phi));
+                PROJPOINT p{c[1] + lam / kRad, phi / kRad};
+                if (!ProjLLInProjection(h, &p)) continue;
+                ++admitted;
+                if (!ProjForward(h, &p, 1) || p.x == DBL_MAX) continue;
+                ++drawn;
+                EXPECT_NEAR(std::hypot(p.x, p.y), kSphereR, 1e-6) << i;
+            }
+            EXPECT_EQ(drawn, admitted) << dist;
+            EXPECT_TRUE(dist == 90.0 ? admitted > 700 : admitted == 0) << admitted;
+        }
+        ProjDeleteProjection(h);
+    }
+    // Beyond the limb by more than rounding, the module itself refuses.
+    PROJDATA d = Sphere().Lat0(40).Lon0(-100).d;
+    PROJPOINT p{80.0 * kRad, 49.9999 * kRad}; // over the pole, 90.0001 degrees away
+    ASSERT_TRUE(kOrtho.fwd(&d, &p, 1));
+    EXPECT_EQ(p.x, DBL_MAX);
 }
 
 } // namespace

@@ -16,10 +16,10 @@ Rec Guam() {
 }
 
 // Snyder: USGS PP 1395, appendix A (Clarke 1866 as e^2). cs2cs: PROJ 9.1.1
-// `proj -f %.6f`. PROJ's polyconic and Bonne take the meridian arc to higher
-// order than the e^6 series here (1.0 mm at 40 degrees from the origin, hence
-// 2 mm); Robinson only at tabular latitudes, where both reproduce the table
-// (PROJ keeps it in single precision: up to 0.3 m, hence 0.5 m).
+// `proj -f %.6f` (its own polyconic inverse gives up on the two far points). PROJ's polyconic and
+// Bonne take the meridian arc to higher order than the e^6 series here (1.0 mm at 40 degrees from
+// the origin, hence 2 mm); Robinson only at tabular latitudes, where both reproduce the table (PROJ
+// keeps it in single precision: up to 0.3 m, hence 0.5 m).
 TEST(MiscProjections, PublishedAndOracleValues) {
     const Rec bonneS = Grs80().Lat1(-30).Lon0(25), cass = Sphere().Lat0(40).Lon0(-100);
     // clang-format off
@@ -29,6 +29,8 @@ TEST(MiscProjections, PublishedAndOracleValues) {
         {"cs2cs poly Guam", kPolycon, Guam(), 144.62, 13.24, 36045.876068, 24286.502226, 1e-3},
         {"cs2cs poly Clarke 1866", kPolycon, Clarke().Lat0(30).Lon0(-96), -100, 10, -438551.977237, -2211489.584721, 2e-3},
         {"cs2cs poly sphere", kPolycon, Sphere().Lat0(-20).Lon0(40), 100, 30, 5517445.249434, 7038138.713103, 1e-3},
+        {"cs2cs poly far west", kPolycon, Wgs84().Lat0(30).Lon0(-96), -180.25831, -31.831216, -7200361.407370, -9784552.595065, 2e-3},
+        {"cs2cs poly far east", kPolycon, Wgs84().Lat0(30).Lon0(-96), -10.779302, 43.340615, 5771229.156136, 4711820.855371, 2e-3},
         {"cs2cs bonne sphere", kBonne, Sphere().Lat1(40).Lon0(-100), 10, 89.9, 21347.484414, 5548735.704267, 1e-3},
         {"cs2cs bonne Clarke 1866", kBonne, Clarke().Lat1(40).Lon0(-100), -150, 75, -1408981.402760, 4175069.449809, 2e-3},
         {"cs2cs bonne south", kBonne, bonneS, 60, -10, 3784124.725666, 1663305.327659, 2e-3},
@@ -134,6 +136,59 @@ TEST(MiscProjections, UnconvertiblePointsAndRecords) {
         EXPECT_EQ(q[0].x, DBL_MAX) << o.m.name;
         EXPECT_EQ(d.iResult, 1) << o.m.name;
         EXPECT_NE(q[1].x, DBL_MAX) << o.m.name;
+    }
+}
+
+// Inverses where the iterations are easy to get wrong: Robinson's tabular
+// distances Y from the equator (Robinson 1974, as tabulated in USGS PP 1453)
+// must give back the tabular latitudes, including the seams between the
+// interpolating cubics and the pole line.
+TEST(MiscProjections, RobinsonSterlingInverseOfTheTable) {
+    const double tableY[] = {0.0000, 0.0620, 0.1240, 0.1860, 0.2480, 0.3100, 0.3720,
+                             0.4340, 0.4958, 0.5571, 0.6176, 0.6769, 0.7346, 0.7903,
+                             0.8435, 0.8936, 0.9394, 0.9761, 1.0000};
+    for (int n = 0; n < 19; ++n)
+        for (double sign : {1.0, -1.0}) {
+            const PROJPOINT q =
+                InvDeg(kRobSter.inv, Unit().Lon0(30).d, 0.5, sign * 1.3523 * tableY[n]);
+            EXPECT_NEAR(q.y, sign * 5.0 * n, 1e-11) << n;
+        }
+}
+
+// Forward then inverse at points that trapped earlier iterations: on both
+// sides of the seams of Robinson-Sterling's bands; polyconic points far from
+// the central meridian, where Snyder's Newton step from A jumps across the
+// equator to a false root, and a point just off the equator, where 1 - cos E
+// cancels in the forward.
+TEST(MiscProjections, RoundTripsAtHardPoints) {
+    const Rec robin = Sphere().Lon0(-100), poly = Wgs84().Lat0(30).Lon0(-96);
+    const struct {
+        Module m;
+        Rec rec;
+        double lon, lat, tolDeg;
+    } cases[] = {
+        {kRobSter, robin, 10, 4.9999999, 1e-11},
+        {kRobSter, robin, 10, 5, 1e-11},
+        {kRobSter, robin, -250, 84.9999999, 1e-11},
+        {kRobSter, robin, -250, 85, 1e-11},
+        {kRobSter, robin, 70, -89.9999999, 1e-9},
+        {kRobSter, robin, 70, -90, 1e-11},
+        {kPolycon, poly, -180.25831, -31.831216, 1e-10},
+        {kPolycon, poly, -10.779302, 43.340615, 1e-10},
+        {kPolycon, poly, -180.603, -35.027051, 1e-10},
+        {kPolycon, poly, -155.969743, 0.000253, 1e-11},
+        {kPolycon, Sphere().Lat0(-20).Lon0(40), 120, -1e-4, 1e-11},
+    };
+    for (const auto& c : cases) {
+        PROJDATA d = c.rec.d;
+        PROJPOINT p{c.lon * kRad, c.lat * kRad};
+        ASSERT_TRUE(c.m.fwd(&d, &p, 1) && c.m.inv(&d, &p, 1));
+        EXPECT_EQ(d.iResult, 0) << c.m.name << " " << c.lon << ", " << c.lat;
+        EXPECT_NEAR(p.y / kRad, c.lat, c.tolDeg) << c.m.name << " " << c.lon << ", " << c.lat;
+        if (std::fabs(c.lat) < 89.99) {
+            EXPECT_NEAR(std::remainder(p.x / kRad - c.lon, 360.0), 0.0, c.tolDeg)
+                << c.m.name << " " << c.lon << ", " << c.lat;
+        }
     }
 }
 
