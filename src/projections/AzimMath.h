@@ -39,6 +39,12 @@ inline double Clamp1(double v) {
     return v > 1.0 ? 1.0 : (v < -1.0 ? -1.0 : v);
 }
 
+// Sine of the distance from the antipode below which a point's direction
+// from the centre, and so its place on the bounding circle of the azimuthal
+// equidistant and equal-area maps, is lost in rounding (micrometres on the
+// Earth): such a point fails like the antipode itself.
+constexpr double kAntipodeTolerance = 1e-12;
+
 // The spherical frame about a centre (phi1, lam0) that every azimuthal
 // projection shares.
 struct AzimuthalFrame {
@@ -52,6 +58,10 @@ struct AzimuthalFrame {
         double xUnit;             // cos phi sin(lam - lam0): x before the radial factor k'
         double yUnit;             // cos phi1 sin phi - sin phi1 cos phi cos(lam - lam0)
         double phi, cosPhi, dLam; // the point, for CosHalfC2
+
+        // sin c by the chord form, which keeps its digits near the centre and
+        // the antipode, where a sine from cos c would lose half of them.
+        double SinC() const { return std::hypot(xUnit, yUnit); }
     };
 
     Terms At(double lam, double phi) const {

@@ -8,21 +8,13 @@
 
 namespace KVProj {
 
-namespace {
-constexpr double kAntipodeTolerance = 1e-12; // sine of the distance from the antipode
-}
-
 bool AzimuthForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     azim::ForwardAzimuthal(
         data, points, count, data->Lat1,
         [](const azim::AzimuthalFrame&, const azim::AzimuthalFrame::Terms& t, double* k) {
-            // The chord form keeps c accurate near the centre, where acos
-            // of a cosine close to 1 would lose half the digits.
-            const double sinC = std::hypot(t.xUnit, t.yUnit);
-            // Within a few micrometres of the antipode the direction, and
-            // so the point on the bounding circle, is lost in rounding.
-            if (t.cosC < 0.0 && sinC < kAntipodeTolerance) return false;
+            const double sinC = t.SinC();
+            if (t.cosC < 0.0 && sinC < azim::kAntipodeTolerance) return false;
             const double c = std::atan2(sinC, t.cosC);
             *k = sinC == 0.0 ? 1.0 : c / sinC; // Snyder 25-2; 1 at the centre
             return true;

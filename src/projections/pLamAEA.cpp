@@ -8,10 +8,6 @@
 
 namespace KVProj {
 
-namespace {
-constexpr double kAntipodeTolerance = 1e-12; // sine of the distance from the antipode
-}
-
 bool LamAEAForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     azim::ForwardAzimuthal(
@@ -25,10 +21,8 @@ bool LamAEAForward(PROJDATA* data, PROJPOINT* points, int count) {
             // k' = 2 sin(c/2) / sin c, with sin(c/2) from the haversine of the
             // distance to the antipode and sin c = |(xUnit, yUnit)|, so the
             // point lands on or inside the circle of radius 2R.
-            const double sinC = std::hypot(t.xUnit, t.yUnit);
-            // Within a few micrometres of the antipode the direction, and so
-            // the point on the bounding circle, is lost in rounding.
-            if (sinC < kAntipodeTolerance) return false;
+            const double sinC = t.SinC();
+            if (sinC < azim::kAntipodeTolerance) return false;
             *k = 2.0 * std::sqrt(1.0 - frame.CosHalfC2(t)) / sinC;
             return true;
         });

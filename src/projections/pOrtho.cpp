@@ -32,8 +32,7 @@ bool OrthoInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     azim::InverseAzimuthal(data, points, count, data->Lat0,
                            [](double q, double* sinC, double* cosC) {
-                               // Outside the disc of the globe's outline; a rounding hair is let
-                               // in.
+                               // Outside the globe's outline; a rounding hair is let in.
                                if (!(q <= 1.0 + 1e-12)) return false;
                                const double s = q > 1.0 ? 1.0 : q; // Snyder 20-19
                                *sinC = s;
