@@ -36,7 +36,8 @@ bool ParseXml(const std::string& s, std::vector<Element>* out, std::string* why)
         const std::string kind = (*m)[1], name = (*m)[2], attrs = (*m)[3];
         if (!kind.empty() && kind[0] == '?') continue;
         if (kind == "/") {
-            if (open.empty() || open.back() != name) return (*why = "unbalanced </" + name + ">"), false;
+            if (open.empty() || open.back() != name)
+                return (*why = "unbalanced </" + name + ">"), false;
             open.pop_back();
             continue;
         }
@@ -134,6 +135,7 @@ struct Picture {
 
 // One record per projection type with a module (1-8, 11-28), and state plane
 // zones named three ways on the transverse Mercator, Hotine and polyconic.
+// clang-format off
 const char* const kEveryType[] = {
     "--proj type=merc", "--proj 'type=albers lat1=29.5 lat2=45.5 lon0=-96 lat0=23'",
     "--proj type=miller", "--utm 33N", "--proj 'type=lcc lat1=33 lat2=45 lon0=-96'",
@@ -153,6 +155,7 @@ const char* const kEveryType[] = {
     "--zone 'epsg:26731' --step 5", "--zone 'spcs27:Guam Island' --step 5",
     "--proj type=0 --step 30",
 };
+// clang-format on
 
 TEST(ToolGraticule, EveryProjectionDrawsAWellFormedPicture) {
     for (const char* arguments : kEveryType) {
@@ -198,8 +201,8 @@ TEST(ToolGraticule, PolarAspectsDrawParallelsAsCirclesOfTheRightRadius) {
         ASSERT_TRUE(Draw(std::string(c.arguments) + " --step 15 --width 1000", &pic));
         ASSERT_TRUE(pic.parallels.count(c.lat) && pic.parallels.count(c.reference));
         // Every meridian ends at the pole, the centre of the circles.
-        const std::vector<Point>&m = pic.meridians.begin()->second,
-                        &other = pic.meridians.rbegin()->second;
+        const std::vector<Point>& m = pic.meridians.begin()->second;
+        const std::vector<Point>& other = pic.meridians.rbegin()->second;
         auto gap = [&](const Point& p) {
             return std::min(std::hypot(p.x - other.front().x, p.y - other.front().y),
                             std::hypot(p.x - other.back().x, p.y - other.back().y));
