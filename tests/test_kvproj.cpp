@@ -30,19 +30,21 @@ PROJDATA Record(ProjType type, EllipsoidType ellipsoid = ELLIPSOID_WGS84) {
     d.Type = type, d.Scale = 1.0, d.Ellipsoid = ellipsoid, d.Zone = STATEZONE_NONE;
     return d;
 }
-
 PROJDATA User(ProjType type, double a, double rf) {
     PROJDATA d = Record(type, ELLIPSOID_USER_DEFINED);
     d.MajorRadius = a, d.Flattening = rf == 0.0 ? 0.0 : 1.0 / rf;
     return d;
 }
-
 PROJDATA Utm(double lon0, bool south) {
     PROJDATA d = Record(PT_UTM);
     d.Lon0 = lon0, d.bSouth = south;
     return d;
 }
-
+PROJDATA Zone(ProjType system, StateZoneType zone, EllipsoidType e = ELLIPSOID_WGS84) {
+    PROJDATA d = Record(system, e);
+    d.Zone = zone;
+    return d;
+}
 PROJDATA Origin(PROJDATA d, double lat0, double lon0, double k0, double x0, double y0,
                 double lat1 = 0, double lat2 = 0, double scale = 1) {
     d.Lat0 = lat0, d.Lon0 = lon0, d.K0 = k0, d.xOrg = x0, d.yOrg = y0;
@@ -72,14 +74,12 @@ TEST(ProjCreate, DefaultsGoIntoTheCallersRecordRepairsOnlyIntoTheHandle) {
     d.xOrg = 1.0, d.yOrg = 2.0;
     Handle south(d);
     ASSERT_NE(south.h, nullptr);
-    EXPECT_EQ(+south.data.K0, 0.9996);
-    EXPECT_EQ(+south.data.xOrg, 500000.0);
+    EXPECT_TRUE(south.data.K0 == 0.9996 && south.data.xOrg == 500000.0);
     EXPECT_EQ(+south.data.yOrg, 10000000.0);
     d = Utm(15.0, false);
     d.yOrg = 123.0, d.K0 = 0.9;
     Handle north(d);
-    EXPECT_EQ(+north.data.yOrg, 0.0);
-    EXPECT_EQ(+north.data.K0, 0.9); // a given K0 is kept
+    EXPECT_TRUE(north.data.yOrg == 0.0 && north.data.K0 == 0.9); // a given K0 is kept
 
     d = Record(PT_TRANSVERSE_MERCATOR);
     d.MajorRadius = 1.0, d.Flattening = 0.5, d.Scale = 0.0, d.K0 = 0.0;
@@ -90,8 +90,7 @@ TEST(ProjCreate, DefaultsGoIntoTheCallersRecordRepairsOnlyIntoTheHandle) {
     EXPECT_EQ(+tm.data.Scale, 0.0);
     PROJDATA info;
     ASSERT_TRUE(ProjGetHandleInfo(tm.h, &info));
-    EXPECT_EQ(+info.Scale, 1.0);
-    EXPECT_EQ(+info.K0, 1.0);
+    EXPECT_TRUE(info.Scale == 1.0 && info.K0 == 1.0);
 }
 
 TEST(ProjCreate, Failures) {
@@ -106,12 +105,10 @@ TEST(ProjCreate, Failures) {
     EXPECT_EQ(ProjCreateProjection(&nanFlat), nullptr);
     EXPECT_EQ(host.Count(20200), 1);
     // State plane records skip validation's ellipsoid tests; creation still checks it.
-    PROJDATA sp = Record(PT_STATE_PLANE_83, ELLIPSOID_USER_DEFINED);
-    sp.Zone = SZ_ALABAMA_EAST;
+    PROJDATA sp = Zone(PT_STATE_PLANE_83, SZ_ALABAMA_EAST, ELLIPSOID_USER_DEFINED);
     EXPECT_EQ(ProjCreateProjection(&sp), nullptr);
     EXPECT_EQ(host.Count(20200), 2);
-    sp = Record(PT_STATE_PLANE_83);
-    sp.Zone = SZ_GUAM_ISLAND; // not a NAD 83 zone
+    sp = Zone(PT_STATE_PLANE_83, SZ_GUAM_ISLAND); // not a NAD 83 zone
     EXPECT_EQ(ProjCreateProjection(&sp), nullptr);
     EXPECT_EQ(host.Count(20252), 1);
 }
@@ -126,8 +123,7 @@ TEST(ProjCreate, GetHandleInfoCopiesTheWholeRecord) {
     std::memset(&info, 0xff, sizeof(info));
     ASSERT_TRUE(ProjGetHandleInfo(h.h, &info));
     EXPECT_EQ(std::memcmp(&info, &h.data, sizeof(PROJDATA)), 0);
-    EXPECT_FALSE(ProjGetHandleInfo(nullptr, &info));
-    EXPECT_FALSE(ProjGetHandleInfo(h.h, nullptr));
+    EXPECT_FALSE(ProjGetHandleInfo(nullptr, &info) || ProjGetHandleInfo(h.h, nullptr));
     EXPECT_EQ(ProjResult(nullptr), 0);
     ProjDeleteProjection(nullptr); // ignored
 }
@@ -135,8 +131,7 @@ TEST(ProjCreate, GetHandleInfoCopiesTheWholeRecord) {
 TEST(ProjPipeline, BadArguments) {
     kvtest::ReportRecorder host;
     PROJPOINT p = P(15.0, 45.0);
-    EXPECT_FALSE(ProjForward(nullptr, &p, 1));
-    EXPECT_FALSE(ProjInverse(nullptr, &p, 1));
+    EXPECT_FALSE(ProjForward(nullptr, &p, 1) || ProjInverse(nullptr, &p, 1));
     EXPECT_TRUE(host.reports.empty()); // a null handle is not reported
     Handle h(Utm(15.0, false));
     for (auto c : {std::make_pair(static_cast<PROJPOINT*>(nullptr), 1), std::make_pair(&p, 0),
@@ -163,7 +158,7 @@ TEST(ProjPipeline, UnprojectedPassesPointsThrough) {
     EXPECT_EQ(ProjResult(h.h), 0);
 }
 
-TEST(ProjPipeline, MarkersAndNonFinitePoints) {
+TEST(ProjPipeline, MarkersNonFiniteAndHugeInput) {
     Handle h(Utm(15.0, false));
     PROJPOINT pts[] = {P(15.0, kNaN), P(16.5, 45.0), P(kInf, 10.0), P(12.0, -kInf),
                        P(kMarker, kMarker)};
@@ -180,19 +175,15 @@ TEST(ProjPipeline, MarkersAndNonFinitePoints) {
     ASSERT_TRUE(ProjInverse(h.h, inv, 2));
     EXPECT_TRUE(IsMarker(inv[0]));
     EXPECT_EQ(ProjResult(h.h), 0); // deliberate: only the module and post-scan count
-    EXPECT_NEAR(inv[1].x, 16.5, 1e-8);
-    EXPECT_NEAR(inv[1].y, 45.0, 1e-8);
-}
+    EXPECT_TRUE(std::fabs(inv[1].x - 16.5) < 1e-8 && std::fabs(inv[1].y - 45.0) < 1e-8);
 
-TEST(ProjPipeline, HugeFiniteInputNeverCrashes) {
-    Handle h(Utm(15.0, false));
-    PROJPOINT pts[] = {P(1e308, 10.0), P(10.0, 1e308), P(-DBL_MAX, DBL_MAX / 2)};
-    ASSERT_TRUE(ProjForward(h.h, pts, 3)); // finite: folded like any angle
-    for (const PROJPOINT& p : pts)
+    PROJPOINT huge[] = {P(1e308, 10.0), P(10.0, 1e308), P(-DBL_MAX, DBL_MAX / 2)};
+    ASSERT_TRUE(ProjForward(h.h, huge, 3)); // finite: folded like any angle
+    for (const PROJPOINT& p : huge)
         EXPECT_TRUE(std::isfinite(p.x) && std::isfinite(p.y));
-    PROJPOINT inv[] = {P(1e308, 1e308), P(-1e308, 0.0)};
-    ASSERT_TRUE(ProjInverse(h.h, inv, 2));
-    for (const PROJPOINT& p : inv)
+    PROJPOINT hugeInv[] = {P(1e308, 1e308), P(-1e308, 0.0)};
+    ASSERT_TRUE(ProjInverse(h.h, hugeInv, 2));
+    for (const PROJPOINT& p : hugeInv)
         EXPECT_TRUE(IsMarker(p) || (std::fabs(p.x) <= 360.0 && std::fabs(p.y) <= 90.0));
 }
 
@@ -209,44 +200,22 @@ TEST(ProjPipeline, LongitudeAndLatitudeRules) {
     }
 }
 
-TEST(ProjPipeline, FalseOriginIsAddedBeforeTheScale) {
-    // Equidistant cylindrical on a sphere of radius 180/pi: x is the longitude in degrees.
-    Handle h(
-        Origin(User(PT_EQUIDISTANT_CYLINDRICAL, 180.0 / M_PI, 0.0), 0, 0, 0, 100, -5, 0, 0, 2));
-    PROJPOINT p[] = {P(10.0, 20.0)};
-    ASSERT_TRUE(ProjForward(h.h, p, 1));
-    EXPECT_NEAR(p[0].x, 220.0, 1e-12); // (10 + 100) * 2
-    EXPECT_NEAR(p[0].y, 30.0, 1e-12);  // (20 - 5) * 2
-    ASSERT_TRUE(ProjInverse(h.h, p, 1));
-    EXPECT_NEAR(p[0].x, 10.0, 1e-12);
-    EXPECT_NEAR(p[0].y, 20.0, 1e-12);
-}
-
-// Known values through the whole pipeline, false origin and scale included.
-// inverseTol: the transverse Mercator series loses centimetres six degrees out, and
-// the ellipsoidal Mercator inverse is only as good as its 2.71828 base.
-struct KnownRow {
-    const char* source;
-    PROJDATA data;
-    double lon, lat, x, y, tol, inverseTol;
-};
-
+// Known values through the whole pipeline, false origin and scale included (the
+// Texas row only passes with the origin added before the scale). inverseTol: the
+// ellipsoidal Mercator inverse is only as good as its 2.71828 base. Snyder's
+// examples are checked per module.
 TEST(ProjPipeline, KnownValues) {
     const PROJDATA c66 = Record(PT_UNPROJECTED, ELLIPSOID_CLARKE_1866);
     auto on = [](PROJDATA d, ProjType t) { return d.Type = t, d; };
-    const KnownRow rows[] = {
+    const struct {
+        const char* source;
+        PROJDATA data;
+        double lon, lat, x, y, tol, inverseTol;
+    } rows[] = {
         {"cs2cs +proj=utm +zone=33 +ellps=WGS84", Utm(15, false), 12.0, 60.5, 335237.1431,
          6710852.7077, 1e-3, 1e-8},
-        {"cs2cs utm zone 33 +south", Utm(15, true), 15.0, -0.5, 500000.0, 9944734.9629, 1e-3, 1e-8},
         {"cs2cs utm zone 33 +south", Utm(15, true), 20.5, -60.0, 806541.3298, 3335832.3210, 1e-3,
          1e-6},
-        // Snyder, Map Projections: A Working Manual (USGS PP 1395), ellipsoid examples.
-        {"Snyder TM", Origin(on(c66, PT_TRANSVERSE_MERCATOR), 0, -75, 0.9996, 0, 0), -73.5, 40.5,
-         127106.5, 4484124.4, 0.1, 1e-7},
-        {"Snyder LCC", Origin(on(c66, PT_LAMBERT_CONIC), 23, -96, 0, 0, 0, 33, 45), -75.0, 35.0,
-         1894410.9, 1564649.5, 0.1, 1e-7},
-        {"Snyder Mercator", Origin(on(c66, PT_MERCATOR), 0, -180, 0, 0, 0), -75.0, 35.0, 11688673.7,
-         4139145.6, 0.1, 1e-4},
         // EPSG guidance note 7-2 (cs2cs agrees): British National Grid; NAD27 Texas South
         // Central in US feet through Scale; Pulkovo 1942 Mercator 2SP.
         {"EPSG GN 7-2 TM",
@@ -263,41 +232,39 @@ TEST(ProjPipeline, KnownValues) {
          Origin(Record(PT_MERCATOR, ELLIPSOID_SPHERE_6370997), 0, -180, 0, 0, 0), -75.0, 35.0,
          11675461.7999, 4159219.8909, 1e-3, 1e-8},
     };
-    for (const KnownRow& r : rows) {
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.source);
         Handle h(r.data);
-        ASSERT_NE(h.h, nullptr) << r.source;
+        ASSERT_NE(h.h, nullptr);
         PROJPOINT p[] = {P(r.lon, r.lat)};
-        ASSERT_TRUE(ProjForward(h.h, p, 1)) << r.source;
-        EXPECT_NEAR(p[0].x, r.x, r.tol) << r.source;
-        EXPECT_NEAR(p[0].y, r.y, r.tol) << r.source;
-        ASSERT_TRUE(ProjInverse(h.h, p, 1)) << r.source;
-        EXPECT_NEAR(p[0].x, r.lon, r.inverseTol) << r.source;
-        EXPECT_NEAR(p[0].y, r.lat, r.inverseTol) << r.source;
-        EXPECT_EQ(ProjResult(h.h), 0) << r.source;
+        ASSERT_TRUE(ProjForward(h.h, p, 1));
+        EXPECT_NEAR(p[0].x, r.x, r.tol);
+        EXPECT_NEAR(p[0].y, r.y, r.tol);
+        ASSERT_TRUE(ProjInverse(h.h, p, 1));
+        EXPECT_NEAR(p[0].x, r.lon, r.inverseTol);
+        EXPECT_NEAR(p[0].y, r.lat, r.inverseTol);
+        EXPECT_EQ(ProjResult(h.h), 0);
     }
 }
 
 // cs2cs (PROJ 9) from EPSG:4269 (NAD 83, metres) or EPSG:4267 (NAD 27, US survey
 // feet converted to metres) to the zone's projected CRS named per row.
 TEST(ProjStatePlane, ZonesAgreeWithTheOracle) {
-    struct ZoneRow {
+    const struct {
         int system, zone; // system 9: NAD 27, 10: NAD 83
         double lon, lat, x, y;
     } rows[] = {
         {10, 0, -85.1333, 32.0, 266146.4303, 166518.1878},   // Alabama East, EPSG:26929
         {10, 11, -176.8, 53.1333, 946464.3109, 237665.7942}, // Alaska 10, EPSG:26940
-        {10, 20, -119.8, 36.925, 1928724.8618, 676912.2012}, // California IV, EPSG:26944
         {10, 59, -72.3, 42.5, 134243.1900, 916914.9529},     // Massachusetts Mainland, EPSG:26986
         {10, 65, -85.1667, 45.2417, 5937191.3268, 214220.5455}, // Michigan Central, EPSG:26989
         {9, 0, -85.1333, 32.0, 218548.1460, 166512.5617},       // Alabama East, EPSG:26729
         {9, 117, -98.3, 33.35, 535142.7773, 186943.3557},       // Texas North Central, EPSG:32038
         {9, 65, -85.1333, 45.2417, 546793.5169, 214226.6722},   // Michigan Central, EPSG:6201
     };
-    for (const ZoneRow& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE("system " + std::to_string(r.system) + " zone " + std::to_string(r.zone));
-        PROJDATA d = Record(static_cast<ProjType>(r.system));
-        d.Zone = static_cast<StateZoneType>(r.zone);
-        Handle h(d);
+        Handle h(Zone(static_cast<ProjType>(r.system), static_cast<StateZoneType>(r.zone)));
         ASSERT_NE(h.h, nullptr);
         PROJPOINT p[] = {P(r.lon, r.lat)};
         ASSERT_TRUE(ProjForward(h.h, p, 1));
@@ -309,8 +276,8 @@ TEST(ProjStatePlane, ZonesAgreeWithTheOracle) {
     }
     // The zone's own ellipsoid, whatever the record names; then the record's Scale of 2.
     for (EllipsoidType e : {ELLIPSOID_SPHERE_6370997, ELLIPSOID_INTERNATIONAL_1924}) {
-        PROJDATA d = Record(PT_STATE_PLANE_83, e);
-        d.Zone = SZ_ALABAMA_EAST, d.Scale = 2.0;
+        PROJDATA d = Zone(PT_STATE_PLANE_83, SZ_ALABAMA_EAST, e);
+        d.Scale = 2.0;
         Handle h(d);
         PROJPOINT p[] = {P(-85.1333, 32.0)};
         ASSERT_TRUE(ProjForward(h.h, p, 1));
@@ -319,59 +286,51 @@ TEST(ProjStatePlane, ZonesAgreeWithTheOracle) {
     }
 }
 
-TEST(ProjDomain, SinglePointArrayFormAndZoneZeroQuirk) {
+bool In(void* h, double lon, double lat) {
+    PROJPOINT p = P(lon, lat);
+    return ProjLLInProjection(h, &p);
+}
+
+TEST(ProjDomain, PointsArraysSplitsAndTheZoneZeroQuirk) {
     Handle tm(Utm(15.0, false)); // band of 45 degrees either side
     const double rows[][3] = {{15, 0, 1},    {59.9, 89, 1}, {60, 0, 0},    {-30, 0, 0}, {15, 90, 1},
                               {15, 90.5, 0}, {kNaN, 0, 0},  {15, kNaN, 0}, {375, 0, 0}};
-    for (const auto& r : rows) {
-        PROJPOINT p = P(r[0], r[1]);
-        EXPECT_EQ(ProjLLInProjection(tm.h, &p), r[2] == 1) << r[0] << " " << r[1];
-    }
+    for (const auto& r : rows)
+        EXPECT_EQ(In(tm.h, r[0], r[1]), r[2] == 1) << r[0] << " " << r[1];
     PROJPOINT p = P(0.0, 0.0);
-    EXPECT_FALSE(ProjLLInProjection(nullptr, &p));
-    EXPECT_FALSE(ProjLLInProjection(tm.h, nullptr));
+    EXPECT_FALSE(ProjLLInProjection(nullptr, &p) || ProjLLInProjection(tm.h, nullptr));
     Handle m(Record(PT_MERCATOR));
-    PROJPOINT pole = P(0.0, 90.0), edge = P(180.0, 0.0), wide = P(-179.9, 89.9);
-    EXPECT_FALSE(ProjLLInProjection(m.h, &pole));
-    EXPECT_FALSE(ProjLLInProjection(m.h, &edge));
-    EXPECT_TRUE(ProjLLInProjection(m.h, &wide));
+    EXPECT_FALSE(In(m.h, 0.0, 90.0) || In(m.h, 180.0, 0.0));
+    EXPECT_TRUE(In(m.h, -179.9, 89.9));
 
     // The array form answers true when no point is inside.
     PROJPOINT none[] = {P(100.0, 0.0), P(-100.0, 0.0)}, one[] = {P(100.0, 0.0), P(15.0, 0.0)};
     EXPECT_TRUE(ProjLLInProjection(tm.h, 2, none));
     EXPECT_FALSE(ProjLLInProjection(tm.h, 2, one));
-    EXPECT_TRUE(ProjLLInProjection(tm.h, 0, one));
-    EXPECT_TRUE(ProjLLInProjection(tm.h, -3, one));
+    EXPECT_TRUE(ProjLLInProjection(tm.h, 0, one) && ProjLLInProjection(tm.h, -3, one));
 
     // State plane handles answer for zone 0 (Alabama East, TM about 85d50'W), even
     // for Michigan Central, a Lambert zone.
-    PROJDATA d = Record(PT_STATE_PLANE_83);
-    d.Zone = SZ_MICHIGAN_CENTRAL;
-    Handle sp(d);
-    PROJPOINT in = P(-41.0, 0.0), out = P(-40.0, 0.0);
-    EXPECT_TRUE(ProjLLInProjection(sp.h, &in));
-    EXPECT_FALSE(ProjLLInProjection(sp.h, &out));
+    Handle sp(Zone(PT_STATE_PLANE_83, SZ_MICHIGAN_CENTRAL));
+    EXPECT_TRUE(In(sp.h, -41.0, 0.0));
+    EXPECT_FALSE(In(sp.h, -40.0, 0.0));
     PROJPOINT ring[] = {P(90.0, 0.0), P(100.0, 0.0)};
     double dx = 7.0, dy = 7.0;
     EXPECT_TRUE(ProjLLOffsetSplitObject(sp.h, ring, 2, &dx, &dy));
     EXPECT_TRUE(dx == -360.0 && dy == 0.0); // 100 >= -85.833 + 180
+    EXPECT_FALSE(ProjLLOffsetSplitObject(nullptr, ring, 2, &dx, &dy) ||
+                 ProjLLOffsetSplitObject(sp.h, nullptr, 2, &dx, &dy) ||
+                 ProjLLOffsetSplitObject(sp.h, ring, 2, nullptr, &dy) ||
+                 ProjLLOffsetSplitObject(sp.h, ring, 2, &dx, nullptr));
+    Handle tm0(Record(PT_TRANSVERSE_MERCATOR));
+    PROJPOINT across[] = {P(170, 0), P(190, 0)};
+    EXPECT_TRUE(ProjLLOffsetSplitObject(tm0.h, across, 2, &dx, &dy)); // reaches Lon0 + 180
+    EXPECT_TRUE(dx == -360.0 && dy == 0.0);
 
     kvtest::ReportRecorder host;
     Handle geo(Record(PT_UNPROJECTED));
-    EXPECT_FALSE(ProjLLInProjection(geo.h, &p)); // no domain test for type 0
+    EXPECT_FALSE(In(geo.h, 0.0, 0.0)); // no domain test for type 0
     EXPECT_EQ(host.Count(20200), 1);
-}
-
-TEST(ProjDomain, OffsetSplitChecksItsArguments) {
-    Handle h(Record(PT_TRANSVERSE_MERCATOR));
-    PROJPOINT pts[] = {P(170, 0), P(190, 0)};
-    double dx = 1, dy = 1;
-    EXPECT_TRUE(ProjLLOffsetSplitObject(h.h, pts, 2, &dx, &dy)); // reaches Lon0 + 180
-    EXPECT_TRUE(dx == -360.0 && dy == 0.0);
-    EXPECT_FALSE(ProjLLOffsetSplitObject(nullptr, pts, 2, &dx, &dy));
-    EXPECT_FALSE(ProjLLOffsetSplitObject(h.h, nullptr, 2, &dx, &dy));
-    EXPECT_FALSE(ProjLLOffsetSplitObject(h.h, pts, 2, nullptr, &dy));
-    EXPECT_FALSE(ProjLLOffsetSplitObject(h.h, pts, 2, &dx, nullptr));
 }
 
 TEST(ProjPipeline, UndefinedTypeFailsConversionAfterThePreScan) {
@@ -381,8 +340,7 @@ TEST(ProjPipeline, UndefinedTypeFailsConversionAfterThePreScan) {
     PROJPOINT p[] = {P(1.0, 2.0), P(kNaN, 2.0)};
     EXPECT_FALSE(ProjForward(h.h, p, 2));
     EXPECT_EQ(host.Count(20200), 1);
-    EXPECT_EQ(p[0].x, 1.0);
-    EXPECT_TRUE(IsMarker(p[1]));
+    EXPECT_TRUE(p[0].x == 1.0 && IsMarker(p[1]));
     EXPECT_EQ(ProjResult(h.h), 1);
 }
 
@@ -433,10 +391,8 @@ TEST(ProjTrace, LinesHostsAndSupportStaffRead) {
 
 TEST(CProjector, CopiesAndShares) {
     PROJDATA d = Utm(15.0, false);
-    CProjector a(&d);
-    ASSERT_NE(a.Handle(), nullptr);
-    CProjector copy(a); // a fresh handle with the same parameters
-    ASSERT_NE(copy.Handle(), nullptr);
+    CProjector a(&d), copy(a); // a copy gets a fresh handle with the same parameters
+    ASSERT_TRUE(a.Handle() && copy.Handle());
     EXPECT_NE(copy.Handle(), a.Handle());
     PROJDATA ia, ic;
     ASSERT_TRUE(a.GetInfo(&ia) && copy.GetInfo(&ic));
@@ -466,21 +422,18 @@ TEST(CProjector, CopiesAndShares) {
 
 TEST(ProjThreads, SeparateHandlesConvertConcurrently) {
     const int n = 20000;
-    std::vector<PROJPOINT> base(n);
+    std::vector<PROJPOINT> serial(n);
     for (int i = 0; i < n; ++i)
-        base[i] = P(10.0 + (i % 1000) * 0.01, -60.0 + (i % 1200) * 0.1);
-    std::vector<PROJPOINT> serial = base;
-    {
-        Handle h(Utm(15.0, false));
-        ASSERT_TRUE(ProjForward(h.h, serial.data(), n));
-    }
-    std::vector<std::vector<PROJPOINT>> results(4, base);
+        serial[i] = P(10.0 + (i % 1000) * 0.01, -60.0 + (i % 1200) * 0.1);
+    std::vector<std::vector<PROJPOINT>> results(4, serial);
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
             Handle h(Utm(15.0, false));
             ProjForward(h.h, results[t].data(), n);
         });
+    Handle h(Utm(15.0, false));
+    ASSERT_TRUE(ProjForward(h.h, serial.data(), n));
     for (std::thread& t : threads)
         t.join();
     for (const auto& r : results)
