@@ -31,9 +31,11 @@ template <class T> T field(const unsigned char* p) {
 // The values of nodes (c, r) and (c + 1, r); whatever the file lacks reads as 0.
 void readPair(std::FILE* f, long long columns, long long r, long long c, double out[2]) {
     unsigned char bytes[8] = {};
-    const long long offset = ((columns + 1) * r + c) * 4;
-    if (offset >= 0 && offset <= LONG_MAX &&
-        std::fseek(f, static_cast<long>(offset), SEEK_SET) == 0)
+    // A hostile header can declare any size: an offset that would not fit reads as 0.
+    const long long limit = LONG_MAX / 4;
+    const long long stride = columns + 1;
+    const bool fits = r >= 0 && c >= 0 && stride > 0 && c <= limit && r <= (limit - c) / stride;
+    if (fits && std::fseek(f, static_cast<long>((stride * r + c) * 4), SEEK_SET) == 0)
         (void)std::fread(bytes, 1, sizeof bytes, f);
     out[0] = field<float>(bytes);
     out[1] = field<float>(bytes + 4);
