@@ -250,10 +250,10 @@ bool ApplyProjParams(const std::string& text, PROJDATA* data, std::string* error
     return true;
 }
 
-bool ZoneRecord(const std::string& spec, PROJDATA* data, std::string* error) {
-    const size_t colon = spec.find(':');
-    const std::string system = Normalized(spec.substr(0, colon == std::string::npos ? 0 : colon));
-    std::string zone = colon == std::string::npos ? "" : Trim(spec.substr(colon + 1));
+bool ZoneRecord(const std::string& text, PROJDATA* data, std::string* error) {
+    const size_t colon = text.find(':');
+    const std::string system = Normalized(text.substr(0, colon == std::string::npos ? 0 : colon));
+    std::string zone = colon == std::string::npos ? "" : Trim(text.substr(colon + 1));
     if (zone.size() >= 2 && zone.front() == '"' && zone.back() == '"')
         zone = zone.substr(1, zone.size() - 2);
     *data = EmptyProjRecord();
@@ -282,7 +282,7 @@ bool ZoneRecord(const std::string& spec, PROJDATA* data, std::string* error) {
         }
         data->Zone = z;
     } else {
-        *error = "zone '" + spec + "' must start with spcs27:, spcs83: or epsg:";
+        *error = "zone '" + text + "' must start with spcs27:, spcs83: or epsg:";
         return false;
     }
     // The zone brings its own figure; name it in the record as well.
@@ -291,18 +291,18 @@ bool ZoneRecord(const std::string& spec, PROJDATA* data, std::string* error) {
     return true;
 }
 
-bool UtmRecord(const std::string& spec, PROJDATA* data, std::string* error) {
+bool UtmRecord(const std::string& text, PROJDATA* data, std::string* error) {
     size_t i = 0;
     int zone = 0;
-    while (i < spec.size() && spec[i] >= '0' && spec[i] <= '9' && zone <= 60)
-        zone = zone * 10 + (spec[i++] - '0');
+    while (i < text.size() && text[i] >= '0' && text[i] <= '9' && zone <= 60)
+        zone = zone * 10 + (text[i++] - '0');
     bool south = false;
-    if (i < spec.size() && (spec[i] == 'S' || spec[i] == 's'))
+    if (i < text.size() && (text[i] == 'S' || text[i] == 's'))
         south = true, ++i;
-    else if (i < spec.size() && (spec[i] == 'N' || spec[i] == 'n'))
+    else if (i < text.size() && (text[i] == 'N' || text[i] == 'n'))
         ++i;
-    if (i == 0 || i != spec.size() || zone < 1 || zone > 60) {
-        *error = "UTM zone '" + spec + "' must be 1 to 60 with an optional N or S";
+    if (i == 0 || i != text.size() || zone < 1 || zone > 60) {
+        *error = "UTM zone '" + text + "' must be 1 to 60 with an optional N or S";
         return false;
     }
     *data = EmptyProjRecord();

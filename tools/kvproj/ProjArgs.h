@@ -31,10 +31,10 @@ bool ApplyProjParams(const std::string& text, KVProj::PROJDATA* data, std::strin
 
 // A state plane record: "spcs27:" or "spcs83:" followed by a zone name or
 // USGS (FIPS) code, or "epsg:" and the zone's EPSG code.
-bool ZoneRecord(const std::string& spec, KVProj::PROJDATA* data, std::string* error);
+bool ZoneRecord(const std::string& text, KVProj::PROJDATA* data, std::string* error);
 
 // A UTM record from "33N", "33S" or "33" (north) on WGS 84.
-bool UtmRecord(const std::string& spec, KVProj::PROJDATA* data, std::string* error);
+bool UtmRecord(const std::string& text, KVProj::PROJDATA* data, std::string* error);
 
 // What the command line said about one projection, before it is built.
 struct ProjRequest {
