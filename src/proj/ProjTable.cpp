@@ -1,45 +1,14 @@
-// The projection, parameter and parameter-by-type tables. Every lookup is a
+// The parameter and parameter-by-type tables; projection names come from the
+// module table. Every lookup is a
 // linear scan from the first row, so the first matching row wins.
 #include "proj/ProjTable.h"
+
+#include "projections/ProjModule.h"
 
 #include <cstddef>
 
 namespace KVProj {
 namespace {
-
-// Indexed by ProjType. The names reach hosts and files letter for letter.
-constexpr ProjTypeRow kProjTypes[] = {
-    {"Unprojected Lat/Long", 0x00},
-    {"Mercator", 0x2F},
-    {"Albers Equal Area Conic", 0x2F},
-    {"Miller Cylindrical", 0x2F},
-    {"Universal Transverse Mercator (UTM)", 0x1B},
-    {"Lambert Conformal Conic", 0x2F},
-    {"Stereographic", 0x1B},
-    {"Orthographic", 0x1B},
-    {"Mollweide", 0x3F},
-    {"State Plane 1927", 0x3B},
-    {"State Plane 1983", 0x3B},
-    {"Polyconic", 0x1B},
-    {"Hotine Oblique Mercator", 0x03},
-    {"Equidistant Cylindrical", 0x2F},
-    {"Robinson", 0x3F},
-    {"Van Der Grinten", 0x3F},
-    {"Cassini", 0x3B},
-    {"Transverse Mercator", 0x1B},
-    {"Gauss-Kruger / Gauss Conformal", 0x1B},
-    {"Sinusoidal", 0x3F},
-    {"Lambert Azimuthal Equal Area", 0x3B},
-    {"Bonne", 0x1B},
-    {"Robinson-Sterling", 0x3F},
-    {"Eckert IV", 0x3F},
-    {"Eckert VI", 0x3F},
-    {"Oblique Mercator", 0x03},
-    {"Equidistant Conic", 0x2F},
-    {"Gnomonic", 0x1B},
-    {"Azimuthal Equidistant", 0x3F},
-};
-static_assert(sizeof kProjTypes / sizeof kProjTypes[0] == PT_COUNT, "one row per projection type");
 
 // Positions and widths come from the record itself, so the table cannot
 // drift from the packed layout.
@@ -126,12 +95,15 @@ static_assert(sizeof kTypeParams / sizeof kTypeParams[0] == PT_COUNT + 1,
 
 } // namespace
 
+// Names and capability words live in the module table, one row per type.
 const char* ProjTypeName(int type) {
-    return type >= 0 && type < PT_COUNT ? kProjTypes[type].name : nullptr;
+    const PROJMODULE* row = ProjModuleFor(type);
+    return row ? row->Name : nullptr;
 }
 
 unsigned int ProjTypeInfo(int type) {
-    return type >= 0 && type < PT_COUNT ? kProjTypes[type].info : 0u;
+    const PROJMODULE* row = ProjModuleFor(type);
+    return row ? row->Info : 0u;
 }
 
 const ProjParamRow* ProjParamTable() {

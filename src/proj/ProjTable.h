@@ -7,12 +7,6 @@
 
 namespace KVProj {
 
-// One projection type: its display name and the capability word the host gets.
-struct ProjTypeRow {
-    const char* name;
-    unsigned int info;
-};
-
 // One parameter: where it lives in PROJDATA and how wide it is. The table's
 // last row has id 0, an empty label, PDT_END and position and width -1.
 struct ProjParamRow {
