@@ -2,7 +2,7 @@
 # Installs the Debian packages the build needs, or says which to install.
 # Usage: tools/deps.sh [package ...]   (extra packages are added to the base set)
 set -e
-PKGS="g++ make cmake pkg-config libgtest-dev $*"
+PKGS="g++ make cmake pkg-config libgtest-dev libeigen3-dev libtiff-dev libhwy-dev libcli11-dev libfast-float-dev help2man $*"
 MISSING=""
 for p in $PKGS; do
     if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then

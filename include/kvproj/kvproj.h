@@ -13,5 +13,8 @@
 #include "kvproj/projcheck.h"
 #include "kvproj/stateplane.h"
 #include "kvproj/utmzone.h"
+#include "kvproj/georef.h"
+#include "kvproj/registration.h"
+#include "kvproj/files.h"
 
 #endif

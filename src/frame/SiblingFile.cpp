@@ -1,0 +1,65 @@
+#include "frame/SiblingFile.h"
+
+#include "frame/Platform.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+namespace KVProj {
+namespace {
+
+char LowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool IsRegularFile(const std::string& path) {
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+} // namespace
+
+bool EqualIgnoringCase(const char* a, const char* b) {
+    if (!a || !b) return a == b;
+    for (; *a && *b; ++a, ++b)
+        if (LowerAscii(*a) != LowerAscii(*b)) return false;
+    return *a == *b;
+}
+
+std::string FindIgnoringCase(const std::string& path) {
+    if (path.empty()) return std::string();
+    struct stat st;
+    if (::stat(path.c_str(), &st) == 0) return path;
+    size_t slash = path.rfind('/');
+    std::string dir = slash == std::string::npos ? std::string(".") : path.substr(0, slash + 1);
+    std::string prefix = slash == std::string::npos ? std::string() : dir;
+    std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    if (name.empty()) return std::string();
+    DIR* d = ::opendir(dir.c_str());
+    if (!d) return std::string();
+    std::string found;
+    while (struct dirent* e = ::readdir(d)) {
+        if (!EqualIgnoringCase(e->d_name, name.c_str())) continue;
+        std::string candidate = prefix + e->d_name;
+        if (IsRegularFile(candidate)) {
+            found = candidate;
+            break;
+        }
+    }
+    ::closedir(d);
+    return found;
+}
+
+std::string WithExtension(const std::string& path, const char* extension) {
+    size_t slash = path.rfind('/');
+    size_t dot = path.rfind('.');
+    std::string stem =
+        (dot != std::string::npos && (slash == std::string::npos || dot > slash)) ? path.substr(0, dot) : path;
+    return stem + (extension ? extension : "");
+}
+
+std::string BesideExecutable(const char* name) {
+    char dir[4096];
+    if (!Platform::ExecutableDirectory(dir, sizeof dir)) return std::string();
+    return std::string(dir) + (name ? name : "");
+}
+
+} // namespace KVProj

@@ -1,0 +1,31 @@
+// Finding the files that sit beside a map, an image or the executable.
+//
+// The side-file formats come from file systems that ignore letter case: "MAP.TFW",
+// "map.tfw" and "Map.Tfw" name one file there. On a case-sensitive file system a
+// reader first tries the name as it stands and then any name in the same folder
+// that differs from it only in ASCII letter case.
+#ifndef KVPROJ_FRAME_SIBLINGFILE_H
+#define KVPROJ_FRAME_SIBLINGFILE_H
+
+#include <string>
+
+namespace KVProj {
+
+// True when `a` and `b` are equal ignoring ASCII letter case.
+bool EqualIgnoringCase(const char* a, const char* b);
+
+// The existing file that `path` names, as it stands or differing only in the
+// letter case of its last component; "" when there is none. When several names
+// match, the first in directory order that is a regular file wins.
+std::string FindIgnoringCase(const std::string& path);
+
+// `path` with everything from its last '.' after the last '/' replaced by
+// `extension` (which includes its dot); appended when the name has no dot.
+std::string WithExtension(const std::string& path, const char* extension);
+
+// `name` in the folder of the running executable; "" when that folder is unknown.
+std::string BesideExecutable(const char* name);
+
+} // namespace KVProj
+
+#endif
