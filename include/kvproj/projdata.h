@@ -54,6 +54,36 @@ enum ProjDataType : int {
     PDT_END = 5,
 };
 
+// Parameter ids of the catalogue (ProjEnumParam, ProjParamInfo, ProjGetParam,
+// ProjSetParam) and the results of ProjCheckParams: the id of the field at
+// fault. The functions keep taking and returning int.
+enum ProjParamId : int {
+    PP_NONE = 0,
+    PP_TYPE = 1,
+    PP_SCALE = 2,
+    PP_XORG = 3,
+    PP_YORG = 4,
+    PP_LAT0 = 5,
+    PP_LON0 = 6,
+    PP_LAT1 = 7,
+    PP_LAT2 = 8,
+    PP_LAT3 = 9,
+    PP_LON1 = 10,
+    PP_LON2 = 11,
+    PP_LON3 = 12,
+    PP_K0 = 13,
+    PP_SOUTH = 14,
+    PP_ZONE = 15,
+    PP_USE_ALPHA = 16,
+    PP_ALPHA = 17,
+    PP_ROTATE = 18,
+    PP_UOFFSET = 19,
+    PP_ELLIPSOID = 20,
+    PP_MAJOR_RADIUS = 21,
+    PP_FLATTENING = 22,
+    PP_COUNT = 22,
+};
+
 // State plane zones 0..141 (the zone catalogue names them); 142 means none.
 enum StateZoneType : int {
     STATEZONE_COUNT = 142,

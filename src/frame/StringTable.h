@@ -2,20 +2,12 @@
 #ifndef KVPROJ_FRAME_STRINGTABLE_H
 #define KVPROJ_FRAME_STRINGTABLE_H
 
+#include "frame/MessageIds.h"
+
 #include <cstddef>
 #include <cstdint>
 
 namespace KVProj {
-
-// General messages.
-enum : uint16_t {
-    IDS_INTERNAL_ERROR = 20200,
-    IDS_OUT_OF_MEMORY = 20201,
-    IDS_WRITE_FAILED = 20202,
-    IDS_READ_FAILED = 20203,
-    IDS_OPEN_FAILED = 20204,
-    IDS_BAD_PARAMETER = 20205,
-};
 
 // Copies the text of message `id` into `buffer` (at most `size` - 1 characters,
 // always terminated) and returns the number of characters copied; 0 when the

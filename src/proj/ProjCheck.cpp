@@ -76,36 +76,36 @@ bool StateZoneUndefined(const PROJDATA& d) {
 
 // clang-format off
 const Check kChecks[] = {
-    KV_CHECK(Any, [](const PROJDATA& d) { return d.Scale < 0; }, 20231, 2),
-    KV_CHECK(Any, [](const PROJDATA& d) { return d.K0 < 0; }, 20232, 13),
-    KV_CHECK(NotUTMOrStatePlane, [](const PROJDATA& d) { return OutsideOriginRange(d.xOrg); }, 20233, 3),
-    KV_CHECK(NotUTMOrStatePlane, [](const PROJDATA& d) { return OutsideOriginRange(d.yOrg); }, 20234, 4),
-    KV_CHECK([](const PROJDATA& d) { return IsStatePlane(d.Type); }, StateZoneUndefined, 20252, 15),
-    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lon0); }, 20235, 6),
-    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lon1); }, 20236, 10),
-    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lon2); }, 20237, 11),
-    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lon3); }, 20238, 12),
-    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lat0); }, 20239, 5),
-    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lat1); }, 20240, 7),
-    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lat2); }, 20241, 8),
-    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lat3); }, 20242, 9),
-    KV_CHECK(Is<PT_HOTINE>, [](const PROJDATA& d) { return OutsideTurn(d.Alpha); }, 20243, 17),
-    KV_CHECK(Is<PT_BONNE>, [](const PROJDATA& d) { return d.Lat1 == 0.0; }, 20244, 7),
-    KV_CHECK(Is<PT_ALBERS>, [](const PROJDATA& d) { return std::fabs(d.Lat1 + d.Lat2) < 0.001; }, 20245, 7),
-    KV_CHECK(Is<PT_ALBERS>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - d.Lat2) < 0.001; }, 20245, 7),
-    KV_CHECK(Is<PT_EQUIDISTANT_CONIC>, [](const PROJDATA& d) { return std::fabs(d.Lat1 + d.Lat2) < 0.001; }, 20256, 7),
-    KV_CHECK(Is<PT_EQUIDISTANT_CONIC>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - d.Lat2) < 0.001; }, 20256, 7),
-    KV_CHECK(Is<PT_HOTINE>, [](const PROJDATA& d) { return d.bUseAlpha && d.Alpha == 0.0; }, 20246, 17),
-    KV_CHECK(Is<PT_LAMBERT_CONIC>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - d.Lat2) <= kLambertMinSpread; }, 20247, 7),
-    KV_CHECK(Is<PT_MERCATOR>, [](const PROJDATA& d) { return std::fabs(std::fabs(d.Lat0) - 90.0) < 0.01; }, 20251, 5),
-    KV_CHECK(Is<PT_OBLIQUE_MERCATOR>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - d.Lat2) < 0.001; }, 20253, 7),
-    KV_CHECK(Is<PT_OBLIQUE_MERCATOR>, [](const PROJDATA& d) { return std::fabs(d.Lat1) < 0.001; }, 20254, 7),
+    KV_CHECK(Any, [](const PROJDATA& d) { return d.Scale < 0; }, IDS_PROJ_SCALE, PP_SCALE),
+    KV_CHECK(Any, [](const PROJDATA& d) { return d.K0 < 0; }, IDS_PROJ_K0, PP_K0),
+    KV_CHECK(NotUTMOrStatePlane, [](const PROJDATA& d) { return OutsideOriginRange(d.xOrg); }, IDS_PROJ_FALSE_EASTING, PP_XORG),
+    KV_CHECK(NotUTMOrStatePlane, [](const PROJDATA& d) { return OutsideOriginRange(d.yOrg); }, IDS_PROJ_FALSE_NORTHING, PP_YORG),
+    KV_CHECK([](const PROJDATA& d) { return IsStatePlane(d.Type); }, StateZoneUndefined, IDS_PROJ_STATE_ZONE, PP_ZONE),
+    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lon0); }, IDS_PROJ_LON0, PP_LON0),
+    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lon1); }, IDS_PROJ_LON1, PP_LON1),
+    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lon2); }, IDS_PROJ_LON2, PP_LON2),
+    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lon3); }, IDS_PROJ_LON3, PP_LON3),
+    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lat0); }, IDS_PROJ_LAT0, PP_LAT0),
+    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lat1); }, IDS_PROJ_LAT1, PP_LAT1),
+    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lat2); }, IDS_PROJ_LAT2, PP_LAT2),
+    KV_CHECK(Any, [](const PROJDATA& d) { return OutsideTurn(d.Lat3); }, IDS_PROJ_LAT3, PP_LAT3),
+    KV_CHECK(Is<PT_HOTINE>, [](const PROJDATA& d) { return OutsideTurn(d.Alpha); }, IDS_PROJ_ALPHA, PP_ALPHA),
+    KV_CHECK(Is<PT_BONNE>, [](const PROJDATA& d) { return d.Lat1 == 0.0; }, IDS_PROJ_BONNE_LAT1, PP_LAT1),
+    KV_CHECK(Is<PT_ALBERS>, [](const PROJDATA& d) { return std::fabs(d.Lat1 + d.Lat2) < 0.001; }, IDS_PROJ_ALBERS_PARALLELS, PP_LAT1),
+    KV_CHECK(Is<PT_ALBERS>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - d.Lat2) < 0.001; }, IDS_PROJ_ALBERS_PARALLELS, PP_LAT1),
+    KV_CHECK(Is<PT_EQUIDISTANT_CONIC>, [](const PROJDATA& d) { return std::fabs(d.Lat1 + d.Lat2) < 0.001; }, IDS_PROJ_EQDC_PARALLELS, PP_LAT1),
+    KV_CHECK(Is<PT_EQUIDISTANT_CONIC>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - d.Lat2) < 0.001; }, IDS_PROJ_EQDC_PARALLELS, PP_LAT1),
+    KV_CHECK(Is<PT_HOTINE>, [](const PROJDATA& d) { return d.bUseAlpha && d.Alpha == 0.0; }, IDS_PROJ_HOTINE_ALPHA, PP_ALPHA),
+    KV_CHECK(Is<PT_LAMBERT_CONIC>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - d.Lat2) <= kLambertMinSpread; }, IDS_PROJ_LAMBERT_PARALLELS, PP_LAT1),
+    KV_CHECK(Is<PT_MERCATOR>, [](const PROJDATA& d) { return std::fabs(std::fabs(d.Lat0) - 90.0) < 0.01; }, IDS_PROJ_MERCATOR_LAT0, PP_LAT0),
+    KV_CHECK(Is<PT_OBLIQUE_MERCATOR>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - d.Lat2) < 0.001; }, IDS_PROJ_OMERC_PARALLELS, PP_LAT1),
+    KV_CHECK(Is<PT_OBLIQUE_MERCATOR>, [](const PROJDATA& d) { return std::fabs(d.Lat1) < 0.001; }, IDS_PROJ_OMERC_LAT1, PP_LAT1),
     // Reads Lat1 although the message names Lat2, and answers with Lat2's id.
-    KV_CHECK(Is<PT_OBLIQUE_MERCATOR>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - 90.0) < 0.001; }, 20255, 8),
-    KV_CHECK(NotStatePlane, [](const PROJDATA& d) { return d.Ellipsoid < 0 || d.Ellipsoid > 55; }, 20248, 20),
-    KV_CHECK(UserEllipsoid, [](const PROJDATA& d) { return d.MajorRadius <= 0; }, 20249, 21),
-    KV_CHECK(UserEllipsoid, [](const PROJDATA& d) { return d.Flattening < 0; }, 20250, 22),
-    KV_CHECK(UserEllipsoid, [](const PROJDATA& d) { return d.Flattening >= 1; }, 20250, 22),
+    KV_CHECK(Is<PT_OBLIQUE_MERCATOR>, [](const PROJDATA& d) { return std::fabs(d.Lat1 - 90.0) < 0.001; }, IDS_PROJ_OMERC_LAT2, PP_LAT2),
+    KV_CHECK(NotStatePlane, [](const PROJDATA& d) { return d.Ellipsoid < 0 || d.Ellipsoid >= ELLIPSOID_COUNT; }, IDS_PROJ_ELLIPSOID, PP_ELLIPSOID),
+    KV_CHECK(UserEllipsoid, [](const PROJDATA& d) { return d.MajorRadius <= 0; }, IDS_ELLIPSOID_RADIUS, PP_MAJOR_RADIUS),
+    KV_CHECK(UserEllipsoid, [](const PROJDATA& d) { return d.Flattening < 0; }, IDS_ELLIPSOID_FLATTENING, PP_FLATTENING),
+    KV_CHECK(UserEllipsoid, [](const PROJDATA& d) { return d.Flattening >= 1; }, IDS_ELLIPSOID_FLATTENING, PP_FLATTENING),
 };
 // clang-format on
 
@@ -136,7 +136,7 @@ int RunChecks(const PROJDATA* data, char* message, bool report) {
     }
     const int type = static_cast<int>(data->Type);
     if ((type < 0 || type >= PT_COUNT) && type != PT_UNDEFINED)
-        return Fail(20230, 1, __LINE__, message, report);
+        return Fail(IDS_PROJ_TYPE, PP_TYPE, __LINE__, message, report);
     if (type == PT_UNPROJECTED || type == PT_UNDEFINED) return 0;
 
     for (const auto& check : kChecks)

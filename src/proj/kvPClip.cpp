@@ -45,6 +45,8 @@
 // seams along the boundary.
 #include "proj/kvPClip.h"
 
+#include "frame/Angles.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -62,7 +64,6 @@ constexpr double kTraceStep = 0.5; // degrees between points along the boundary
 constexpr double kReach = 1.5 * kTraceStep;
 constexpr int kScanDirections = 72; // 5 degree steps round the circle
 constexpr int kAngleBisections = 50;
-constexpr double kTwoPi = 6.283185307179586;
 // The lon/lat limits (720 x 180 degrees) bound any boundary to 1800 degrees.
 constexpr int kMaxTraceSteps = static_cast<int>(2.0 * 1800.0 / kTraceStep);
 

@@ -14,7 +14,10 @@
 #include "kvproj/ellipsoid.h"
 #include "kvproj/projcheck.h"
 
+#include "frame/Angles.h"
 #include "frame/Diag.h"
+#include "frame/Firewall.h"
+#include "frame/StringTable.h"
 #include "proj/kvPClip.h"
 #include "proj/ProjParams.h"
 #include "proj/StatePlane.h"
@@ -32,15 +35,9 @@ namespace KVProj {
 
 namespace {
 
-constexpr double kMarker = KVPROJ_UNPLOTTABLE;
-constexpr double kPi = 3.141592653589793;
 constexpr double kUTMK0 = 0.9996;
 constexpr double kUTMFalseEasting = 500000.0;
 constexpr double kUTMFalseNorthingSouth = 10000000.0;
-
-inline bool IsFinite(double v) {
-    return std::isfinite(v);
-}
 
 inline PROJDATA* Record(void* handle) {
     return static_cast<PROJDATA*>(handle);
@@ -50,40 +47,6 @@ inline bool IsStatePlane(int type) {
     return type == PT_STATE_PLANE_27 || type == PT_STATE_PLANE_83;
 }
 
-inline double ToRadians(double deg) {
-    return deg * kPi / 180.0;
-}
-inline double ToDegrees(double rad) {
-    return rad * 180.0 / kPi;
-}
-
-// fmod(v, 360) is v itself whenever |v| < 360, so the common case skips the
-// division; the result is the same to the bit.
-inline double FoldLongitude(double v) {
-    if (v == kMarker) return v;
-    if (!IsFinite(v)) return kMarker;
-    if (v > -360.0 && v < 360.0) return v;
-    return std::fmod(v, 360.0);
-}
-
-// The longitude is deliberately not shifted when a latitude is folded back.
-inline double FoldLatitude(double v) {
-    if (v == kMarker) return v;
-    if (!IsFinite(v)) return kMarker;
-    if (v >= -90.0 && v <= 90.0) return v;
-    double r = std::fmod(v, 180.0);
-    if (r > 90.0)
-        r = 180.0 - r;
-    else if (r < -90.0)
-        r = std::fabs(r) - 180.0;
-    return r;
-}
-
-inline void MarkPoint(PROJPOINT& p) {
-    p.x = kMarker;
-    p.y = kMarker;
-}
-
 // One pass over the points: a point with a non-finite member is marked, the
 // others go through `stage`. Every stage of both directions runs in such a
 // pass; true when any point was marked.
@@ -91,8 +54,8 @@ template <typename Stage> bool MarkedPass(PROJPOINT* points, int count, Stage st
     bool marked = false;
     for (int i = 0; i < count; ++i) {
         PROJPOINT& p = points[i];
-        if (!IsFinite(p.x) || !IsFinite(p.y)) {
-            MarkPoint(p);
+        if (!std::isfinite(p.x) || !std::isfinite(p.y)) {
+            MarkUnplottable(p);
             marked = true;
             continue;
         }
@@ -106,16 +69,16 @@ bool ScanNonFinite(PROJPOINT* points, int count) {
     return MarkedPass(points, count, [](PROJPOINT&) {});
 }
 
-void AnglesToRadians(PROJDATA& d) {
-    d.Lat0 = ToRadians(d.Lat0);
-    d.Lon0 = ToRadians(d.Lon0);
-    d.Lat1 = ToRadians(d.Lat1);
-    d.Lat2 = ToRadians(d.Lat2);
-    d.Lat3 = ToRadians(d.Lat3);
-    d.Lon1 = ToRadians(d.Lon1);
-    d.Lon2 = ToRadians(d.Lon2);
-    d.Lon3 = ToRadians(d.Lon3);
-    d.Alpha = ToRadians(d.Alpha);
+void AnglesDegToRad(PROJDATA& d) {
+    d.Lat0 = DegToRad(d.Lat0);
+    d.Lon0 = DegToRad(d.Lon0);
+    d.Lat1 = DegToRad(d.Lat1);
+    d.Lat2 = DegToRad(d.Lat2);
+    d.Lat3 = DegToRad(d.Lat3);
+    d.Lon1 = DegToRad(d.Lon1);
+    d.Lon2 = DegToRad(d.Lon2);
+    d.Lon3 = DegToRad(d.Lon3);
+    d.Alpha = DegToRad(d.Alpha);
 }
 
 // A state plane record converts through its zone, on the zone's ellipsoid.
@@ -164,7 +127,7 @@ const PROJMODULE* PrepareWorkingCopy(const PROJDATA* handle, PROJDATA& work, boo
         *failed = true;
         return nullptr;
     }
-    AnglesToRadians(work);
+    AnglesDegToRad(work);
     return row;
 }
 
@@ -190,12 +153,12 @@ bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count) {
     const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
     return MarkedPass(points, count, [=](PROJPOINT& p) {
         if (offset) {
-            if (p.x != kMarker) p.x += x0;
-            if (p.y != kMarker) p.y += y0;
+            if (p.x != kUnplottable) p.x += x0;
+            if (p.y != kUnplottable) p.y += y0;
         }
         if (scale) {
-            if (p.x != kMarker) p.x *= s;
-            if (p.y != kMarker) p.y *= s;
+            if (p.x != kUnplottable) p.x *= s;
+            if (p.y != kUnplottable) p.y *= s;
         }
     });
 }
@@ -209,12 +172,12 @@ bool PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
     if (!offset && !scale) return ScanNonFinite(points, count);
     return MarkedPass(points, count, [=](PROJPOINT& p) {
         if (scale) {
-            if (p.x != kMarker) p.x /= s;
-            if (p.y != kMarker) p.y /= s;
+            if (p.x != kUnplottable) p.x /= s;
+            if (p.y != kUnplottable) p.y /= s;
         }
         if (offset) {
-            if (p.x != kMarker) p.x -= x0;
-            if (p.y != kMarker) p.y -= y0;
+            if (p.x != kUnplottable) p.x -= x0;
+            if (p.y != kUnplottable) p.y -= y0;
         }
     });
 }
@@ -224,16 +187,16 @@ bool PrepareForward(PROJPOINT* points, int count) {
     return MarkedPass(points, count, [](PROJPOINT& p) {
         p.x = FoldLongitude(p.x);
         p.y = FoldLatitude(p.y);
-        if (p.x != kMarker) p.x = ToRadians(p.x);
-        if (p.y != kMarker) p.y = ToRadians(p.y);
+        if (p.x != kUnplottable) p.x = DegToRad(p.x);
+        if (p.y != kUnplottable) p.y = DegToRad(p.y);
     });
 }
 
 // Post-scan, radians to degrees and folding of the inverse results.
 bool FinishInverse(PROJPOINT* points, int count) {
     return MarkedPass(points, count, [](PROJPOINT& p) {
-        if (p.x != kMarker) p.x = ToDegrees(p.x);
-        if (p.y != kMarker) p.y = ToDegrees(p.y);
+        if (p.x != kUnplottable) p.x = RadToDeg(p.x);
+        if (p.y != kUnplottable) p.y = RadToDeg(p.y);
         p.x = FoldLongitude(p.x);
         p.y = FoldLatitude(p.y);
     });
@@ -390,7 +353,7 @@ bool PreclipPolylineImpl(void* handle, void* user, int count, const PROJPOINT* p
     LogPrintf("ProjLLPreclipPolyline(hProj=%p, pUser=%p, nPts=%d, pPts=%p)\n", handle, user, count,
               static_cast<const void*>(points));
     if (!handle || count < 2 || !points || !piece) {
-        KV_REPORT(20205);
+        KV_REPORT(IDS_BAD_PARAMETER);
         return false;
     }
     ClipContext ctx;
@@ -425,7 +388,7 @@ bool PreclipPolygonImpl(void* handle, void* user, int parts, const int* partCoun
     }
     if (!handle || parts < 1 || !countsOk || !points || !polygon || total > INT32_MAX) {
         LogPrintf("Invalid parameter to ProjLLPreclipPolygon!\n");
-        KV_REPORT(20205);
+        KV_REPORT(IDS_BAD_PARAMETER);
         return false;
     }
     ClipContext ctx;
@@ -451,15 +414,6 @@ bool PreclipPolygonImpl(void* handle, void* user, int parts, const int* partCoun
         return false;
     }
     return true;
-}
-
-// No exception may reach the host: whatever escapes becomes an assertion report.
-template <typename Fn> bool Guard(Fn fn) {
-    try {
-        return fn();
-    } catch (...) {
-        return KV_ASSERT_FAIL();
-    }
 }
 
 void* CreateImpl(PROJDATA* data) {
@@ -523,60 +477,63 @@ void* CreateImpl(PROJDATA* data) {
 // ---------------------------------------------------------------- handles
 
 void* ProjCreateProjection(PROJDATA* data) {
-    try {
-        return CreateImpl(data);
-    } catch (...) {
-        KV_ASSERT_FAIL();
-        return nullptr;
-    }
+    return KV_GUARDED(static_cast<void*>(nullptr), [&] { return CreateImpl(data); });
 }
 
 void ProjDeleteProjection(void* handle) {
-    LogPrintf("ProjDeleteProjection(hProj=%p)\n", handle);
-    delete Record(handle);
+    KV_GUARDED_VOID([&] {
+        LogPrintf("ProjDeleteProjection(hProj=%p)\n", handle);
+        delete Record(handle);
+    });
 }
 
 bool ProjForward(void* handle, PROJPOINT* points, int count) {
-    return Guard([&] { return ForwardImpl(handle, points, count); });
+    return KV_GUARDED(false, [&] { return ForwardImpl(handle, points, count); });
 }
 
 bool ProjInverse(void* handle, PROJPOINT* points, int count) {
-    return Guard([&] { return InverseImpl(handle, points, count); });
+    return KV_GUARDED(false, [&] { return InverseImpl(handle, points, count); });
 }
 
 int ProjResult(void* handle) {
-    LogPrintf("ProjResult(hProj=%p)\n", handle);
-    return handle ? Record(handle)->iResult : 0;
+    return KV_GUARDED(0, [&] {
+        LogPrintf("ProjResult(hProj=%p)\n", handle);
+        return handle ? static_cast<int>(Record(handle)->iResult) : 0;
+    });
 }
 
 bool ProjGetHandleInfo(void* handle, PROJDATA* data) {
-    LogPrintf("ProjGetHandleInfo(hProj=%p, pProjData=%p)\n", handle, static_cast<void*>(data));
-    if (!handle || !data) return false;
-    std::memcpy(data, handle, sizeof(PROJDATA));
-    return true;
+    return KV_GUARDED(false, [&] {
+        LogPrintf("ProjGetHandleInfo(hProj=%p, pProjData=%p)\n", handle, static_cast<void*>(data));
+        if (!handle || !data) return false;
+        std::memcpy(data, handle, sizeof(PROJDATA));
+        return true;
+    });
 }
 
 // ---------------------------------------------------------------- domain tests
 
 bool ProjLLInProjection(void* handle, const PROJPOINT* point) {
-    return Guard([&] {
+    return KV_GUARDED(false, [&] {
         if (!handle || !point) return false;
         return LLInRecord(Record(handle), point);
     });
 }
 
 bool ProjLLInProjection(void* handle, int count, const PROJPOINT* points) {
-    LogPrintf("ProjLLInProjection(hProj=%p, nPts=%d, pPts=%p)\n", handle, count,
-              static_cast<const void*>(points));
-    if (!points) return true; // every single-point test of a null point says "outside"
-    for (int i = 0; i < count; ++i)
-        if (ProjLLInProjection(handle, &points[i])) return false;
-    return true;
+    return KV_GUARDED(false, [&] {
+        LogPrintf("ProjLLInProjection(hProj=%p, nPts=%d, pPts=%p)\n", handle, count,
+                  static_cast<const void*>(points));
+        if (!points) return true; // every single-point test of a null point says "outside"
+        for (int i = 0; i < count; ++i)
+            if (ProjLLInProjection(handle, &points[i])) return false;
+        return true;
+    });
 }
 
 bool ProjLLOffsetSplitObject(void* handle, const PROJPOINT* points, unsigned int count,
                              double* xOffset, double* yOffset) {
-    return Guard([&] {
+    return KV_GUARDED(false, [&] {
         if (!handle || !points || !xOffset || !yOffset) return false;
         return SplitRecord(Record(handle), points, count, xOffset, yOffset);
     });
@@ -584,13 +541,15 @@ bool ProjLLOffsetSplitObject(void* handle, const PROJPOINT* points, unsigned int
 
 bool ProjLLPreclipPolyline(void* handle, void* user, int count, const PROJPOINT* points,
                            ProjLineFunc piece) {
-    return Guard([&] { return PreclipPolylineImpl(handle, user, count, points, piece); });
+    return KV_GUARDED(false,
+                      [&] { return PreclipPolylineImpl(handle, user, count, points, piece); });
 }
 
 bool ProjLLPreclipPolygon(void* handle, void* user, int parts, const int* partCounts,
                           const PROJPOINT* points, ProjPolygonFunc polygon, ProjLineFunc line) {
-    return Guard(
-        [&] { return PreclipPolygonImpl(handle, user, parts, partCounts, points, polygon, line); });
+    return KV_GUARDED(false, [&] {
+        return PreclipPolygonImpl(handle, user, parts, partCounts, points, polygon, line);
+    });
 }
 
 // ---------------------------------------------------------------- CProjector

@@ -10,16 +10,11 @@
 #ifndef KVPROJ_PROJECTIONS_PROJMATH_H
 #define KVPROJ_PROJECTIONS_PROJMATH_H
 
+#include "frame/Angles.h"
+
 #include <cmath>
 
 namespace KVProj {
-
-constexpr double kHalfPi = 1.5707963267948966;
-constexpr double kQuarterPi = 0.7853981633974483;
-constexpr double kPi = 3.141592653589793;
-constexpr double kTwoPi = 6.283185307179586;
-constexpr double kDegToRad = 3.141592653589793 / 180.0;
-constexpr double kRadToDeg = 57.29577951308232;
 
 // Ten single-precision epsilons: the stopping tolerance of the latitude
 // iterations (about 0.25 arc seconds between successive steps).

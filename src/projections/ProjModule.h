@@ -23,9 +23,9 @@
 
 #include "kvproj/projdata.h"
 
+#include "frame/Angles.h"
 #include "frame/Diag.h"
 
-#include <cfloat>
 #include <cstdint>
 
 namespace KVProj {
@@ -59,15 +59,8 @@ inline const PROJMODULE* ProjModuleFor(int type) {
 }
 
 // ---------------------------------------------------------------- per point
-constexpr double kUnplottable = DBL_MAX; // == KVPROJ_UNPLOTTABLE
-
-inline bool IsUnplottable(const PROJPOINT& p) {
-    return p.x == kUnplottable || p.y == kUnplottable;
-}
-
 inline void MarkFailed(PROJDATA* data, PROJPOINT& p) {
-    p.x = kUnplottable;
-    p.y = kUnplottable;
+    MarkUnplottable(p);
     data->iResult = 1;
 }
 

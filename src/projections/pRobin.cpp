@@ -71,7 +71,6 @@ constexpr double kBandWidth = 0.0872664600610733;
 constexpr double kYScale = 1.3523000478744507;
 constexpr double kXScale = 0.8486999869346619;
 constexpr double kPoleLineSlack = 1.000001;
-constexpr double kDegToRadFull = 0.017453292519943295;
 constexpr double kNewtonTolerance = 1e-8;
 // Newton on a monotonic cubic settles in a handful of steps; the bound only
 // keeps a pathological input from spinning.
@@ -133,7 +132,7 @@ bool RobinInverse(PROJDATA* data, PROJPOINT* points, int count) {
             z -= delta;
             if (std::fabs(delta) < kNewtonTolerance) break;
         }
-        const double phi = (5 * i + z) * kDegToRadFull;
+        const double phi = (5 * i + z) * kDegToRad;
         p.x = u / kXScale / kX[i].At(z);
         p.y = p.y < 0.0 ? -phi : phi;
         return true;

@@ -1,0 +1,69 @@
+// Every string-table message id of the library, by family. The numbers are
+// the ones hosts know; the names are ours.
+#ifndef KVPROJ_FRAME_MESSAGEIDS_H
+#define KVPROJ_FRAME_MESSAGEIDS_H
+
+#include <cstdint>
+
+namespace KVProj {
+
+enum MessageId : uint16_t {
+    // General (20200-20205).
+    IDS_INTERNAL_ERROR = 20200,
+    IDS_OUT_OF_MEMORY = 20201,
+    IDS_WRITE_FAILED = 20202,
+    IDS_READ_FAILED = 20203,
+    IDS_OPEN_FAILED = 20204,
+    IDS_BAD_PARAMETER = 20205,
+
+    // Projection parameters (20230-20256), in the order of their texts.
+    IDS_PROJ_TYPE = 20230,
+    IDS_PROJ_SCALE = 20231,
+    IDS_PROJ_K0 = 20232,
+    IDS_PROJ_FALSE_EASTING = 20233,
+    IDS_PROJ_FALSE_NORTHING = 20234,
+    IDS_PROJ_LON0 = 20235,
+    IDS_PROJ_LON1 = 20236,
+    IDS_PROJ_LON2 = 20237,
+    IDS_PROJ_LON3 = 20238,
+    IDS_PROJ_LAT0 = 20239,
+    IDS_PROJ_LAT1 = 20240,
+    IDS_PROJ_LAT2 = 20241,
+    IDS_PROJ_LAT3 = 20242,
+    IDS_PROJ_ALPHA = 20243,
+    IDS_PROJ_BONNE_LAT1 = 20244,
+    IDS_PROJ_ALBERS_PARALLELS = 20245,
+    IDS_PROJ_HOTINE_ALPHA = 20246,
+    IDS_PROJ_LAMBERT_PARALLELS = 20247,
+    IDS_PROJ_ELLIPSOID = 20248,
+    IDS_ELLIPSOID_RADIUS = 20249,     // shared with the datum checks
+    IDS_ELLIPSOID_FLATTENING = 20250, // shared with the datum checks
+    IDS_PROJ_MERCATOR_LAT0 = 20251,
+    IDS_PROJ_STATE_ZONE = 20252,
+    IDS_PROJ_OMERC_PARALLELS = 20253,
+    IDS_PROJ_OMERC_LAT1 = 20254,
+    IDS_PROJ_OMERC_LAT2 = 20255,
+    IDS_PROJ_EQDC_PARALLELS = 20256,
+
+    // Datum parameters (20260-20271).
+    IDS_BAD_SRC_DATUM = 20260,
+    IDS_BAD_DEST_DATUM = 20261,
+    IDS_BAD_METHOD = 20262,
+    IDS_BAD_ELLIPSOID = 20263,
+    IDS_BAD_PMSHIFT = 20264,
+    IDS_BAD_DX = 20265,
+    IDS_BAD_DY = 20266,
+    IDS_BAD_DZ = 20267,
+    IDS_BAD_RX = 20268,
+    IDS_BAD_RY = 20269,
+    IDS_BAD_RZ = 20270,
+    IDS_BAD_KSCALE = 20271,
+
+    // The NTv2 grid file (20280-20281).
+    IDS_NTV2_OPEN = 20280,
+    IDS_NTV2_CORRUPT = 20281,
+};
+
+} // namespace KVProj
+
+#endif
