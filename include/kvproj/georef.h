@@ -12,18 +12,18 @@ namespace KVProj {
 
 // The transformation of a georeference. The values are stored in files.
 enum TransformMethod : int {
-    TM_HELMERT = 0,             // "Helmert": four-parameter similarity
-    TM_AFFINE = 1,              // "Affine Polynomial": 1, x, y
-    TM_FIRST_ORDER = 2,         // "1st Order Polynomial": bilinear 1, x, y, xy
-    TM_SECOND_ORDER = 3,        // "2nd Order Polynomial"
-    TM_THIRD_ORDER = 4,         // "3rd Order Polynomial"
-    TM_PRECALCULATED = 5,       // "Precalculated Affine Coefficients": A..F of the record
-    TM_THIN_PLATE_SPLINE = 6,   // "Thin Plate Spline"       (image registration, warp 0)
+    TM_HELMERT = 0,              // "Helmert": four-parameter similarity
+    TM_AFFINE = 1,               // "Affine Polynomial": 1, x, y
+    TM_FIRST_ORDER = 2,          // "1st Order Polynomial": bilinear 1, x, y, xy
+    TM_SECOND_ORDER = 3,         // "2nd Order Polynomial"
+    TM_THIRD_ORDER = 4,          // "3rd Order Polynomial"
+    TM_PRECALCULATED = 5,        // "Precalculated Affine Coefficients": A..F of the record
+    TM_THIN_PLATE_SPLINE = 6,    // "Thin Plate Spline"       (image registration, warp 0)
     TM_NATURAL_CUBIC_SPLINE = 7, // "Natural Cubic Spline"   (warp 1)
-    TM_MARCOV_SPLINE = 8,       // "Marcov Spline"           (warp 2)
-    TM_EXPONENTIAL_SPLINE = 9,  // "Exponential Spline"      (warp 3)
-    TM_RATIONAL_QUADRATIC = 10, // "Rational Quadratic Spline" (warp 4)
-    TM_INVERSE_DISTANCE = 11,   // "Inverse Distance Squared" (warp 5)
+    TM_MARCOV_SPLINE = 8,        // "Marcov Spline"           (warp 2)
+    TM_EXPONENTIAL_SPLINE = 9,   // "Exponential Spline"      (warp 3)
+    TM_RATIONAL_QUADRATIC = 10,  // "Rational Quadratic Spline" (warp 4)
+    TM_INVERSE_DISTANCE = 11,    // "Inverse Distance Squared" (warp 5)
     TM_NONE = 12,
 };
 
@@ -66,12 +66,27 @@ static_assert(offsetof(GEOREF, Reserved) == 72, "GEOREF layout");
 
 // Fits the record's method to its controls; null on failure. The handle keeps its
 // own copies of the control arrays: the caller may change or free them afterwards.
+//  - Helmert (method 0) with two or more controls is the least-squares similarity.
+//    With one control it is the translation that maps it (scale 1, no rotation);
+//    with none, or with every source control at one place, creation fails. Fewer
+//    than two controls are reported as an internal inconsistency either way.
+//  - Methods 1..4 need at least 1, x, y (3), bilinear (4), second (6) and third
+//    order (10) controls; with exactly that many the polynomial passes through
+//    every control, with more it is the least-squares fit. Collinear or
+//    duplicate controls that leave the system singular make creation fail.
+//  - Non-finite controls make creation fail for every method but 5; more than
+//    16,777,216 controls are refused as exhausted memory.
+//  - Method 5 needs no controls; methods 6..11 are warps of the image registration.
+// A failed creation that got as far as the fit keeps its (idle) image
+// registration object for the life of the process.
 KVPROJ_API void* RefCreateSystem(const GEOREF* pRefData);
 KVPROJ_API void RefDeleteSystem(void* hRef);
-// Transforms the points in place from source to destination space.
+// Transforms the points in place from source to destination space. For methods
+// 0..5 a point holding the unplottable marker in both coordinates stays as it is.
 KVPROJ_API bool RefForward(void* hRef, GEOREFPOINT* pPts, int nPts);
 // Mean distance between each destination control and its transformed source
-// control, and each of those distances; either pointer may be null.
+// control, and each of those distances; either pointer may be null. False for
+// method 5, which has no controls to measure.
 KVPROJ_API bool RefComputeError(void* hRef, double* pTotalError, double* pControlError);
 // Copies the handle's record; its control pointers then point into the handle.
 KVPROJ_API bool RefGetHandleInfo(void* hRef, GEOREF* pGeoRef);
@@ -92,6 +107,20 @@ KVPROJ_API bool RefControlsToCoeff(GEOREF* pRefData);
 KVPROJ_API bool RefResize(GEOREF* pRefData, int iOldW, int iOldH, int iNewW, int iNewH);
 // Display name of a method; "" for values outside 0..11.
 KVPROJ_API const char* RefMethodName(TransformMethod method);
+
+// The fit of a handle of methods 0..5 as coefficients of the terms 1, x, y, then
+// x·y (method 2) or x², then x·y, y², x³, x²·y, x·y², y³ in the source
+// coordinates: x' = sum X[j] term_j(x, y), y' = sum Y[j] term_j(x, y), j < nTerms.
+// Helmert and the precalculated affine come as their affine (3 terms). The
+// handle itself evaluates its polynomial about the controls' centre, which is
+// better conditioned than summing these terms for large coordinates.
+struct GEOREFFIT {
+    int nTerms;
+    double X[10];
+    double Y[10];
+};
+// False for a null handle or argument, or a handle of methods 6..11.
+KVPROJ_API bool RefGetFit(void* hRef, GEOREFFIT* pFit);
 
 // Owns one georeference handle. Assignment copies only the handle pointer, so two
 // objects may then share (and both delete) one handle.

@@ -38,8 +38,10 @@ template <typename Fn> void CallGuardedVoid(const char* sourceFile, int line, Fn
 } // namespace KVProj
 
 // KV_GUARDED(false, [&] { ... return true; }) in the body of an exported function.
-#define KV_GUARDED(failValue, body) \
-    ::KVProj::CallGuarded(::KVProj::SourceName(__FILE__), __LINE__, (failValue), body)
-#define KV_GUARDED_VOID(body) ::KVProj::CallGuardedVoid(::KVProj::SourceName(__FILE__), __LINE__, body)
+// Variadic, so that commas in the lambda's body need no extra parentheses.
+#define KV_GUARDED(failValue, ...)                                                                 \
+    ::KVProj::CallGuarded(::KVProj::SourceName(__FILE__), __LINE__, (failValue), __VA_ARGS__)
+#define KV_GUARDED_VOID(...)                                                                       \
+    ::KVProj::CallGuardedVoid(::KVProj::SourceName(__FILE__), __LINE__, __VA_ARGS__)
 
 #endif
