@@ -25,6 +25,19 @@ enum GeoParamFlags : unsigned int {
 
 // ---------------------------------------------------------------- ESRI projection file
 
+// Reads the ".prj" file of `path` (from the path's last '.' on replaced by
+// ".prj"): the keyword dialect or well-known text ("PROJCS"/"GEOGCS"). Any
+// output may be null. The outputs are reset first (Type 999, datum 254); a
+// missing or empty file is success with no flags. False only when a
+// well-known text file holds no tree.
+KVPROJ_API bool KVProjEsriPrjFileRead(const char* path, PROJDATA* proj, DatumType* datum,
+                                      DATUM2WGS84* datumParams, unsigned int* flags);
+// Writes the ".prj" file of `path` as one line of well-known text. True when
+// written, and also when there is nothing that can be written (no file is made
+// then); false for a null or empty path or a file that cannot be written.
+KVPROJ_API bool KVProjEsriPrjFileWrite(const char* path, const PROJDATA* proj, DatumType datum,
+                                       const DATUM2WGS84* datumParams);
+
 // ---------------------------------------------------------------- GeoTIFF
 
 } // namespace KVProj
