@@ -684,3 +684,177 @@ TEST(EsriPrjFile, DecimalCommaLocale) {
     EXPECT_EQ(r.proj.Lon0, 9.5);
     EXPECT_EQ(r.proj.K0, 0.9996);
 }
+
+// ---------------------------------------------------------------- GDAL-written files
+
+namespace {
+
+struct OraclePoint {
+    double lon, lat, xProj, yProj, xFull, yFull;
+};
+
+struct OracleResult {
+    PrjRecord rec;
+    double projection = 0; // max |difference| of the projection alone, CRS units
+    double full = -1;      // max |difference| from WGS 84 through the datum; -1 without datum
+};
+
+std::map<std::string, std::vector<OraclePoint>> OraclePoints() {
+    std::map<std::string, std::vector<OraclePoint>> out;
+    for (auto& row : kvtest::ReadTsv(kPrjDir + "oracle_points.tsv"))
+        out[row["code"]].push_back({std::stod(row["lon"]), std::stod(row["lat"]), std::stod(row["x_proj"]),
+                                    std::stod(row["y_proj"]), std::stod(row["x_full"]), std::stod(row["y_full"])});
+    return out;
+}
+
+double MaxDifference(void* handle, std::vector<PROJPOINT> pts, const std::vector<OraclePoint>& oracle,
+                     bool full, double factor) {
+    if (!handle || !ProjForward(handle, pts.data(), static_cast<int>(pts.size()))) return HUGE_VAL;
+    double worst = 0;
+    for (size_t i = 0; i < pts.size(); ++i) {
+        const double dx = pts[i].x * factor - (full ? oracle[i].xFull : oracle[i].xProj);
+        const double dy = pts[i].y * factor - (full ? oracle[i].yFull : oracle[i].yProj);
+        worst = std::max(worst, std::isfinite(dx + dy) ? std::max(std::fabs(dx), std::fabs(dy)) : HUGE_VAL);
+    }
+    return worst;
+}
+
+// `factor` converts our output to the CRS's unit where the reading cannot.
+OracleResult RunOracle(const std::string& code, const std::vector<OraclePoint>& oracle, double factor) {
+    OracleResult result;
+    std::string file = code;
+    file[file.find(':')] = '_';
+    PrjRecord& rec = result.rec;
+    const std::string text = kvtest::ReadFile(kPrjDir + file + ".prj");
+    EXPECT_TRUE(ReadNewPrj(PrjLinesOfText(text), &rec)) << code;
+    void* handle = ProjCreateProjection(&rec.proj);
+    std::vector<PROJPOINT> pts;
+    const double pm = rec.datum == DATUM_NONE ? 0.0 : rec.params.PMShift;
+    for (const OraclePoint& p : oracle)
+        pts.push_back({p.lon - pm, p.lat}); // the projection takes longitudes from the datum's meridian
+    result.projection = MaxDifference(handle, pts, oracle, false, factor);
+    if (rec.datum != DATUM_NONE) {
+        DATUMXFORM x{};
+        x.SrcDatum = DATUM_WGS84;
+        x.DestDatum = rec.datum;
+        x.Step2 = rec.params;
+        x.Step2.bInverse = true;
+        std::vector<DATUMPOINT> geo;
+        for (const OraclePoint& p : oracle)
+            geo.push_back({p.lon, p.lat});
+        void* datum = DatCreateDatum(&x);
+        if (datum && DatConvertDatum(datum, geo.data(), static_cast<int>(geo.size()))) {
+            for (size_t i = 0; i < geo.size(); ++i)
+                pts[i] = {geo[i].x, geo[i].y};
+            result.full = MaxDifference(handle, pts, oracle, true, factor);
+        }
+        DatDeleteDatum(datum);
+    }
+    ProjDeleteProjection(handle);
+    return result;
+}
+
+} // namespace
+
+// Files: tests/data/prj/*.prj, GDAL 3.6 `gdalsrsinfo -o wkt_esri`. Expected
+// coordinates: PROJ 9.1 (`proj` for the projection alone, `cs2cs EPSG:4326 code`
+// for the full chain), recorded by tests/data/prj/make_oracle.py. Bounds are
+// the measured maxima (metres or feet) with a quarter added. Where the reading
+// loses information the reason is named; "module:" marks differences of the
+// projection module itself with the parameters read correctly. Full-chain
+// differences above 1 cm come from the datum step: the built-in datum's mean
+// shift against PROJ's preferred transformation (grids for NAD 27, seven
+// parameters for Belgium 1972, GDA94 and others).
+TEST(EsriPrjOracle, GdalFilesAgainstProj) {
+    constexpr double kNone = HUGE_VAL; // not converted: unknown projection name
+    constexpr double kUsFt = 3.2808333333333333;
+    struct {
+        const char* code;
+        int type, datum;
+        double factor, projection, full;
+        const char* loss;
+    } rows[] = {
+        {"EPSG:20135", 4, 8, 1, 0.08, 2, "built-in Adindan: Clarke 1880 row 16, EPSG 7012 differs slightly"},
+        {"EPSG:2056", 999, 0, 1, kNone, kNone, "Hotine_Oblique_Mercator_Azimuth_Center: unknown name"},
+        {"EPSG:2062", 5, 254, 1, 420000, -1, "LCC 1SP scale unused; Madrid row has no transformation: no PMShift"},
+        {"EPSG:2100", 17, 0, 1, 0.002, 0.0061, ""},
+        {"EPSG:2154", 5, 0, 1, 0.002, 0.002, ""},
+        {"EPSG:21781", 999, 0, 1, kNone, kNone, "Hotine_Oblique_Mercator_Azimuth_Center: unknown name"},
+        {"EPSG:2180", 17, 254, 1, 280, -1, "datum ETRF2000-PL (1305) not in the tables: Clarke 1866"},
+        {"EPSG:2193", 17, 0, 1, 0.0036, 0.0036, ""},
+        {"EPSG:2227", 10, 1, kUsFt, 0.002, 0.002, "state plane in ftUS: unit taken from the zone"},
+        {"EPSG:2249", 10, 1, kUsFt, 0.002, 0.002, "state plane in ftUS: unit taken from the zone"},
+        {"EPSG:2263", 10, 1, kUsFt, 0.002, 0.002, "state plane in ftUS: unit taken from the zone"},
+        {"EPSG:2272", 10, 1, kUsFt, 0.002, 0.002, "state plane in ftUS: unit taken from the zone"},
+        {"EPSG:23031", 4, 5, 1, 0.002, 11, ""},
+        {"EPSG:25832", 4, 0, 1, 0.002, 0.002, ""},
+        {"EPSG:26715", 4, 2, 1, 0.002, 16, ""},
+        {"EPSG:26729", 9, 2, kUsFt, 0.002, 0.0025, "state plane in ftUS: unit taken from the zone"},
+        {"EPSG:26741", 9, 2, kUsFt, 0.002, 5.4, "state plane in ftUS: unit taken from the zone"},
+        {"EPSG:26915", 4, 1, 1, 0.002, 0.002, ""},
+        {"EPSG:26929", 10, 1, 1, 0.002, 0.002, ""},
+        {"EPSG:26986", 10, 1, 1, 0.002, 0.002, ""},
+        {"EPSG:27572", 5, 147, 1, 730000, 730000, "grads read as degrees; LCC 1SP scale unused"},
+        {"EPSG:27700", 17, 0, 1, 0.0021, 0.0056, ""},
+        {"EPSG:28355", 17, 0, 1, 0.002, 1.9, ""},
+        {"EPSG:28992", 999, 0, 1, kNone, kNone, "Double_Stereographic: unknown name"},
+        {"EPSG:29101", 11, 6, 1, 0.002, 11, ""},
+        {"EPSG:29193", 4, 6, 1, 0.002, 7.1, ""},
+        {"EPSG:29873", 999, 0, 1, kNone, kNone, "Rectified_Skew_Orthomorphic_Center: unknown name"},
+        {"EPSG:3006", 17, 0, 1, 0.0052, 0.0052, ""},
+        {"EPSG:30200", 16, 0, 1, 2.2e+06, 2.2e+06, "Clarke's foot: false origin in feet, scaled again"},
+        {"EPSG:3031", 999, 3, 1, kNone, kNone, "Stereographic_South_Pole: unknown name"},
+        {"EPSG:3034", 5, 0, 1, 0.002, 0.002, ""},
+        {"EPSG:3035", 20, 0, 1, 7000, 7000, "module: Lambert azimuthal"},
+        {"EPSG:3067", 17, 0, 1, 0.002, 0.002, ""},
+        {"EPSG:3068", 16, 0, 1, 84, 84, "module: Cassini"},
+        {"EPSG:31370", 5, 40, 1, 0.002, 38, ""},
+        {"EPSG:31467", 999, 0, 1, kNone, kNone, "Gauss_Kruger: unknown name"},
+        {"EPSG:31983", 4, 0, 1, 0.002, 0.002, ""},
+        {"EPSG:32039", 9, 2, kUsFt, 0.002, 5.7, "state plane in ftUS: unit taken from the zone"},
+        {"EPSG:32139", 10, 1, 1, 0.002, 0.002, ""},
+        {"EPSG:32617", 4, 3, 1, 0.002, 0.002, ""},
+        {"EPSG:32633", 4, 3, 1, 0.002, 0.002, ""},
+        {"EPSG:32648", 4, 3, 1, 0.002, 0.002, ""},
+        {"EPSG:32733", 4, 3, 1, 0.002, 0.002, ""},
+        {"EPSG:32760", 4, 3, 1, 0.002, 0.002, ""},
+        {"EPSG:3310", 2, 1, 1, 0.002, 0.002, ""},
+        {"EPSG:3338", 2, 1, 1, 3.5e+06, 3.5e+06, "area crosses 180: lon - lon0 not wrapped"},
+        {"EPSG:3347", 5, 1, 1, 0.002, 0.002, ""},
+        {"EPSG:3375", 999, 254, 1, kNone, -1, "Rectified_Skew_Orthomorphic_Natural_Origin: unknown name"},
+        {"EPSG:3395", 1, 3, 1, 0.002, 0.002, ""},
+        {"EPSG:3413", 999, 3, 1, kNone, kNone, "Stereographic_North_Pole: unknown name"},
+        {"EPSG:3571", 20, 3, 1, 11000, 11000, "module: Lambert azimuthal"},
+        {"EPSG:3573", 20, 3, 1, 11000, 11000, "module: Lambert azimuthal"},
+        {"EPSG:3577", 2, 0, 1, 0.002, 2.1, ""},
+        {"EPSG:3763", 17, 0, 1, 0.002, 0.002, ""},
+        {"EPSG:3832", 1, 3, 1, 5.1e+07, 5.1e+07, "area crosses 180: lon - lon0 not wrapped"},
+        {"EPSG:3857", 999, 3, 1, kNone, kNone, "Mercator_Auxiliary_Sphere: unknown name"},
+        {"EPSG:5041", 6, 3, 1, 0.002, 0.002, ""},
+        {"EPSG:5070", 2, 1, 1, 0.002, 0.002, ""},
+        {"ESRI:102010", 26, 1, 1, 11000, 11000, "module: equidistant conic"},
+        {"ESRI:54003", 3, 3, 1, 23000, 23000, "module: Miller"},
+        {"ESRI:54008", 19, 3, 1, 0.002, 0.002, ""},
+        {"ESRI:54009", 8, 3, 1, 0.002, 0.002, ""},
+        {"ESRI:54010", 24, 3, 1, 2.4, 2.4, "module: Eckert VI"},
+        {"ESRI:54012", 23, 3, 1, 0.72, 0.72, "module: Eckert IV"},
+        {"ESRI:54024", 21, 3, 1, 0.0023, 0.0023, ""},
+        {"ESRI:54029", 999, 3, 1, kNone, kNone, "Van_der_Grinten_I: unknown name"},
+        {"ESRI:54030", 14, 3, 1, 11000, 11000, "module: Robinson"},
+        {"ESRI:54032", 28, 3, 1, 38000, 38000, "module: azimuthal equidistant"},
+    };
+    const auto oracle = OraclePoints();
+    ASSERT_EQ(oracle.size(), sizeof rows / sizeof rows[0]);
+    for (const auto& row : rows) {
+        const auto& points = oracle.at(row.code);
+        ASSERT_EQ(points.size(), 100u) << row.code;
+        const OracleResult r = RunOracle(row.code, points, row.factor);
+        std::printf("%-12s type %3d datum %3d  projection %12.6g  full %12.6g  %s\n", row.code, r.rec.proj.Type,
+                    r.rec.datum, r.projection, r.full, row.loss);
+        EXPECT_EQ(r.rec.proj.Type, row.type) << row.code;
+        EXPECT_EQ(r.rec.datum, row.datum) << row.code;
+        if (row.projection == kNone) continue;
+        EXPECT_LE(r.projection, row.projection) << row.code;
+        EXPECT_LE(r.full, row.full) << row.code;
+    }
+}

@@ -68,8 +68,9 @@ def bbox(code):
 
 
 def northing_first(code):
-    axes = re.findall(r'AXIS\["[^"]*",(\w+)', run(["projinfo", "-o", "WKT2_2019", code]))
-    return bool(axes) and axes[-2] in ("north", "south")
+    # The first axis of the projected system (the last two AXIS entries).
+    axes = re.findall(r'AXIS\["([^"]*)",(\w+)', run(["projinfo", "-o", "WKT2_2019", code]))
+    return len(axes) >= 2 and axes[-2][0].startswith("northing") and axes[-2][1] == "north"
 
 
 def points(code):
