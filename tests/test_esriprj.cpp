@@ -303,31 +303,33 @@ TEST(EsriPrjOld, ParameterSections) {
     EXPECT_DOUBLE_EQ(r.proj.Lon0, -100.5);
     struct {
         const char* line;
-        double PROJDATA::*field;
+        size_t field; // offset of a double in the packed record
         double value;
     } comments[] = {
-        {"10 30 0 /* latitude of the origin (DMS)", &PROJDATA::Lat0, 10.5},
-        {"10 30 0 /* LATITUDE OF TRUE SCALE", &PROJDATA::Lat0, 10.5},
-        {"11 0 0 /* azimuth", &PROJDATA::Lat1, 11},
-        {"12 0 0 /* azimuth at the projection's center", &PROJDATA::Alpha, 12},
-        {"13 0 0 /* Latitude of the 2nd standard parallel (DMS)", &PROJDATA::Lat2, 13},
-        {"-14 15 0 /* longitude of the projection's center", &PROJDATA::Lon0, -14.25},
-        {"0.9996 /* scale factor at central meridian", &PROJDATA::K0, 0.9996},
-        {"500000.0 /* false easting", &PROJDATA::xOrg, 500000},
-        {"-5 /* false northing", &PROJDATA::yOrg, -5},
-        {"15 0 0 /* longitude of 1st point", &PROJDATA::Lon1, 15},
-        {"16 0 0 /* longitude of 2nd point", &PROJDATA::Lon2, 16},
-        {"17 0 0 /* longitude of 3rd point", &PROJDATA::Lon3, 17},
-        {"18 0 0 /* latitude of 1st point", &PROJDATA::Lat1, 18},
-        {"19 0 0 /* latitude of 2nd point", &PROJDATA::Lat2, 19},
-        {"20 0 0 /* latitude of 3rd point", &PROJDATA::Lat3, 20},
-        {"6370997 /* radius of the sphere of reference", &PROJDATA::MajorRadius, 6370997},
-        {"45 /* latitude of origin", &PROJDATA::Lat0, 45}, // "45dmss": degrees only
-        {"1 2 3 4 5 /* latitude of origin", &PROJDATA::Lat0, 0}, // comment after 4 tokens
+        {"10 30 0 /* latitude of the origin (DMS)", offsetof(PROJDATA, Lat0), 10.5},
+        {"10 30 0 /* LATITUDE OF TRUE SCALE", offsetof(PROJDATA, Lat0), 10.5},
+        {"11 0 0 /* azimuth", offsetof(PROJDATA, Lat1), 11},
+        {"12 0 0 /* azimuth at the projection's center", offsetof(PROJDATA, Alpha), 12},
+        {"13 0 0 /* Latitude of the 2nd standard parallel (DMS)", offsetof(PROJDATA, Lat2), 13},
+        {"-14 15 0 /* longitude of the projection's center", offsetof(PROJDATA, Lon0), -14.25},
+        {"0.9996 /* scale factor at central meridian", offsetof(PROJDATA, K0), 0.9996},
+        {"500000.0 /* false easting", offsetof(PROJDATA, xOrg), 500000},
+        {"-5 /* false northing", offsetof(PROJDATA, yOrg), -5},
+        {"15 0 0 /* longitude of 1st point", offsetof(PROJDATA, Lon1), 15},
+        {"16 0 0 /* longitude of 2nd point", offsetof(PROJDATA, Lon2), 16},
+        {"17 0 0 /* longitude of 3rd point", offsetof(PROJDATA, Lon3), 17},
+        {"18 0 0 /* latitude of 1st point", offsetof(PROJDATA, Lat1), 18},
+        {"19 0 0 /* latitude of 2nd point", offsetof(PROJDATA, Lat2), 19},
+        {"20 0 0 /* latitude of 3rd point", offsetof(PROJDATA, Lat3), 20},
+        {"6370997 /* radius of the sphere of reference", offsetof(PROJDATA, MajorRadius), 6370997},
+        {"45 /* latitude of origin", offsetof(PROJDATA, Lat0), 45}, // "45dmss": degrees only
+        {"1 2 3 4 5 /* latitude of origin", offsetof(PROJDATA, Lat0), 0}, // comment after 4 tokens
     };
     for (const auto& row : comments) {
         r = ReadOld(std::string("Projection TRANSVERSE\nParameters\n") + row.line + "\n");
-        EXPECT_NEAR(r.proj.*row.field, row.value, 1e-12) << row.line;
+        double value;
+        std::memcpy(&value, reinterpret_cast<const char*>(&r.proj) + row.field, sizeof value);
+        EXPECT_NEAR(value, row.value, 1e-12) << row.line;
     }
     r = ReadOld("Projection TRANSVERSE\nParameters\n6370997 /* radius of sphere of reference\n");
     EXPECT_EQ(r.proj.Ellipsoid, ELLIPSOID_USER_DEFINED);

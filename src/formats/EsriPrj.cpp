@@ -16,6 +16,7 @@
 #include "kvproj/utmzone.h"
 
 #include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -147,10 +148,22 @@ constexpr OldDatum kOldDatums[] = {
 // Where a value goes: an angle or a plain number into one or two PROJDATA
 // fields, or the radius of a user-defined sphere.
 enum class PrjValue { Angle, Number, Radius };
+// PROJDATA is byte-packed, so its doubles are reached by offset and memcpy.
+constexpr size_t kNoField = ~size_t(0);
 struct PrjTarget {
-    double PROJDATA::*field;
-    double PROJDATA::*second; // also set, or null
+    size_t field;  // offset of a double in PROJDATA
+    size_t second; // also set, or kNoField
 };
+
+void SetField(PROJDATA& proj, size_t offset, double value) {
+    std::memcpy(reinterpret_cast<unsigned char*>(&proj) + offset, &value, sizeof value);
+}
+
+double GetField(const PROJDATA& proj, size_t offset) {
+    double value;
+    std::memcpy(&value, reinterpret_cast<const unsigned char*>(&proj) + offset, sizeof value);
+    return value;
+}
 
 struct OldComment {
     const char* comment;
@@ -160,52 +173,52 @@ struct OldComment {
 // Parameter lines of the keyword dialect, matched by their comment. The plain
 // "azimuth" goes to Lat1, as files of this dialect have always meant it.
 constexpr OldComment kOldComments[] = {
-    {"latitude of standard parallel", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of the standard parallel (DMS)", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of true scale", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of projection's origin", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of projections origin", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of projection's center", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of the origin", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of origin", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of the origin (DMS)", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of center of projection", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"latitude of projection center", PrjValue::Angle, {&PROJDATA::Lat0, nullptr}},
-    {"1st standard parallel", PrjValue::Angle, {&PROJDATA::Lat1, nullptr}},
-    {"azimuth", PrjValue::Angle, {&PROJDATA::Lat1, nullptr}},
-    {"Latitude of the 1st standard parallel (DMS)", PrjValue::Angle, {&PROJDATA::Lat1, nullptr}},
-    {"2nd standard parallel", PrjValue::Angle, {&PROJDATA::Lat2, nullptr}},
-    {"Latitude of the 2nd standard parallel (DMS)", PrjValue::Angle, {&PROJDATA::Lat2, nullptr}},
-    {"central meridian", PrjValue::Angle, {&PROJDATA::Lon0, nullptr}},
-    {"longitude of central meridian", PrjValue::Angle, {&PROJDATA::Lon0, nullptr}},
-    {"longitude of the central meridian (DMS)", PrjValue::Angle, {&PROJDATA::Lon0, nullptr}},
-    {"longitude of center of projection", PrjValue::Angle, {&PROJDATA::Lon0, nullptr}},
-    {"longitude of projection's center", PrjValue::Angle, {&PROJDATA::Lon0, nullptr}},
-    {"longitude of the projection's center", PrjValue::Angle, {&PROJDATA::Lon0, nullptr}},
-    {"longitude of the origin", PrjValue::Angle, {&PROJDATA::Lon0, nullptr}},
-    {"longitude of projection center", PrjValue::Angle, {&PROJDATA::Lon0, nullptr}},
-    {"azimuth at the projection's center", PrjValue::Angle, {&PROJDATA::Alpha, nullptr}},
-    {"false easting (meters)", PrjValue::Number, {&PROJDATA::xOrg, nullptr}},
-    {"false easting", PrjValue::Number, {&PROJDATA::xOrg, nullptr}},
-    {"false northing (meters)", PrjValue::Number, {&PROJDATA::yOrg, nullptr}},
-    {"false northing", PrjValue::Number, {&PROJDATA::yOrg, nullptr}},
-    {"scale factor", PrjValue::Number, {&PROJDATA::K0, nullptr}},
-    {"scale factor at central meridian", PrjValue::Number, {&PROJDATA::K0, nullptr}},
-    {"scale factor at the projection's center", PrjValue::Number, {&PROJDATA::K0, nullptr}},
-    {"longitude of 1st point", PrjValue::Angle, {&PROJDATA::Lon1, nullptr}},
-    {"longitude of 2nd point", PrjValue::Angle, {&PROJDATA::Lon2, nullptr}},
-    {"longitude of 3rd point", PrjValue::Angle, {&PROJDATA::Lon3, nullptr}},
-    {"latitude of 1st point", PrjValue::Angle, {&PROJDATA::Lat1, nullptr}},
-    {"latitude of 2nd point", PrjValue::Angle, {&PROJDATA::Lat2, nullptr}},
-    {"latitude of 3rd point", PrjValue::Angle, {&PROJDATA::Lat3, nullptr}},
-    {"radius of sphere of reference", PrjValue::Radius, {nullptr, nullptr}},
-    {"radius of the sphere of reference", PrjValue::Radius, {nullptr, nullptr}},
+    {"latitude of standard parallel", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of the standard parallel (DMS)", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of true scale", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of projection's origin", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of projections origin", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of projection's center", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of the origin", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of origin", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of the origin (DMS)", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of center of projection", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"latitude of projection center", PrjValue::Angle, {offsetof(PROJDATA, Lat0), kNoField}},
+    {"1st standard parallel", PrjValue::Angle, {offsetof(PROJDATA, Lat1), kNoField}},
+    {"azimuth", PrjValue::Angle, {offsetof(PROJDATA, Lat1), kNoField}},
+    {"Latitude of the 1st standard parallel (DMS)", PrjValue::Angle, {offsetof(PROJDATA, Lat1), kNoField}},
+    {"2nd standard parallel", PrjValue::Angle, {offsetof(PROJDATA, Lat2), kNoField}},
+    {"Latitude of the 2nd standard parallel (DMS)", PrjValue::Angle, {offsetof(PROJDATA, Lat2), kNoField}},
+    {"central meridian", PrjValue::Angle, {offsetof(PROJDATA, Lon0), kNoField}},
+    {"longitude of central meridian", PrjValue::Angle, {offsetof(PROJDATA, Lon0), kNoField}},
+    {"longitude of the central meridian (DMS)", PrjValue::Angle, {offsetof(PROJDATA, Lon0), kNoField}},
+    {"longitude of center of projection", PrjValue::Angle, {offsetof(PROJDATA, Lon0), kNoField}},
+    {"longitude of projection's center", PrjValue::Angle, {offsetof(PROJDATA, Lon0), kNoField}},
+    {"longitude of the projection's center", PrjValue::Angle, {offsetof(PROJDATA, Lon0), kNoField}},
+    {"longitude of the origin", PrjValue::Angle, {offsetof(PROJDATA, Lon0), kNoField}},
+    {"longitude of projection center", PrjValue::Angle, {offsetof(PROJDATA, Lon0), kNoField}},
+    {"azimuth at the projection's center", PrjValue::Angle, {offsetof(PROJDATA, Alpha), kNoField}},
+    {"false easting (meters)", PrjValue::Number, {offsetof(PROJDATA, xOrg), kNoField}},
+    {"false easting", PrjValue::Number, {offsetof(PROJDATA, xOrg), kNoField}},
+    {"false northing (meters)", PrjValue::Number, {offsetof(PROJDATA, yOrg), kNoField}},
+    {"false northing", PrjValue::Number, {offsetof(PROJDATA, yOrg), kNoField}},
+    {"scale factor", PrjValue::Number, {offsetof(PROJDATA, K0), kNoField}},
+    {"scale factor at central meridian", PrjValue::Number, {offsetof(PROJDATA, K0), kNoField}},
+    {"scale factor at the projection's center", PrjValue::Number, {offsetof(PROJDATA, K0), kNoField}},
+    {"longitude of 1st point", PrjValue::Angle, {offsetof(PROJDATA, Lon1), kNoField}},
+    {"longitude of 2nd point", PrjValue::Angle, {offsetof(PROJDATA, Lon2), kNoField}},
+    {"longitude of 3rd point", PrjValue::Angle, {offsetof(PROJDATA, Lon3), kNoField}},
+    {"latitude of 1st point", PrjValue::Angle, {offsetof(PROJDATA, Lat1), kNoField}},
+    {"latitude of 2nd point", PrjValue::Angle, {offsetof(PROJDATA, Lat2), kNoField}},
+    {"latitude of 3rd point", PrjValue::Angle, {offsetof(PROJDATA, Lat3), kNoField}},
+    {"radius of sphere of reference", PrjValue::Radius, {kNoField, kNoField}},
+    {"radius of the sphere of reference", PrjValue::Radius, {kNoField, kNoField}},
 };
 
 // Albers and Lambert files give their parameters by line position.
 constexpr PrjTarget kConicByPosition[] = {
-    {&PROJDATA::Lat1, nullptr}, {&PROJDATA::Lat2, nullptr}, {&PROJDATA::Lon0, nullptr},
-    {&PROJDATA::Lat0, nullptr}, {&PROJDATA::xOrg, nullptr}, {&PROJDATA::yOrg, nullptr},
+    {offsetof(PROJDATA, Lat1), kNoField}, {offsetof(PROJDATA, Lat2), kNoField}, {offsetof(PROJDATA, Lon0), kNoField},
+    {offsetof(PROJDATA, Lat0), kNoField}, {offsetof(PROJDATA, xOrg), kNoField}, {offsetof(PROJDATA, yOrg), kNoField},
 };
 constexpr int kConicAngleLines = 4;
 
@@ -215,24 +228,24 @@ struct WktParameter {
 };
 // PARAMETER names of the well-known text dialect.
 constexpr WktParameter kWktParameters[] = {
-    {"central_meridian", {&PROJDATA::Lon0, nullptr}},
-    {"scale_factor", {&PROJDATA::K0, nullptr}},
-    {"standard_parallel_1", {&PROJDATA::Lat1, nullptr}},
-    {"standard_parallel_2", {&PROJDATA::Lat2, nullptr}},
-    {"pseudo_standard_parallel_1", {&PROJDATA::Lat1, nullptr}},
-    {"longitude_of_center", {&PROJDATA::Lon0, nullptr}},
-    {"latitude_of_center", {&PROJDATA::Lat0, nullptr}},
-    {"longitude_of_origin", {&PROJDATA::Lon0, nullptr}},
-    {"latitude_of_origin", {&PROJDATA::Lat0, nullptr}},
-    {"false_easting", {&PROJDATA::xOrg, nullptr}},
-    {"false_northing", {&PROJDATA::yOrg, nullptr}},
-    {"azimuth", {&PROJDATA::Lat1, &PROJDATA::Alpha}},
-    {"longitude_of_point_1", {&PROJDATA::Lon1, nullptr}},
-    {"latitude_of_point_1", {&PROJDATA::Lat1, nullptr}},
-    {"longitude_of_point_2", {&PROJDATA::Lon2, nullptr}},
-    {"latitude_of_point_2", {&PROJDATA::Lat2, nullptr}},
-    {"longitude_of_point_3", {&PROJDATA::Lon3, nullptr}},
-    {"latitude_of_point_3", {&PROJDATA::Lat3, nullptr}},
+    {"central_meridian", {offsetof(PROJDATA, Lon0), kNoField}},
+    {"scale_factor", {offsetof(PROJDATA, K0), kNoField}},
+    {"standard_parallel_1", {offsetof(PROJDATA, Lat1), kNoField}},
+    {"standard_parallel_2", {offsetof(PROJDATA, Lat2), kNoField}},
+    {"pseudo_standard_parallel_1", {offsetof(PROJDATA, Lat1), kNoField}},
+    {"longitude_of_center", {offsetof(PROJDATA, Lon0), kNoField}},
+    {"latitude_of_center", {offsetof(PROJDATA, Lat0), kNoField}},
+    {"longitude_of_origin", {offsetof(PROJDATA, Lon0), kNoField}},
+    {"latitude_of_origin", {offsetof(PROJDATA, Lat0), kNoField}},
+    {"false_easting", {offsetof(PROJDATA, xOrg), kNoField}},
+    {"false_northing", {offsetof(PROJDATA, yOrg), kNoField}},
+    {"azimuth", {offsetof(PROJDATA, Lat1), offsetof(PROJDATA, Alpha)}},
+    {"longitude_of_point_1", {offsetof(PROJDATA, Lon1), kNoField}},
+    {"latitude_of_point_1", {offsetof(PROJDATA, Lat1), kNoField}},
+    {"longitude_of_point_2", {offsetof(PROJDATA, Lon2), kNoField}},
+    {"latitude_of_point_2", {offsetof(PROJDATA, Lat2), kNoField}},
+    {"longitude_of_point_3", {offsetof(PROJDATA, Lon3), kNoField}},
+    {"latitude_of_point_3", {offsetof(PROJDATA, Lat3), kNoField}},
 };
 
 // Written PARAMETER nodes in their order: the parameter id that asks for them
@@ -240,20 +253,20 @@ constexpr WktParameter kWktParameters[] = {
 struct WrittenParameter {
     int id;
     const char* name;
-    double PROJDATA::*field;
+    size_t field;
 };
 constexpr WrittenParameter kWrittenParameters[] = {
-    {5, "Latitude_Of_Origin", &PROJDATA::Lat0},
-    {6, "Longitude_Of_Origin", &PROJDATA::Lon0},
-    {6, "Central_Meridian", &PROJDATA::Lon0},
-    {10, "Longitude_Of_Point_1", &PROJDATA::Lon1},
-    {11, "Longitude_Of_Point_2", &PROJDATA::Lon1},
-    {12, "Longitude_Of_Point_3", &PROJDATA::Lon1},
-    {7, "Standard_Parallel_1", &PROJDATA::Lat1},
-    {8, "Standard_Parallel_2", &PROJDATA::Lat2},
-    {9, "Latitude_Of_Point_3", &PROJDATA::Lat3},
-    {13, "Scale_Factor", &PROJDATA::K0},
-    {17, "Azimuth", &PROJDATA::Alpha},
+    {5, "Latitude_Of_Origin", offsetof(PROJDATA, Lat0)},
+    {6, "Longitude_Of_Origin", offsetof(PROJDATA, Lon0)},
+    {6, "Central_Meridian", offsetof(PROJDATA, Lon0)},
+    {10, "Longitude_Of_Point_1", offsetof(PROJDATA, Lon1)},
+    {11, "Longitude_Of_Point_2", offsetof(PROJDATA, Lon1)},
+    {12, "Longitude_Of_Point_3", offsetof(PROJDATA, Lon1)},
+    {7, "Standard_Parallel_1", offsetof(PROJDATA, Lat1)},
+    {8, "Standard_Parallel_2", offsetof(PROJDATA, Lat2)},
+    {9, "Latitude_Of_Point_3", offsetof(PROJDATA, Lat3)},
+    {13, "Scale_Factor", offsetof(PROJDATA, K0)},
+    {17, "Azimuth", offsetof(PROJDATA, Alpha)},
 };
 
 // ---------------------------------------------------------------- small helpers
@@ -270,8 +283,8 @@ bool NormalisedEqual(const std::string& normalisedName, const std::string& rowNa
 }
 
 void SetTarget(PROJDATA& proj, const PrjTarget& target, double value) {
-    if (target.field) proj.*target.field = value;
-    if (target.second) proj.*target.second = value;
+    if (target.field != kNoField) SetField(proj, target.field, value);
+    if (target.second != kNoField) SetField(proj, target.second, value);
 }
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
@@ -333,10 +346,22 @@ double OldAngle(const std::vector<std::string>& tokens) {
     return degrees;
 }
 
-void FillEllipsoidSize(EllipsoidType e, double* radius, double* flattening) {
-    if (e == ELLIPSOID_USER_DEFINED) return;
+// The size of a built-in ellipsoid into a packed record's fields.
+template <typename Record> void FillEllipsoidSize(Record& rec) {
+    if (rec.Ellipsoid == ELLIPSOID_USER_DEFINED) return;
     char name[80];
-    EllipsoidInfo(e, name, radius, flattening);
+    double radius = rec.MajorRadius, flattening = rec.Flattening;
+    EllipsoidInfo(rec.Ellipsoid, name, &radius, &flattening);
+    rec.MajorRadius = radius;
+    rec.Flattening = flattening;
+}
+
+// The zone of a USGS code; `unchanged` when no zone has it (the lookup's own
+// result, kept in a local: the record is byte-packed).
+StateZoneType ZoneOfUSGSCode(int code, StateZoneType unchanged) {
+    StateZoneType zone = unchanged;
+    ProjGetStateZoneFromUSGSCode(&zone, code);
+    return zone;
 }
 
 // ---------------------------------------------------------------- keyword dialect
@@ -354,7 +379,7 @@ void OldZoneLine(const std::string& value, PROJDATA& proj) {
     if (proj.Type == PT_UTM)
         proj.Lon0 = ProjUTMZoneNumberToLon(std::atoi(value.c_str()));
     else if (proj.Type == PT_STATE_PLANE_27 || proj.Type == PT_STATE_PLANE_83)
-        ProjGetStateZoneFromUSGSCode(&proj.Zone, std::atoi(value.c_str()));
+        proj.Zone = ZoneOfUSGSCode(std::atoi(value.c_str()), proj.Zone);
 }
 
 // "Datum USER_DEFINED dx dy dz [rx ry rz k]".
@@ -522,7 +547,7 @@ void ProjcsName(const std::string& name, PROJDATA& proj) {
         const char* fips = at ? std::strstr(at, "FIPS_") : nullptr;
         if (!fips) continue;
         proj.Type = system.type;
-        ProjGetStateZoneFromUSGSCode(&proj.Zone, NumberAfter(fips + 5, &end));
+        proj.Zone = ZoneOfUSGSCode(NumberAfter(fips + 5, &end), proj.Zone);
         CTRACE(system.trace, static_cast<int>(proj.Zone));
     }
     const char* utm = std::strstr(text, "UTM_Zone_");
@@ -588,7 +613,10 @@ void ReadProjcs(const WktNode& projcs, PROJDATA& proj) {
 // A datum that the tables know only as an EPSG geographic row.
 void ReadEpsgDatum(const WktNode& geogcs, const EpsgGeographic& row, PrjRecord& rec) {
     DATUM2WGS84& p = rec.params;
-    if (p.Ellipsoid == ELLIPSOID_NONE && !EllipsoidFromPOSCNumber(row.ellipsoidCode, &p.Ellipsoid)) {
+    EllipsoidType e = p.Ellipsoid;
+    const bool known = p.Ellipsoid != ELLIPSOID_NONE || EllipsoidFromPOSCNumber(row.ellipsoidCode, &e);
+    p.Ellipsoid = e; // a close row is kept even when the code is not known exactly
+    if (!known) {
         const WktNode* spheroid = geogcs.Find("SPHEROID");
         if (spheroid && spheroid->Children.size() >= 3) {
             const double inverse = spheroid->Children[2].Value;
@@ -643,8 +671,8 @@ void SettleEllipsoids(PrjRecord& rec) {
         proj.Flattening = rec.params.Flattening;
     }
     if (proj.Ellipsoid == ELLIPSOID_NONE) proj.Ellipsoid = ELLIPSOID_CLARKE_1866;
-    FillEllipsoidSize(proj.Ellipsoid, &proj.MajorRadius, &proj.Flattening);
-    FillEllipsoidSize(rec.params.Ellipsoid, &rec.params.MajorRadius, &rec.params.Flattening);
+    FillEllipsoidSize(proj);
+    FillEllipsoidSize(rec.params);
 }
 
 // ---------------------------------------------------------------- writing
@@ -831,7 +859,7 @@ void GenWktNodesForProjectionParameters(WktNode& projcs, const PROJDATA& proj) {
     for (const WrittenParameter& row : kWrittenParameters) {
         if (!ProjUsesParam(proj.Type, row.id)) continue;
         const char* label = row.name;
-        double value = proj.*row.field;
+        double value = GetField(proj, row.field);
         if (azimuthal && row.id == 5) value = proj.Lat1;
         if (azimuthal && row.id == 7) label = "Latitude_Of_Origin";
         AddParameter(projcs, label, value);
