@@ -1,92 +1,64 @@
-// Evaluation of a fitted warp: per point, one pass over the controls.
+// Evaluation of a fitted warp over arrays of points: blocks of points are
+// normalised into scratch arrays on the stack, summed by the vector kernels
+// and written back; nothing is allocated per point.
 #include "registration/WarpModel.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace KVProj {
 namespace Registration {
 namespace {
 
-// Below this squared normalised distance a point is taken to be on its control
-// (the inverse distance weight would overflow; the value is the control's).
-constexpr double kOnControl = 1e-200;
-
-struct Affine {
-    double x, y;
-};
-
-inline Affine Trend(const WarpModel& m, double u, double v) {
-    return Affine{m.ax[0] + m.ax[1] * u + m.ax[2] * v, m.ay[0] + m.ay[1] * u + m.ay[2] * v};
-}
-
-template <typename Kernel> Affine Radial(const WarpModel& m, double u, double v, Kernel phi) {
-    Affine f = Trend(m, u, v);
-    const double *cu = m.u.data(), *cv = m.v.data(), *wx = m.wx.data(), *wy = m.wy.data();
-    for (size_t i = 0; i < m.n; ++i) {
-        const double du = u - cu[i], dv = v - cv[i];
-        const double p = phi(du * du + dv * dv);
-        f.x += wx[i] * p, f.y += wy[i] * p;
+// Transforms one block of at most kBlock points; returns how many failed.
+size_t EvaluateBlock(const WarpModel& m, RPoint* pts, size_t count) {
+    PointBlock b;
+    bool bad[kBlock];
+    const size_t padded = (count + kSumLanes - 1) / kSumLanes * kSumLanes;
+    for (size_t j = 0; j < padded; ++j) {
+        b.u[j] = b.v[j] = 0.0;
+        if (j >= count) continue;
+        const double pu = (pts[j].x - m.cx) * m.inv, pv = (pts[j].y - m.cy) * m.inv;
+        bad[j] = !std::isfinite(pu) || !std::isfinite(pv);
+        if (!bad[j]) b.u[j] = pu, b.v[j] = pv;
     }
-    return f;
-}
-
-Affine InverseDistance(const WarpModel& m, double u, double v) {
-    Affine f = Trend(m, u, v);
-    double nx = 0, ny = 0, den = 0;
-    for (size_t i = 0; i < m.n; ++i) {
-        const double du = u - m.u[i], dv = v - m.v[i];
-        const double s = du * du + dv * dv;
-        if (s < kOnControl) return Affine{f.x + m.wx[i], f.y + m.wy[i]};
-        const double w = 1.0 / s; // Shepard's weight 1/r^2
-        nx += w * m.wx[i], ny += w * m.wy[i], den += w;
-    }
-    return Affine{f.x + nx / den, f.y + ny / den};
-}
-
-template <typename Eval>
-size_t EvaluateAll(const WarpModel& m, RPoint* pts, size_t count, Eval eval) {
+    KernelSums(m, b, padded);
     size_t failed = 0;
-    for (size_t i = 0; i < count; ++i) {
-        const double u = (pts[i].x - m.cx) * m.inv, v = (pts[i].y - m.cy) * m.inv;
-        const Affine f = eval(u, v);
-        const double x = m.ox + f.x, y = m.oy + f.y;
-        if (std::isfinite(x) && std::isfinite(y) && std::isfinite(u) && std::isfinite(v))
-            pts[i] = RPoint{x, y};
-        else
+    for (size_t j = 0; j < count; ++j) {
+        const double x = m.ox + b.fx[j], y = m.oy + b.fy[j];
+        if (bad[j] || !std::isfinite(x) || !std::isfinite(y))
             ++failed;
+        else
+            pts[j] = RPoint{x, y};
     }
     return failed;
 }
 
 } // namespace
 
-size_t EvaluateWarp(const WarpModel& m, RPoint* pts, size_t count) {
-    const double k = m.k;
-    switch (m.method) {
-    case WARP_THIN_PLATE_SPLINE:
-        return EvaluateAll(m, pts, count,
-                           [&](double u, double v) { return Radial(m, u, v, ThinPlate); });
-    case WARP_NATURAL_CUBIC_SPLINE:
-        return EvaluateAll(m, pts, count,
-                           [&](double u, double v) { return Radial(m, u, v, Cubic); });
-    case WARP_MARCOV_SPLINE:
-        return EvaluateAll(m, pts, count, [&](double u, double v) {
-            return Radial(m, u, v, [k](double s) { return Markov(s, k); });
-        });
-    case WARP_EXPONENTIAL_SPLINE:
-        return EvaluateAll(m, pts, count, [&](double u, double v) {
-            return Radial(m, u, v, [k](double s) { return Gaussian(s, k); });
-        });
-    case WARP_RATIONAL_QUADRATIC:
-        return EvaluateAll(m, pts, count, [&](double u, double v) {
-            return Radial(m, u, v, [k](double s) { return RationalQuadratic(s, k); });
-        });
-    case WARP_INVERSE_DISTANCE:
-        return EvaluateAll(m, pts, count,
-                           [&](double u, double v) { return InverseDistance(m, u, v); });
-    default:
-        return count;
+void InverseDistanceScalar(const WarpModel& m, double u, double v, double& fx, double& fy) {
+    fx = m.ax[0] + m.ax[1] * u + m.ax[2] * v;
+    fy = m.ay[0] + m.ay[1] * u + m.ay[2] * v;
+    double nx = 0, ny = 0, den = 0;
+    for (size_t i = 0; i < m.n; ++i) {
+        const double du = u - m.u[i], dv = v - m.v[i];
+        const double s = du * du + dv * dv;
+        if (s < kOnControl) {
+            fx += m.wx[i], fy += m.wy[i];
+            return;
+        }
+        const double w = 1.0 / s; // Shepard's weight 1/r^2
+        nx += w * m.wx[i], ny += w * m.wy[i], den += w;
     }
+    fx += nx / den, fy += ny / den;
+}
+
+size_t EvaluateWarp(const WarpModel& m, RPoint* pts, size_t count) {
+    if (m.method == WARP_NONE) return count;
+    size_t failed = 0;
+    for (size_t start = 0; start < count; start += kBlock)
+        failed += EvaluateBlock(m, pts + start, std::min(kBlock, count - start));
+    return failed;
 }
 
 } // namespace Registration

@@ -81,6 +81,30 @@ bool FitWarp(const RPoints& source, const RPoints& destination, WarpingMethod me
 // full calibration (so that one factorisation gives every residual).
 bool LeaveOneOut(const WarpModel& model, RPoints& residuals, std::string& reason);
 
+// Evaluation works on blocks of normalised points padded to a multiple of
+// kSumLanes (the widest vector of doubles the dispatch may choose).
+constexpr size_t kSumLanes = 8;
+// Below this squared normalised distance a point is taken to be on its control
+// (the inverse distance weight would overflow; the value is the control's).
+constexpr double kOnControl = 1e-200;
+
+constexpr size_t kBlock = 256; // points per block, a multiple of kSumLanes
+
+// A block of normalised points (u, v) and the warp's sums at them (fx, fy: the
+// destination offsets ox, oy not yet added).
+struct PointBlock {
+    alignas(64) double u[kBlock];
+    alignas(64) double v[kBlock];
+    alignas(64) double fx[kBlock];
+    alignas(64) double fy[kBlock];
+};
+
+// Fills fx, fy of the first `count` points (a multiple of kSumLanes) of the
+// block, with the code of the instruction set chosen at run time.
+void KernelSums(const WarpModel& m, PointBlock& block, size_t count);
+// The inverse distance sums of one normalised point, exact on the controls.
+void InverseDistanceScalar(const WarpModel& m, double u, double v, double& fx, double& fy);
+
 // Transforms `count` interleaved points in place; a point whose image is not
 // finite, or that is not finite itself, is left unchanged and counted. Returns
 // the number of such points.
