@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cfloat>
+#include <cstddef>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -254,6 +255,61 @@ TEST(ProjPipeline, KnownValues) {
         EXPECT_NEAR(p[0].y, r.lat, r.inverseTol);
         EXPECT_EQ(ProjResult(h.h), 0);
     }
+}
+
+// A C host may store any byte in a flag: 2, 0x80 and 0xFF must act as true,
+// through validation, creation and both directions, and the handle keeps the
+// host's bytes. Under UBSan a flag loaded as a bool with such a byte fails.
+TEST(ProjPipeline, HostFlagBytesOtherThanOneCountAsTrue) {
+    PROJDATA hotine = Origin(Record(PT_HOTINE), 40, 0, 1, 0, 0, 0, 0);
+    hotine.Lon1 = -75, hotine.bUseAlpha = true, hotine.Alpha = 30;
+    hotine.bRotate = true, hotine.bUOffset = true;
+    PROJDATA sinus = Origin(Record(PT_SINUSOIDAL), 0, 20, 1, 0, 0);
+    sinus.bWrapLon = true;
+    PROJDATA polycon = Origin(Record(PT_POLYCONIC), 0, 20, 1, 0, 0);
+    polycon.bWrapLon = true;
+    const struct {
+        const char* what;
+        PROJDATA data;
+        size_t flag; // offset of the flag byte in PROJDATA
+        double lon, lat;
+    } rows[] = {
+        {"UTM south", Utm(15, true), offsetof(PROJDATA, bSouth), 20.5, -60.0},
+        {"Hotine alpha", hotine, offsetof(PROJDATA, bUseAlpha), -74.0, 41.0},
+        {"Hotine rotate", hotine, offsetof(PROJDATA, bRotate), -74.0, 41.0},
+        {"Hotine u offset", hotine, offsetof(PROJDATA, bUOffset), -74.0, 41.0},
+        {"Sinusoidal wrap", sinus, offsetof(PROJDATA, bWrapLon), 210.0, 35.0},
+        {"Polyconic wrap", polycon, offsetof(PROJDATA, bWrapLon), 210.0, 35.0},
+    };
+    for (const auto& r : rows) {
+        Handle one(r.data);
+        ASSERT_NE(one.h, nullptr) << r.what;
+        PROJPOINT expected[] = {P(r.lon, r.lat)};
+        ASSERT_TRUE(ProjForward(one.h, expected, 1));
+        for (const unsigned char byte : {0x02, 0x80, 0xFF}) {
+            SCOPED_TRACE(testing::Message() << r.what << " byte " << int(byte));
+            PROJDATA d = r.data;
+            std::memcpy(reinterpret_cast<unsigned char*>(&d) + r.flag, &byte, 1);
+            EXPECT_EQ(ProjCheckParams(&d, nullptr, false), 0);
+            Handle h(d);
+            ASSERT_NE(h.h, nullptr);
+            PROJPOINT p[] = {P(r.lon, r.lat)};
+            ASSERT_TRUE(ProjForward(h.h, p, 1));
+            EXPECT_EQ(p[0].x, expected[0].x);
+            EXPECT_EQ(p[0].y, expected[0].y);
+            ASSERT_TRUE(ProjInverse(h.h, p, 1));
+            EXPECT_EQ(ProjResult(h.h), 0);
+            PROJDATA info;
+            ASSERT_TRUE(ProjGetHandleInfo(h.h, &info));
+            EXPECT_EQ(reinterpret_cast<const unsigned char*>(&info)[r.flag], byte);
+        }
+    }
+    // Hotine's zero-azimuth refusal reads the flag too (result: the Alpha id).
+    PROJDATA zero = hotine;
+    zero.Alpha = 0;
+    const unsigned char ff = 0xFF;
+    std::memcpy(&zero.bUseAlpha, &ff, 1);
+    EXPECT_EQ(ProjCheckParams(&zero, nullptr, false), PP_ALPHA);
 }
 
 // cs2cs (PROJ 9) from EPSG:4269 (NAD 83, metres) or EPSG:4267 (NAD 27, US survey

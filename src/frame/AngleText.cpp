@@ -2,6 +2,8 @@
 // styles hosts display.
 #include "kvproj/angle.h"
 
+#include "frame/Firewall.h"
+
 #include <charconv>
 #include <clocale>
 #include <cmath>
@@ -132,7 +134,7 @@ void FixedFormat(char* format, size_t size, int decimals, bool zeroPad) {
 
 } // namespace
 
-bool LatLonToDegrees(char* text, double* degrees, char degreeMark) {
+static bool LatLonToDegreesBody(char* text, double* degrees, char degreeMark) {
     if (!text || !degrees) return false;
     const char* p = text;
     double sign = 1.0;
@@ -189,8 +191,8 @@ bool LatLonToDegrees(char* text, double* degrees, char degreeMark) {
     return true;
 }
 
-bool DegreesToLatLon(char* text, double degrees, int flags, char degreeMark, char minuteMark,
-                     char secondMark) {
+static bool DegreesToLatLonBody(char* text, double degrees, int flags, char degreeMark,
+                                char minuteMark, char secondMark) {
     if (!text) return false;
     if (!std::isfinite(degrees)) return false;
 
@@ -256,6 +258,19 @@ bool DegreesToLatLon(char* text, double degrees, int flags, char degreeMark, cha
 
     std::memcpy(text, out.c_str(), std::strlen(out.c_str()) + 1);
     return true;
+}
+
+// ---------------------------------------------------------------- exported, behind the firewall
+
+bool LatLonToDegrees(char* text, double* degrees, char degreeMark) {
+    return KV_GUARDED(false, [&] { return LatLonToDegreesBody(text, degrees, degreeMark); });
+}
+
+bool DegreesToLatLon(char* text, double degrees, int flags, char degreeMark, char minuteMark,
+                     char secondMark) {
+    return KV_GUARDED(false, [&] {
+        return DegreesToLatLonBody(text, degrees, flags, degreeMark, minuteMark, secondMark);
+    });
 }
 
 } // namespace KVProj

@@ -2,6 +2,7 @@
 #include "kvproj/ellipsoid.h"
 
 #include "frame/Util.h"
+#include "frame/Firewall.h"
 
 namespace KVProj {
 namespace {
@@ -122,7 +123,7 @@ bool IsTableRow(EllipsoidType e) {
 
 } // namespace
 
-bool EllipsoidInfo(EllipsoidType e, char* name, double* radius, double* flattening) {
+static bool EllipsoidInfoBody(EllipsoidType e, char* name, double* radius, double* flattening) {
     if (e == ELLIPSOID_USER_DEFINED) {
         if (name) CopyName(name, "user-defined", KVPROJ_NAME_LEN);
         return false;
@@ -135,15 +136,15 @@ bool EllipsoidInfo(EllipsoidType e, char* name, double* radius, double* flatteni
     return true;
 }
 
-double EllipsoidRadius(EllipsoidType e) {
+static double EllipsoidRadiusBody(EllipsoidType e) {
     return IsTableRow(e) ? kEllipsoids[e].radius : 1.0;
 }
 
-double EllipsoidFlattening(EllipsoidType e) {
+static double EllipsoidFlatteningBody(EllipsoidType e) {
     return IsTableRow(e) ? kEllipsoids[e].flattening : 0.0;
 }
 
-bool EllipsoidFromName(EllipsoidType* e, char* name) {
+static bool EllipsoidFromNameBody(EllipsoidType* e, char* name) {
     if (!e || !name) return false;
     *e = ELLIPSOID_USER_DEFINED;
     for (int i = 0; i < kRowCount; ++i) {
@@ -155,7 +156,7 @@ bool EllipsoidFromName(EllipsoidType* e, char* name) {
     return false;
 }
 
-bool EllipsoidFromPOSCNumber(int code, EllipsoidType* e) {
+static bool EllipsoidFromPOSCNumberBody(int code, EllipsoidType* e) {
     if (code == 0) return false;
     for (int i = 0; i < kRowCount; ++i) {
         if (kEllipsoids[i].posc == code) {
@@ -172,10 +173,36 @@ bool EllipsoidFromPOSCNumber(int code, EllipsoidType* e) {
     return false;
 }
 
-bool EllipsoidToPOSCNumber(EllipsoidType e, int* code) {
+static bool EllipsoidToPOSCNumberBody(EllipsoidType e, int* code) {
     if (!IsTableRow(e) || kEllipsoids[e].posc == 0) return false;
     if (code) *code = kEllipsoids[e].posc;
     return true;
+}
+
+// ---------------------------------------------------------------- exported, behind the firewall
+
+bool EllipsoidInfo(EllipsoidType e, char* name, double* radius, double* flattening) {
+    return KV_GUARDED(false, [&] { return EllipsoidInfoBody(e, name, radius, flattening); });
+}
+
+double EllipsoidRadius(EllipsoidType e) {
+    return KV_GUARDED(1.0, [&] { return EllipsoidRadiusBody(e); });
+}
+
+double EllipsoidFlattening(EllipsoidType e) {
+    return KV_GUARDED(0.0, [&] { return EllipsoidFlatteningBody(e); });
+}
+
+bool EllipsoidFromName(EllipsoidType* e, char* name) {
+    return KV_GUARDED(false, [&] { return EllipsoidFromNameBody(e, name); });
+}
+
+bool EllipsoidFromPOSCNumber(int code, EllipsoidType* e) {
+    return KV_GUARDED(false, [&] { return EllipsoidFromPOSCNumberBody(code, e); });
+}
+
+bool EllipsoidToPOSCNumber(EllipsoidType e, int* code) {
+    return KV_GUARDED(false, [&] { return EllipsoidToPOSCNumberBody(e, code); });
 }
 
 } // namespace KVProj

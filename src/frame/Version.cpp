@@ -1,7 +1,11 @@
 #include "kvproj/export.h"
 
+#include "frame/Firewall.h"
+
 namespace KVProj {
 
-const char* KVProjVersion() { return KVPROJ_VERSION_TEXT; }
+const char* KVProjVersion() {
+    return KV_GUARDED(static_cast<const char*>(""), [] { return KVPROJ_VERSION_TEXT; });
+}
 
 } // namespace KVProj

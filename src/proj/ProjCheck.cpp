@@ -7,6 +7,7 @@
 #include "kvproj/projcheck.h"
 
 #include "frame/Diag.h"
+#include "frame/Firewall.h"
 #include "frame/StringTable.h"
 #include "frame/Util.h"
 #include "proj/ProjParams.h"
@@ -139,8 +140,10 @@ int RunChecks(const PROJDATA* data, char* message, bool report) {
         return Fail(IDS_PROJ_TYPE, PP_TYPE, __LINE__, message, report);
     if (type == PT_UNPROJECTED || type == PT_UNDEFINED) return 0;
 
+    PROJDATA record = *data;
+    NormaliseProjFlags(record);
     for (const auto& check : kChecks)
-        if (check.applies(*data) && check.fails(*data))
+        if (check.applies(record) && check.fails(record))
             return Fail(check.messageId, check.result, check.line, message, report);
     return 0;
 }
@@ -148,12 +151,7 @@ int RunChecks(const PROJDATA* data, char* message, bool report) {
 } // namespace
 
 int ProjCheckParams(const PROJDATA* data, char* message, bool report) {
-    try {
-        return RunChecks(data, message, report);
-    } catch (...) {
-        KV_ASSERT_FAIL();
-        return kNullRecord;
-    }
+    return KV_GUARDED(kNullRecord, [&] { return RunChecks(data, message, report); });
 }
 
 } // namespace KVProj

@@ -5,6 +5,7 @@
 #include "frame/Diag.h"
 #include "frame/Util.h"
 #include "proj/ProjTable.h"
+#include "frame/Firewall.h"
 
 #include <cstring>
 
@@ -14,27 +15,24 @@ namespace {
 constexpr int kZoneNameLen = 256;
 const char kUnknown[] = "UNKNOWN";
 
-// Reads the flag's byte rather than the bool: hosts may store any byte there.
 const char* flagText(const bool& field) {
-    unsigned char byte;
-    std::memcpy(&byte, &field, 1);
-    return byte ? "true" : "false";
+    return HostFlag(field) ? "true" : "false";
 }
 
 } // namespace
 
-int ProjNumProjections() {
+static int ProjNumProjectionsBody() {
     return PT_COUNT;
 }
 
-unsigned int ProjGetProjectionInfo(ProjType type, char* name) {
+static unsigned int ProjGetProjectionInfoBody(ProjType type, char* name) {
     const char* text = ProjTypeName(type);
     if (!text) text = type == PT_UNDEFINED ? "undefined" : "";
     if (name) CopyName(name, text, KVPROJ_NAME_LEN);
     return ProjTypeInfo(type);
 }
 
-int ProjNumParams(ProjType type) {
+static int ProjNumParamsBody(ProjType type) {
     const int* ids = ProjTypeParamIds(type);
     if (!ids) return -1;
     int count = 0;
@@ -43,12 +41,12 @@ int ProjNumParams(ProjType type) {
     return count;
 }
 
-int ProjEnumParam(ProjType type, int index) {
+static int ProjEnumParamBody(ProjType type, int index) {
     if (index < 0 || index >= ProjNumParams(type)) return 0;
     return ProjTypeParamIds(type)[index];
 }
 
-bool ProjUsesParam(ProjType type, int id) {
+static bool ProjUsesParamBody(ProjType type, int id) {
     const int* ids = ProjTypeParamIds(type);
     if (!ids) return false;
     // The terminator takes part in the search: id 0 is "used" by every type.
@@ -58,7 +56,7 @@ bool ProjUsesParam(ProjType type, int id) {
     }
 }
 
-bool ProjParamInfo(int id, char* label, ProjDataType* type, int* position, int* width) {
+static bool ProjParamInfoBody(int id, char* label, ProjDataType* type, int* position, int* width) {
     const ProjParamRow* row = ProjFindParam(id);
     if (!row) return false;
     if (label) CopyName(label, row->label, KVPROJ_NAME_LEN);
@@ -68,7 +66,7 @@ bool ProjParamInfo(int id, char* label, ProjDataType* type, int* position, int* 
     return true;
 }
 
-bool ProjGetParam(PROJDATA* data, int id, void* value) {
+static bool ProjGetParamBody(PROJDATA* data, int id, void* value) {
     const ProjParamRow* row = ProjFindParam(id);
     if (!row) return false;
     if (!data || !value) return KV_ASSERT_FAIL();
@@ -77,13 +75,21 @@ bool ProjGetParam(PROJDATA* data, int id, void* value) {
     return true;
 }
 
-bool ProjSetParam(PROJDATA* data, int id, void* value) {
+static bool ProjSetParamBody(PROJDATA* data, int id, void* value) {
     const ProjParamRow* row = ProjFindParam(id);
     if (!row) return false;
     if (!data || !value) return KV_ASSERT_FAIL();
     std::memcpy(reinterpret_cast<unsigned char*>(data) + row->position, value,
                 static_cast<size_t>(row->width));
     return true;
+}
+
+void NormaliseProjFlags(PROJDATA& data) {
+    unsigned char* bytes = reinterpret_cast<unsigned char*>(&data);
+    for (const ProjParamRow* row = ProjParamTable(); row->id != PP_NONE; ++row)
+        if (row->type == PDT_BOOL)
+            NormaliseHostFlag(*reinterpret_cast<bool*>(bytes + row->position));
+    NormaliseHostFlag(data.bWrapLon); // not a catalogue parameter
 }
 
 bool StateZoneNameForDump(int zone, char* name) {
@@ -133,6 +139,40 @@ void ProjDumpData(const PROJDATA* data) {
     LogPrintf("    MajorRadius:     %f\n", data->MajorRadius);
     LogPrintf("    Flattening:      %f\n", data->Flattening);
     LogPrintf("    iResult:         %d\n", static_cast<int>(data->iResult));
+}
+
+// ---------------------------------------------------------------- exported, behind the firewall
+
+int ProjNumProjections() {
+    return KV_GUARDED(static_cast<int>(PT_COUNT), [&] { return ProjNumProjectionsBody(); });
+}
+
+unsigned int ProjGetProjectionInfo(ProjType type, char* name) {
+    return KV_GUARDED(0u, [&] { return ProjGetProjectionInfoBody(type, name); });
+}
+
+int ProjNumParams(ProjType type) {
+    return KV_GUARDED(-1, [&] { return ProjNumParamsBody(type); });
+}
+
+int ProjEnumParam(ProjType type, int index) {
+    return KV_GUARDED(0, [&] { return ProjEnumParamBody(type, index); });
+}
+
+bool ProjUsesParam(ProjType type, int id) {
+    return KV_GUARDED(false, [&] { return ProjUsesParamBody(type, id); });
+}
+
+bool ProjParamInfo(int id, char* label, ProjDataType* type, int* position, int* width) {
+    return KV_GUARDED(false, [&] { return ProjParamInfoBody(id, label, type, position, width); });
+}
+
+bool ProjGetParam(PROJDATA* data, int id, void* value) {
+    return KV_GUARDED(false, [&] { return ProjGetParamBody(data, id, value); });
+}
+
+bool ProjSetParam(PROJDATA* data, int id, void* value) {
+    return KV_GUARDED(false, [&] { return ProjSetParamBody(data, id, value); });
 }
 
 } // namespace KVProj

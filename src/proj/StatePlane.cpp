@@ -10,6 +10,7 @@
 #include "frame/Util.h"
 #include "kvproj/angle.h"
 #include "kvproj/stateplane.h"
+#include "frame/Firewall.h"
 
 #include <cstdint>
 
@@ -602,7 +603,7 @@ const char* StateZoneName(int zone) {
     return row ? row->name : "";
 }
 
-void ProjGetStateZoneInfo(StateZoneType zone, char* name, int* usgsCode) {
+static void ProjGetStateZoneInfoBody(StateZoneType zone, char* name, int* usgsCode) {
     if (name) name[0] = '\0';
     if (usgsCode) *usgsCode = 0;
     const ZoneRow* row = FindRow(static_cast<int>(zone));
@@ -611,7 +612,7 @@ void ProjGetStateZoneInfo(StateZoneType zone, char* name, int* usgsCode) {
     if (usgsCode) *usgsCode = row->usgs;
 }
 
-bool ProjGetStateZoneFromName(StateZoneType* zone, char* name) {
+static bool ProjGetStateZoneFromNameBody(StateZoneType* zone, char* name) {
     if (!zone || !name || !name[0]) return false;
     *zone = STATEZONE_NONE;
     for (const ZoneRow& row : kZoneTable) {
@@ -624,7 +625,7 @@ bool ProjGetStateZoneFromName(StateZoneType* zone, char* name) {
     return false;
 }
 
-bool ProjGetStateZoneFromUSGSCode(StateZoneType* zone, int code) {
+static bool ProjGetStateZoneFromUSGSCodeBody(StateZoneType* zone, int code) {
     if (!zone || code < 0) return false;
     *zone = STATEZONE_NONE;
     for (const ZoneRow& row : kZoneTable) {
@@ -636,20 +637,16 @@ bool ProjGetStateZoneFromUSGSCode(StateZoneType* zone, int code) {
     return false;
 }
 
-void ProjGetStateZoneParams(PROJDATA* data) {
+static void ProjGetStateZoneParamsBody(PROJDATA* data) {
     LogPrintf("ProjGetStateZoneParams(pData=%p)\n", static_cast<const void*>(data));
     if (!data) return;
-    try {
-        const int zone = static_cast<int>(data->Zone);
-        bool built = false;
-        if (zone >= 0 && zone < STATEZONE_COUNT) built = StatePlaneBuild(data->Type, data);
-        if (!built) data->Zone = STATEZONE_NONE;
-    } catch (...) {
-        KV_ASSERT_FAIL();
-    }
+    const int zone = static_cast<int>(data->Zone);
+    bool built = false;
+    if (zone >= 0 && zone < STATEZONE_COUNT) built = StatePlaneBuild(data->Type, data);
+    if (!built) data->Zone = STATEZONE_NONE;
 }
 
-bool ProjGetStateZoneFromPOSCNumber(int code, ProjType* type, StateZoneType* zone) {
+static bool ProjGetStateZoneFromPOSCNumberBody(int code, ProjType* type, StateZoneType* zone) {
     if (code == 0) return false;
     for (const ZoneRow& row : kZoneTable) {
         if (row.zone >= STATEZONE_COUNT) break;
@@ -667,7 +664,7 @@ bool ProjGetStateZoneFromPOSCNumber(int code, ProjType* type, StateZoneType* zon
     return false;
 }
 
-bool ProjStateZoneToPOSCNumber(ProjType type, StateZoneType zone, int* code) {
+static bool ProjStateZoneToPOSCNumberBody(ProjType type, StateZoneType zone, int* code) {
     const ZoneRow* row = FindRow(static_cast<int>(zone));
     if (!row) return false;
     int found;
@@ -680,6 +677,32 @@ bool ProjStateZoneToPOSCNumber(ProjType type, StateZoneType zone, int* code) {
     if (found == 0) return false;
     if (code) *code = found;
     return true;
+}
+
+// ---------------------------------------------------------------- exported, behind the firewall
+
+void ProjGetStateZoneInfo(StateZoneType zone, char* name, int* usgsCode) {
+    KV_GUARDED_VOID([&] { ProjGetStateZoneInfoBody(zone, name, usgsCode); });
+}
+
+bool ProjGetStateZoneFromName(StateZoneType* zone, char* name) {
+    return KV_GUARDED(false, [&] { return ProjGetStateZoneFromNameBody(zone, name); });
+}
+
+bool ProjGetStateZoneFromUSGSCode(StateZoneType* zone, int code) {
+    return KV_GUARDED(false, [&] { return ProjGetStateZoneFromUSGSCodeBody(zone, code); });
+}
+
+void ProjGetStateZoneParams(PROJDATA* data) {
+    KV_GUARDED_VOID([&] { ProjGetStateZoneParamsBody(data); });
+}
+
+bool ProjGetStateZoneFromPOSCNumber(int code, ProjType* type, StateZoneType* zone) {
+    return KV_GUARDED(false, [&] { return ProjGetStateZoneFromPOSCNumberBody(code, type, zone); });
+}
+
+bool ProjStateZoneToPOSCNumber(ProjType type, StateZoneType zone, int* code) {
+    return KV_GUARDED(false, [&] { return ProjStateZoneToPOSCNumberBody(type, zone, code); });
 }
 
 } // namespace KVProj

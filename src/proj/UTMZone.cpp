@@ -6,6 +6,8 @@
 // signed overflow.
 #include "kvproj/utmzone.h"
 
+#include "frame/Firewall.h"
+
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -50,7 +52,8 @@ bool IsBlank(char c) {
 
 } // namespace
 
-bool ProjUTMZoneNumberToName(int zone, bool south, char* name, int size, UTMZoneNameFormat style) {
+static bool ProjUTMZoneNumberToNameBody(int zone, bool south, char* name, int size,
+                                        UTMZoneNameFormat style) {
     if (!name) return false;
     const int folded = FoldZone(zone);
     const int central = CentralMeridian(folded);
@@ -81,7 +84,7 @@ bool ProjUTMZoneNumberToName(int zone, bool south, char* name, int size, UTMZone
     return true;
 }
 
-bool ProjUTMZoneNameToNumber(const char* name, int* zone, bool* south) {
+static bool ProjUTMZoneNameToNumberBody(const char* name, int* zone, bool* south) {
     if (!name) return false;
     const char* p = name;
     while (*p && !IsDigit(*p) && *p != '+' && *p != '-')
@@ -108,13 +111,32 @@ bool ProjUTMZoneNameToNumber(const char* name, int* zone, bool* south) {
     return true;
 }
 
-int ProjUTMLonToZoneNumber(double lon) {
+static int ProjUTMLonToZoneNumberBody(double lon) {
     const int32_t whole = TruncateToInt32(lon);
     return AddWrap(whole, 129780) % 360 / 6 + 1;
 }
 
-double ProjUTMZoneNumberToLon(int zone) {
+static double ProjUTMZoneNumberToLonBody(int zone) {
     return CentralMeridian(FoldZone(zone));
+}
+
+// ---------------------------------------------------------------- exported, behind the firewall
+
+bool ProjUTMZoneNumberToName(int zone, bool south, char* name, int size, UTMZoneNameFormat style) {
+    return KV_GUARDED(false,
+                      [&] { return ProjUTMZoneNumberToNameBody(zone, south, name, size, style); });
+}
+
+bool ProjUTMZoneNameToNumber(const char* name, int* zone, bool* south) {
+    return KV_GUARDED(false, [&] { return ProjUTMZoneNameToNumberBody(name, zone, south); });
+}
+
+int ProjUTMLonToZoneNumber(double lon) {
+    return KV_GUARDED(0, [&] { return ProjUTMLonToZoneNumberBody(lon); });
+}
+
+double ProjUTMZoneNumberToLon(int zone) {
+    return KV_GUARDED(0.0, [&] { return ProjUTMZoneNumberToLonBody(zone); });
 }
 
 } // namespace KVProj

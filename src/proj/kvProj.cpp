@@ -18,6 +18,7 @@
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
 #include "frame/StringTable.h"
+#include "frame/Util.h"
 #include "proj/kvPClip.h"
 #include "proj/ProjParams.h"
 #include "proj/StatePlane.h"
@@ -111,6 +112,7 @@ const PROJMODULE* PrepareWorkingCopy(const PROJDATA* handle, PROJDATA& work, boo
     *done = false;
     *failed = false;
     std::memcpy(&work, handle, sizeof(PROJDATA));
+    NormaliseProjFlags(work);
     if (work.Type < 0 || work.Type >= PT_COUNT) {
         *failed = true;
         return nullptr;
@@ -419,6 +421,7 @@ bool PreclipPolygonImpl(void* handle, void* user, int parts, const int* partCoun
 void* CreateImpl(PROJDATA* data) {
     LogPrintf("ProjCreateProjection(pProjData=%p)\n", static_cast<void*>(data));
     if (!data) return nullptr;
+    const bool south = HostFlag(data->bSouth); // the record keeps its bytes
     char message[kProjCheckMessageLen] = "";
     if (ProjCheckParams(data, message, true) != 0) {
         LogPrintf("Invalid parameter error:  \"%s\"\n", message);
@@ -450,7 +453,7 @@ void* CreateImpl(PROJDATA* data) {
     }
     if (data->Type == PT_UTM) {
         data->xOrg = kUTMFalseEasting;
-        data->yOrg = data->bSouth ? kUTMFalseNorthingSouth : 0.0;
+        data->yOrg = south ? kUTMFalseNorthingSouth : 0.0;
         if (data->K0 == 0.0) data->K0 = kUTMK0;
     }
     PROJDATA* h = new (std::nothrow) PROJDATA;

@@ -25,7 +25,7 @@ inline void ComputeStep(EckertLane& a) {
 bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = data->MajorRadius, lam0 = data->Lon0;
-    const bool wrap = WrapLonFlag(data);
+    const bool wrap = data->bWrapLon; // normalised by the engine
     auto start = [](const PROJPOINT& p, EckertLane& a) {
         a.t = p.y / 2.0;
         a.sinT = std::sin(a.t);

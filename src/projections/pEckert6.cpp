@@ -21,7 +21,7 @@ inline void ComputeStep(EckertLane& a) {
 bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = data->MajorRadius, lam0 = data->Lon0;
-    const bool wrap = WrapLonFlag(data);
+    const bool wrap = data->bWrapLon; // normalised by the engine
     const double k = r / std::sqrt(kTwoPlusPi);
     auto start = [](const PROJPOINT& p, EckertLane& a) {
         // The iteration starts at t = phi, so the first step reuses the

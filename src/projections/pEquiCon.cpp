@@ -43,7 +43,7 @@ EquiConCone MakeCone(const PROJDATA* d) {
 bool EquiConForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const EquiConCone c = MakeCone(data);
-    const bool wrap = WrapLonFlag(data);
+    const bool wrap = data->bWrapLon; // normalised by the engine
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         if (!c.ok) return false;
         double dLam = p.x - c.lam0;

@@ -55,7 +55,7 @@ inline void HalfAngle(const Auxiliary& a, double* sinHalf, double* cosHalf) {
 bool MolleForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = data->MajorRadius, lam0 = data->Lon0;
-    const bool wrap = WrapLonFlag(data);
+    const bool wrap = data->bWrapLon; // normalised by the engine
     const double cx = std::pow(8.0, 0.5) / kPi * r, cy = std::pow(2.0, 0.5) * r;
     auto start = [&](const PROJPOINT& p, Auxiliary& a) {
         double phi = p.y;

@@ -13,7 +13,7 @@ namespace KVProj {
 bool SinusForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double a = data->MajorRadius, lam0 = data->Lon0;
-    const bool wrap = WrapLonFlag(data);
+    const bool wrap = data->bWrapLon; // normalised by the engine
     if (data->Flattening == 0.0) {
         ForEachPoint(data, points, count, [&](PROJPOINT& p) {
             double dLam = p.x - lam0;
