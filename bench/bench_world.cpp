@@ -8,7 +8,8 @@
 #include "BenchSupport.h"
 
 #include "projections/ProjModule.h"
-#include "projections/WorldModules.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 #include <cmath>
 #include <cstdio>

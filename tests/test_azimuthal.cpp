@@ -2,7 +2,7 @@
 // Orthographic, Gnomonic, Azimuthal Equidistant, Lambert Azimuthal Equal Area.
 #include "ModuleTestSupport.h"
 #include "kvproj/projection.h"
-#include "projections/AzimModules.h"
+#include "projections/Modules.h"
 
 using namespace modtest;
 

@@ -1,7 +1,7 @@
 // Albers Equal Area Conic and Equidistant Conic modules.
 #include "ModuleTestSupport.h"
 #include "TestSupport.h"
-#include "projections/WorldModules.h"
+#include "projections/Modules.h"
 
 using namespace modtest;
 

@@ -1,5 +1,6 @@
 // Mercator, Miller Cylindrical and Equidistant Cylindrical modules.
 #include "ModuleTestSupport.h"
+#include "projections/Modules.h"
 
 using namespace modtest;
 

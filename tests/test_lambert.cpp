@@ -1,6 +1,8 @@
 // Lambert Conformal Conic module.
 #include "ModuleTestSupport.h"
-#include "projections/ProjMath.h"
+#include "projections/Modules.h"
+#include "projections/ConformalLatitude.h"
+#include "frame/Angles.h"
 
 using namespace modtest;
 

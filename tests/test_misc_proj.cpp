@@ -1,7 +1,7 @@
 // Polyconic (sphere, ellipsoid, Guam's state plane zone), Bonne (either
 // hemisphere), Robinson-Sterling and spherical Cassini.
 #include "ModuleTestSupport.h"
-#include "projections/AzimModules.h"
+#include "projections/Modules.h"
 
 using namespace modtest;
 

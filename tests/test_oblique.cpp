@@ -2,7 +2,7 @@
 // two-point forms, rotation and u-offset flags) with the state plane zones that
 // use it, and the spherical two-point Oblique Mercator.
 #include "ModuleTestSupport.h"
-#include "projections/AzimModules.h"
+#include "projections/Modules.h"
 
 using namespace modtest;
 

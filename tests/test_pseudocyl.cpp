@@ -1,8 +1,8 @@
 // The world projections: Sinusoidal, Mollweide, Eckert IV, Eckert VI,
 // Robinson and Van der Grinten.
 #include "ModuleTestSupport.h"
-#include "projections/ProjMath.h"
-#include "projections/WorldModules.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 using namespace modtest;
 

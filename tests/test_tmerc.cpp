@@ -1,5 +1,6 @@
 // Transverse Mercator, Gauss-Kruger and UTM modules.
 #include "ModuleTestSupport.h"
+#include "projections/Modules.h"
 
 using namespace modtest;
 

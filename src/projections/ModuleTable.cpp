@@ -1,9 +1,9 @@
 // The projection module table and the domain and split tests that the modules
 // share. The tests work in degrees on the handle's own record.
 #include "projections/ProjModule.h"
-#include "projections/AzimModules.h"
-#include "projections/WorldModules.h"
-#include "projections/ProjMath.h"
+
+#include "frame/Angles.h"
+#include "projections/Modules.h"
 
 #include <cfloat>
 #include <cmath>
@@ -141,39 +141,59 @@ bool LLSplitNever(const PROJDATA* data, const PROJPOINT* p, unsigned count, doub
 
 // ---------------------------------------------------------------- the table
 
-const PROJMODULE ProjModuleTable[kProjModuleCount] = {
-    {"Unprojected Lat/Long", 0, nullptr, nullptr, nullptr, nullptr},
-    {"Mercator", 47, MercForward, MercInverse, LLInBand180Lat, LLSplitAboutLon0},
-    {"Albers Equal Area Conic", 47, AlbersForward, AlbersInverse, LLInBand180, LLSplitAboutLon0},
-    {"Miller Cylindrical", 47, MillerForward, MillerInverse, LLInBand180Lat, LLSplitAboutLon0},
-    {"Universal Transverse Mercator (UTM)", 27, UTMForward, UTMInverse, LLInBand45,
+constexpr PROJMODULE ProjModuleTable[kProjModuleCount] = {
+    {PT_UNPROJECTED, "Unprojected Lat/Long", 0, nullptr, nullptr, nullptr, nullptr},
+    {PT_MERCATOR, "Mercator", 47, MercForward, MercInverse, LLInBand180Lat, LLSplitAboutLon0},
+    {PT_ALBERS, "Albers Equal Area Conic", 47, AlbersForward, AlbersInverse, LLInBand180,
      LLSplitAboutLon0},
-    {"Lambert Conformal Conic", 47, LambertForward, LambertInverse, LLInBand180, LLSplitAboutLon0},
-    {"Stereographic", 27, PolarForward, PolarInverse, LLInHemisphere, LLSplitNever},
-    {"Orthographic", 27, OrthoForward, OrthoInverse, LLInHemisphere, LLSplitNever},
-    {"Mollweide", 63, MolleForward, MolleInverse, LLInBand180, LLSplitAboutLon0},
-    {"State Plane 1927", 59, nullptr, nullptr, nullptr, nullptr},
-    {"State Plane 1983", 59, nullptr, nullptr, nullptr, nullptr},
-    {"Polyconic", 27, PolyconForward, PolyconInverse, LLInBand90, LLSplitAboutLon0},
-    {"Hotine Oblique Mercator", 3, HotineForward, HotineInverse, LLInBox15, LLSplitNever},
-    {"Equidistant Cylindrical", 47, EquiCylForward, EquiCylInverse, LLInEverywhere, LLSplitNever},
-    {"Robinson", 63, RobinForward, RobinInverse, LLInFixed180, LLSplitFixed180},
-    {"Van Der Grinten", 63, VanDerForward, VanDerInverse, LLInBand180, LLSplitAboutLon0},
-    {"Cassini", 59, CassiniForward, CassiniInverse, LLInHemisphere, LLSplitNever},
-    {"Transverse Mercator", 27, TMercForward, TMercInverse, LLInBand45, LLSplitAboutLon0},
-    {"Gauss-Kruger / Gauss Conformal", 27, TMercForward, TMercInverse, LLInBand45,
+    {PT_MILLER, "Miller Cylindrical", 47, MillerForward, MillerInverse, LLInBand180Lat,
      LLSplitAboutLon0},
-    {"Sinusoidal", 63, SinusForward, SinusInverse, LLInBand180, LLSplitAboutLon0},
-    {"Lambert Azimuthal Equal Area", 59, LamAEAForward, LamAEAInverse, LLInEverywhere,
+    {PT_UTM, "Universal Transverse Mercator (UTM)", 27, UTMForward, UTMInverse, LLInBand45,
+     LLSplitAboutLon0},
+    {PT_LAMBERT_CONIC, "Lambert Conformal Conic", 47, LambertForward, LambertInverse, LLInBand180,
+     LLSplitAboutLon0},
+    {PT_STEREOGRAPHIC, "Stereographic", 27, PolarForward, PolarInverse, LLInHemisphere,
      LLSplitNever},
-    {"Bonne", 27, BonneForward, BonneInverse, LLInBand90, LLSplitAboutLon0},
-    {"Robinson-Sterling", 63, RobSterForward, RobSterInverse, LLInBand180, LLSplitAboutLon0},
-    {"Eckert IV", 63, Eckert4Forward, Eckert4Inverse, LLInBand180, LLSplitAboutLon0},
-    {"Eckert VI", 63, Eckert6Forward, Eckert6Inverse, LLInBand180, LLSplitAboutLon0},
-    {"Oblique Mercator", 3, OMercForward, OMercInverse, LLInBands45, LLSplitAboutLon0},
-    {"Equidistant Conic", 47, EquiConForward, EquiConInverse, LLInBand180, LLSplitAboutLon0},
-    {"Gnomonic", 27, GnomForward, GnomInverse, LLInCap60, LLSplitNever},
-    {"Azimuthal Equidistant", 63, AzimuthForward, AzimuthInverse, LLInCap170, LLSplitNever},
+    {PT_ORTHOGRAPHIC, "Orthographic", 27, OrthoForward, OrthoInverse, LLInHemisphere, LLSplitNever},
+    {PT_MOLLWEIDE, "Mollweide", 63, MolleForward, MolleInverse, LLInBand180, LLSplitAboutLon0},
+    {PT_STATE_PLANE_27, "State Plane 1927", 59, nullptr, nullptr, nullptr, nullptr},
+    {PT_STATE_PLANE_83, "State Plane 1983", 59, nullptr, nullptr, nullptr, nullptr},
+    {PT_POLYCONIC, "Polyconic", 27, PolyconForward, PolyconInverse, LLInBand90, LLSplitAboutLon0},
+    {PT_HOTINE, "Hotine Oblique Mercator", 3, HotineForward, HotineInverse, LLInBox15,
+     LLSplitNever},
+    {PT_EQUIDISTANT_CYLINDRICAL, "Equidistant Cylindrical", 47, EquiCylForward, EquiCylInverse,
+     LLInEverywhere, LLSplitNever},
+    {PT_ROBINSON, "Robinson", 63, RobinForward, RobinInverse, LLInFixed180, LLSplitFixed180},
+    {PT_VAN_DER_GRINTEN, "Van Der Grinten", 63, VanDerForward, VanDerInverse, LLInBand180,
+     LLSplitAboutLon0},
+    {PT_CASSINI, "Cassini", 59, CassiniForward, CassiniInverse, LLInHemisphere, LLSplitNever},
+    {PT_TRANSVERSE_MERCATOR, "Transverse Mercator", 27, TMercForward, TMercInverse, LLInBand45,
+     LLSplitAboutLon0},
+    {PT_GAUSS_KRUGER, "Gauss-Kruger / Gauss Conformal", 27, TMercForward, TMercInverse, LLInBand45,
+     LLSplitAboutLon0},
+    {PT_SINUSOIDAL, "Sinusoidal", 63, SinusForward, SinusInverse, LLInBand180, LLSplitAboutLon0},
+    {PT_LAMBERT_AZIMUTHAL, "Lambert Azimuthal Equal Area", 59, LamAEAForward, LamAEAInverse,
+     LLInEverywhere, LLSplitNever},
+    {PT_BONNE, "Bonne", 27, BonneForward, BonneInverse, LLInBand90, LLSplitAboutLon0},
+    {PT_ROBINSON_STERLING, "Robinson-Sterling", 63, RobSterForward, RobSterInverse, LLInBand180,
+     LLSplitAboutLon0},
+    {PT_ECKERT_IV, "Eckert IV", 63, Eckert4Forward, Eckert4Inverse, LLInBand180, LLSplitAboutLon0},
+    {PT_ECKERT_VI, "Eckert VI", 63, Eckert6Forward, Eckert6Inverse, LLInBand180, LLSplitAboutLon0},
+    {PT_OBLIQUE_MERCATOR, "Oblique Mercator", 3, OMercForward, OMercInverse, LLInBands45,
+     LLSplitAboutLon0},
+    {PT_EQUIDISTANT_CONIC, "Equidistant Conic", 47, EquiConForward, EquiConInverse, LLInBand180,
+     LLSplitAboutLon0},
+    {PT_GNOMONIC, "Gnomonic", 27, GnomForward, GnomInverse, LLInCap60, LLSplitNever},
+    {PT_AZIMUTHAL_EQUIDISTANT, "Azimuthal Equidistant", 63, AzimuthForward, AzimuthInverse,
+     LLInCap170, LLSplitNever},
 };
+
+// Rows are looked up by index: row i must be the module of ProjType i.
+constexpr bool RowsInTypeOrder() {
+    for (int i = 0; i < kProjModuleCount; ++i)
+        if (ProjModuleTable[i].Type != i) return false;
+    return true;
+}
+static_assert(RowsInTypeOrder(), "row i of the module table is ProjType i");
 
 } // namespace KVProj

@@ -36,6 +36,7 @@ using ProjLLSplitFn = bool (*)(const PROJDATA* data, const PROJPOINT* lonLat, un
                                double* xOffset, double* yOffset);
 
 struct PROJMODULE {
+    ProjType Type;    // the row's own type: row i is type i
     const char* Name; // display name, at most 79 characters
     uint32_t Info;    // capability word, handed out unchanged
     ProjConvertFn Forward;
@@ -47,7 +48,7 @@ struct PROJMODULE {
 constexpr int kProjModuleCount = 29;
 static_assert(kProjModuleCount == PT_COUNT, "one module row per ProjType");
 
-// Indexed by ProjType. Rows 0 (unprojected), 9 and 10 (state plane, resolved by
+// Indexed by ProjType (checked when the table is compiled). Rows 0 (unprojected), 9 and 10 (state plane, resolved by
 // the engine) have no functions; rows whose formulas are not built yet have
 // their domain and split tests but null Forward/Inverse, which the engine must
 // treat as a missing module.
@@ -107,20 +108,6 @@ bool LLSplitFixed180(const PROJDATA* data, const PROJPOINT* lonLat, unsigned cou
                      double* yOffset);
 bool LLSplitNever(const PROJDATA* data, const PROJPOINT* lonLat, unsigned count, double* xOffset,
                   double* yOffset);
-
-// ---------------------------------------------------------------- modules
-bool TMercForward(PROJDATA* data, PROJPOINT* points, int count);
-bool TMercInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool UTMForward(PROJDATA* data, PROJPOINT* points, int count);
-bool UTMInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool LambertForward(PROJDATA* data, PROJPOINT* points, int count);
-bool LambertInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool MercForward(PROJDATA* data, PROJPOINT* points, int count);
-bool MercInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool MillerForward(PROJDATA* data, PROJPOINT* points, int count);
-bool MillerInverse(PROJDATA* data, PROJPOINT* points, int count);
-bool EquiCylForward(PROJDATA* data, PROJPOINT* points, int count);
-bool EquiCylInverse(PROJDATA* data, PROJPOINT* points, int count);
 
 } // namespace KVProj
 

@@ -10,7 +10,9 @@
 #ifndef KVPROJ_PROJECTIONS_TMERCCORE_H
 #define KVPROJ_PROJECTIONS_TMERCCORE_H
 
-#include "projections/ProjMath.h"
+#include "projections/Figure.h"
+#include "projections/Series.h"
+#include "frame/Angles.h"
 #include "projections/ProjModule.h"
 
 #include <algorithm>

@@ -6,10 +6,11 @@
 // equator) is an internal inconsistency that parameter validation should have
 // caught: the call reports it and stops at the first plottable point, leaving
 // the points before it converted. Every other failure marks only its point.
-#include "projections/ProjMath.h"
+#include "projections/Figure.h"
+#include "projections/ConformalLatitude.h"
+#include "projections/AngleWrap.h"
+#include "projections/Modules.h"
 #include "projections/ProjModule.h"
-#include "projections/WorldMath.h"
-#include "projections/WorldModules.h"
 
 #include <cmath>
 

@@ -1,8 +1,9 @@
 // Azimuthal Equidistant, spherical, centred on (Lat1, Lon0). Snyder chapter 25.
 // Distances and directions from the centre are true. The antipode spreads over
 // the whole bounding circle, so it fails; everything else converts.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 #include <cmath>
 

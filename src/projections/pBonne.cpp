@@ -3,8 +3,11 @@
 // of the cone tangent at Lat1, true to scale along each parallel and along the
 // central meridian. A standard parallel on the equator would be the Sinusoidal
 // and is refused: every point fails.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/Figure.h"
+#include "projections/Series.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 #include <cmath>
 
@@ -86,7 +89,7 @@ bool InversePoint(const Bonne& b, PROJPOINT& p) {
         for (int i = 0; i < 2 && std::fabs(phi) < kHalfPi; ++i) {
             const double w = 1.0 - b.e2 * s * s;
             const double d = (b.arc.At(phi, s, c) - m) / (b.a * (1.0 - b.e2) / (w * std::sqrt(w)));
-            azim::SinCosStep(phi, d, &s, &c);
+            SinCosStep(phi, d, &s, &c);
             phi -= d;
         }
     }
@@ -114,8 +117,7 @@ bool InversePoint(const Bonne& b, PROJPOINT& p) {
 bool BonneForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Bonne b = MakeBonne(data);
-    azim::ForEachPoint(data, points, count,
-                       [&](PROJPOINT& p) { return b.ok && ForwardPoint(b, p); });
+    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return b.ok && ForwardPoint(b, p); });
     return true;
 }
 

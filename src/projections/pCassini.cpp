@@ -7,8 +7,10 @@
 // far half of the transverse meridian, and the poles need no special case. The
 // inverse uses the same form for 13-4, and refuses x beyond a quarter great
 // circle, which no point reaches.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/AngleWrap.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 #include <cmath>
 
@@ -17,11 +19,11 @@ namespace KVProj {
 bool CassiniForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = data->MajorRadius, phi0 = data->Lat0, lam0 = data->Lon0;
-    azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         const double dLam = p.x - lam0;
         const double sinPhi = std::sin(p.y), cosPhi = std::cos(p.y);
         const double B = cosPhi * std::sin(dLam);                       // Snyder 13-5
-        p.x = r * std::asin(azim::Clamp1(B));                           // Snyder 13-1
+        p.x = r * std::asin(ClampUnit(B));                              // Snyder 13-1
         p.y = r * (std::atan2(sinPhi, cosPhi * std::cos(dLam)) - phi0); // Snyder 13-2
         return true;
     });
@@ -37,7 +39,7 @@ bool CassiniInverse(PROJDATA* data, PROJPOINT* points, int count) {
         if (!(std::fabs(xs) <= kHalfPi + 1e-12)) return false;
         const double D = p.y / r + phi0; // Snyder 13-6
         const double sinX = std::sin(xs), cosX = std::cos(xs);
-        p.y = std::asin(azim::Clamp1(std::sin(D) * cosX)); // Snyder 13-3
+        p.y = std::asin(ClampUnit(std::sin(D) * cosX));    // Snyder 13-3
         p.x = lam0 + std::atan2(sinX, cosX * std::cos(D)); // Snyder 13-4
         return true;
     });

@@ -3,8 +3,9 @@
 // in closed form (30-5 to 30-7). The map coefficients are the published
 // seven-digit values, kept so that coordinates match maps made with them.
 #include "projections/ProjModule.h"
-#include "projections/WorldMath.h"
-#include "projections/WorldModules.h"
+#include "projections/AngleWrap.h"
+#include "projections/NewtonLanes.h"
+#include "projections/Modules.h"
 
 #include <cmath>
 

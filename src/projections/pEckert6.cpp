@@ -1,8 +1,9 @@
 // Eckert VI, sphere only. Forward: Newton's method on
 // t + sin t = (1 + pi/2) sin phi (Snyder 31-1 to 31-4); inverse in closed form.
 #include "projections/ProjModule.h"
-#include "projections/WorldMath.h"
-#include "projections/WorldModules.h"
+#include "projections/AngleWrap.h"
+#include "projections/NewtonLanes.h"
+#include "projections/Modules.h"
 
 #include <cmath>
 

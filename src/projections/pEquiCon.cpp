@@ -5,10 +5,10 @@
 // Coinciding standard parallels give the tangent cone (n = sin phi1) rather
 // than a failure. A cone constant too close to zero (the parallels symmetric
 // about the equator, or a tangent cone at the equator) fails every point.
-#include "projections/ProjMath.h"
+#include "projections/Figure.h"
+#include "projections/AngleWrap.h"
+#include "projections/Modules.h"
 #include "projections/ProjModule.h"
-#include "projections/WorldMath.h"
-#include "projections/WorldModules.h"
 
 #include <cmath>
 

@@ -1,5 +1,6 @@
 // Equidistant Cylindrical (plate carree when Lat1 is 0), sphere only, with
 // Lat1 as the standard parallel. Snyder 12-1, 12-2, 12-3, 12-4.
+#include "projections/Modules.h"
 #include "projections/ProjModule.h"
 
 #include <cmath>

@@ -2,8 +2,8 @@
 // Great circles are straight lines; the horizon (c = 90 degrees) is infinitely
 // far, so points with cos c at or below 0.0001 (within about 0.006 degrees of
 // the horizon, or beyond it) fail.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
 
 #include <cmath>
 

@@ -12,8 +12,11 @@
 // Points 90 degrees from the central line project to infinity. They fail, as
 // does any |v| beyond the single-precision maximum, which stands in for an
 // infinite coordinate throughout.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/Figure.h"
+#include "projections/ConformalLatitude.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 #include <cmath>
 
@@ -32,7 +35,7 @@ struct Hotine {
     double sinAc, cosAc; // alpha_c, azimuth at the centre (rotation angle)
     double uc;           // u of the centre, subtracted with bUOffset
     bool rotate;
-    azim::ConformalInverse inv;
+    ConformalInverse inv;
 };
 
 // t of Snyder 9-13 (15-9 with e = 0 on the sphere).
@@ -44,7 +47,7 @@ Hotine MakeHotine(const PROJDATA* d) {
     Hotine h{};
     h.rotate = d->bRotate;
     h.e = d->Flattening == 0.0 ? 0.0 : Eccentricity(d->Flattening);
-    h.inv = azim::ConformalInverse(h.e);
+    h.inv = ConformalInverse(h.e);
     const double e2 = h.e * h.e;
     const double phi0 = d->Lat0;
     const double sinP0 = std::sin(phi0), cosP0 = std::cos(phi0);
@@ -172,8 +175,7 @@ bool InversePoint(const Hotine& h, PROJPOINT& p) {
 bool HotineForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Hotine h = MakeHotine(data);
-    azim::ForEachPoint(data, points, count,
-                       [&](PROJPOINT& p) { return h.ok && ForwardPoint(h, p); });
+    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return h.ok && ForwardPoint(h, p); });
     return true;
 }
 

@@ -1,8 +1,8 @@
 // Lambert Azimuthal Equal Area, spherical, centred on (Lat1, Lon0).
 // Snyder chapter 24. The whole sphere maps into a disc of radius 2R; only the
 // antipode, which would be the whole bounding circle, fails.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
 
 #include <cmath>
 

@@ -7,7 +7,11 @@
 // is what evaluating them point by point would do. Equal standard parallels are
 // such a failure: the cone is undefined, and refusing the record is left to the
 // parameter validation.
-#include "projections/ProjMath.h"
+#include "projections/Modules.h"
+#include "projections/Figure.h"
+#include "projections/Series.h"
+#include "projections/ConformalLatitude.h"
+#include "frame/Angles.h"
 #include "projections/ProjModule.h"
 
 #include <cmath>

@@ -1,7 +1,11 @@
 // Mercator, normal aspect, sphere or ellipsoid. Lat0 is the latitude of true
 // scale, not an origin: the equator is always y = 0. Snyder 7-1, 7-2 (sphere),
 // 7-6, 7-7 (ellipsoid), 7-4, 7-5 and 7-10, 7-9 (inverse).
-#include "projections/ProjMath.h"
+#include "projections/Modules.h"
+#include "projections/Figure.h"
+#include "projections/Series.h"
+#include "projections/ConformalLatitude.h"
+#include "frame/Angles.h"
 #include "projections/ProjModule.h"
 
 #include <cmath>

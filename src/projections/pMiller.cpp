@@ -1,6 +1,7 @@
 // Miller Cylindrical, sphere only (an ellipsoid's semi-major axis serves as
 // the radius). Snyder 11-1, 11-2 and the hyperbolic form of 11-6.
-#include "projections/ProjMath.h"
+#include "frame/Angles.h"
+#include "projections/Modules.h"
 #include "projections/ProjModule.h"
 
 #include <cmath>

@@ -1,10 +1,12 @@
 // Mollweide, sphere only. Forward: Newton's method on 2t + sin 2t = pi sin phi
 // for t' = 2t (Snyder 14-4 in its doubled form), then 14-1 and 14-2. Inverse in
 // closed form, 14-6 to 14-8.
-#include "projections/ProjMath.h"
+#include "projections/Series.h"
+#include "projections/AngleWrap.h"
+#include "projections/NewtonLanes.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 #include "projections/ProjModule.h"
-#include "projections/WorldMath.h"
-#include "projections/WorldModules.h"
 
 #include <cmath>
 

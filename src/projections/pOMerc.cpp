@@ -3,8 +3,10 @@
 // x runs along the central line from its crossing of the equator at
 // lambda0 = lambda_p + 90 degrees, y across it; the pole of the oblique
 // transformation (phi_p, lambda_p) is 90 degrees from every point of the line.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/AngleWrap.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 #include <cmath>
 
@@ -64,8 +66,8 @@ bool InversePoint(const OMerc& m, PROJPOINT& p) {
     const double sinX = std::sin(xs), cosX = std::cos(xs);
     const double sinhY = std::sinh(ys), coshY = std::cosh(ys);
     if (!std::isfinite(coshY)) return false;
-    p.y = std::asin(azim::Clamp1(m.sinPp * std::tanh(ys) + m.cosPp * sinX / coshY)); // 9-9
-    p.x = m.lam0 + std::atan2(m.sinPp * sinX - m.cosPp * sinhY, cosX);               // 9-10
+    p.y = std::asin(ClampUnit(m.sinPp * std::tanh(ys) + m.cosPp * sinX / coshY)); // 9-9
+    p.x = m.lam0 + std::atan2(m.sinPp * sinX - m.cosPp * sinhY, cosX);            // 9-10
     return true;
 }
 
@@ -74,8 +76,7 @@ bool InversePoint(const OMerc& m, PROJPOINT& p) {
 bool OMercForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const OMerc m = MakeOMerc(data);
-    azim::ForEachPoint(data, points, count,
-                       [&](PROJPOINT& p) { return m.ok && ForwardPoint(m, p); });
+    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return m.ok && ForwardPoint(m, p); });
     return true;
 }
 

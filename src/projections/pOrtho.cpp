@@ -5,8 +5,8 @@
 // rounding, so the limb is drawn with a tolerance of 1e-12 (6 micrometres on
 // the Earth) and every point the domain test admits lands on or inside the
 // globe's outline.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
 
 #include <cmath>
 

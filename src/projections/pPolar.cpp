@@ -11,8 +11,12 @@
 //
 // The ellipsoidal oblique aspect is Snyder's conformal-sphere form (21-24 to
 // 21-27), not the double stereographic of some national grids.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/Figure.h"
+#include "projections/ConformalLatitude.h"
+#include "projections/AngleWrap.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 #include <cmath>
 
@@ -33,7 +37,7 @@ struct Stereo {
     double sinChi1, cosChi1; // oblique: conformal (or spherical) centre latitude
     double twoAk0m1;         // oblique ellipsoid: 2 a k0 m1, Snyder 21-27
     double rhoScale;         // polar ellipsoid: rho = rhoScale * t, Snyder 21-33 / 21-34
-    azim::ConformalInverse inv;
+    ConformalInverse inv;
 };
 
 Stereo MakeStereo(const PROJDATA* d) {
@@ -42,7 +46,7 @@ Stereo MakeStereo(const PROJDATA* d) {
     s.e = d->Flattening == 0.0 ? 0.0 : Eccentricity(d->Flattening);
     s.lam0 = d->Lon0;
     s.k0 = d->K0;
-    s.inv = azim::ConformalInverse(s.e);
+    s.inv = ConformalInverse(s.e);
     s.polar = std::fabs(std::fabs(d->Lat0) - kHalfPi) <= azim::kFltEps;
     s.sign = d->Lat0 < 0.0 ? -1.0 : 1.0;
     if (s.polar) {
@@ -72,7 +76,7 @@ Stereo MakeStereo(const PROJDATA* d) {
         s.cosChi1 = std::cos(d->Lat0);
         s.twoAk0m1 = 2.0 * s.a * s.k0;
     } else {
-        const double chi1 = azim::ConformalLatitude(d->Lat0, sinPhi1, s.e); // Snyder 3-1
+        const double chi1 = ConformalLatitude(d->Lat0, sinPhi1, s.e); // Snyder 3-1
         s.sinChi1 = std::sin(chi1);
         s.cosChi1 = std::cos(chi1);
         const double m1 = ParallelRadiusFactor(std::cos(d->Lat0), sinPhi1, s.e * s.e); // 14-15
@@ -83,7 +87,7 @@ Stereo MakeStereo(const PROJDATA* d) {
 
 // Conformal latitude (the latitude itself on the sphere).
 inline double Chi(const Stereo& s, double phi) {
-    return s.e == 0.0 ? phi : azim::ConformalLatitude(phi, std::sin(phi), s.e);
+    return s.e == 0.0 ? phi : ConformalLatitude(phi, std::sin(phi), s.e);
 }
 
 bool ForwardPoint(const Stereo& s, PROJPOINT& p) {
@@ -136,7 +140,7 @@ bool InversePoint(const Stereo& s, PROJPOINT& p) {
         chi = std::atan2(s.sinChi1, s.cosChi1);
         lam = s.lam0;
     } else {
-        chi = std::asin(azim::Clamp1(cosC * s.sinChi1 + y * sinC * s.cosChi1 / rho));       // 21-37
+        chi = std::asin(ClampUnit(cosC * s.sinChi1 + y * sinC * s.cosChi1 / rho));          // 21-37
         lam = s.lam0 + std::atan2(x * sinC, rho * s.cosChi1 * cosC - y * s.sinChi1 * sinC); // 21-36
     }
     p.y = s.e == 0.0 ? chi : s.inv.Phi(chi); // Snyder 3-5
@@ -149,7 +153,7 @@ bool InversePoint(const Stereo& s, PROJPOINT& p) {
 bool PolarForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Stereo s = MakeStereo(data);
-    azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(s, p); });
+    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(s, p); });
     return true;
 }
 

@@ -1,8 +1,12 @@
 // Polyconic (American), sphere or ellipsoid, origin (Lat0, Lon0). Snyder
 // chapter 18. Every parallel is the arc of its own tangent cone; the central
 // meridian is true to scale. The inverse is Snyder's Newton-Raphson iteration.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/Figure.h"
+#include "projections/Series.h"
+#include "projections/AngleWrap.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 #include <cmath>
 
@@ -36,7 +40,7 @@ Polycon MakePolycon(const PROJDATA* d) {
 
 bool ForwardPoint(const Polycon& c, PROJPOINT& p) {
     double dLam = p.x - c.lam0;
-    if (c.wrap) dLam = azim::WrapOnce(dLam);
+    if (c.wrap) dLam = WrapOnce(dLam);
     const double phi = p.y;
     if (phi == 0.0) {
         p.x = c.a * dLam; // Snyder 18-1 / 18-10
@@ -135,7 +139,7 @@ bool SolveLatitude(const Polycon& c, double A, double B, double xa, Latitude* ou
         double d = t.num / t.den; // Snyder 18-22 (18-8 on the sphere), exact slope
         double next = phi - d;
         double sn = s, cn = co;
-        azim::SinCosStep(phi, d, &sn, &cn);
+        SinCosStep(phi, d, &sn, &cn);
         // Converged when the step is negligible or, the rate being quadratic,
         // when the step after it would be: d^2 / dPrev^2 estimates the
         // contraction, so that step is about |d|^3 / dPrev^2.
@@ -152,7 +156,7 @@ bool SolveLatitude(const Polycon& c, double A, double B, double xa, Latitude* ou
             next = phi - d;
             sn = s;
             cn = co;
-            azim::SinCosStep(phi, d, &sn, &cn);
+            SinCosStep(phi, d, &sn, &cn);
             ok = inside(next) && EvaluateNewton(c, A, B, next, sn, cn, &nt);
         }
         if (!ok) return false;
@@ -177,8 +181,8 @@ bool InversePoint(const Polycon& c, PROJPOINT& p) {
     Latitude lat;
     if (!SolveLatitude(c, A, B, x / c.a, &lat)) return false;
     const double arg = x * ParallelTerm(c.e2, lat.sinPhi, lat.cosPhi) / c.a;
-    if (std::fabs(arg) > 1.0 + 1e-12) return false;           // no parallel arc reaches x
-    p.x = std::asin(azim::Clamp1(arg)) / lat.sinPhi + c.lam0; // Snyder 18-23 (18-9)
+    if (std::fabs(arg) > 1.0 + 1e-12) return false;        // no parallel arc reaches x
+    p.x = std::asin(ClampUnit(arg)) / lat.sinPhi + c.lam0; // Snyder 18-23 (18-9)
     p.y = lat.phi;
     return true;
 }
@@ -188,7 +192,7 @@ bool InversePoint(const Polycon& c, PROJPOINT& p) {
 bool PolyconForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Polycon c = MakePolycon(data);
-    azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(c, p); });
+    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(c, p); });
     return true;
 }
 

@@ -19,8 +19,10 @@
 // finds the band of |Y| among the nodes, then solves the band's cubic for u by
 // Newton's method from the chord's estimate (Y rises steadily within every
 // band, so a few steps reach rounding), then X follows at the same u.
-#include "projections/AzimMath.h"
-#include "projections/AzimModules.h"
+#include "projections/AngleWrap.h"
+#include "projections/AzimuthalFrame.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 
 #include <cmath>
 
@@ -84,7 +86,7 @@ constexpr BandTable kBandCubics = MakeBands();
 
 bool ForwardPoint(double r, double lam0, bool wrap, PROJPOINT& p) {
     double dLam = p.x - lam0;
-    if (wrap) dLam = azim::WrapOnce(dLam);
+    if (wrap) dLam = WrapOnce(dLam);
     const double absPhi = std::fabs(p.y);
     if (!(absPhi <= kHalfPi + 1e-12)) return false;
     const double t = (absPhi > kHalfPi ? kHalfPi : absPhi) / kStepRad;
@@ -138,8 +140,7 @@ bool RobSterForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = data->MajorRadius, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon;
-    azim::ForEachPoint(data, points, count,
-                       [&](PROJPOINT& p) { return ForwardPoint(r, lam0, wrap, p); });
+    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(r, lam0, wrap, p); });
     return true;
 }
 

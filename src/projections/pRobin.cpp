@@ -4,9 +4,9 @@
 // single precision as they have always been stored; evaluation is in double.
 // The inverse finds the band by the Y table and solves the band's cubic by
 // Newton's method.
-#include "projections/ProjMath.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 #include "projections/ProjModule.h"
-#include "projections/WorldModules.h"
 
 #include <cmath>
 

@@ -1,10 +1,11 @@
 // Sinusoidal, sphere (Snyder 30-1, 30-2) and ellipsoid (30-8 to 30-11 with the
 // meridional arc 3-21 and the footpoint series 3-24 to 3-26). The equator is
 // y = 0: there is no latitude of origin.
-#include "projections/ProjMath.h"
+#include "projections/Figure.h"
+#include "projections/Series.h"
+#include "projections/AngleWrap.h"
+#include "projections/Modules.h"
 #include "projections/ProjModule.h"
-#include "projections/WorldMath.h"
-#include "projections/WorldModules.h"
 
 #include <cmath>
 

@@ -1,5 +1,6 @@
 // Transverse Mercator (also serves Gauss-Kruger): sphere or ellipsoid, origin
 // at (Lat0, Lon0), scale K0 on the central meridian.
+#include "projections/Modules.h"
 #include "projections/TMercCore.h"
 
 namespace KVProj {

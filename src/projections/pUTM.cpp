@@ -1,6 +1,7 @@
 // Universal Transverse Mercator. The zone's central meridian, the 0.9996 scale
 // and the false origin are the engine's business; the formulas are the
 // transverse Mercator ones with UTM's own two guards.
+#include "projections/Modules.h"
 #include "projections/TMercCore.h"
 
 namespace KVProj {

@@ -1,8 +1,9 @@
 // Van der Grinten (I), sphere only. Forward Snyder 29-1 to 29-9; inverse by
 // the trigonometric solution of the cubic, 29-10 to 29-17.
-#include "projections/ProjMath.h"
+#include "projections/AngleWrap.h"
+#include "projections/Modules.h"
+#include "frame/Angles.h"
 #include "projections/ProjModule.h"
-#include "projections/WorldModules.h"
 
 #include <cmath>
 
@@ -13,13 +14,6 @@ constexpr double kEquatorBand = 4.76837158203125e-7; // four single-precision ep
 constexpr double kCentralBand = 1.1920928955078125e-7;
 constexpr double kThird = 0.3333333333333333;
 constexpr double kPiOver3 = 1.0471975511965976;
-
-// One whole turn at most; the module wraps whatever the host's flag says.
-inline double WrapDelta(double d) {
-    if (d < -kPi) return d + kTwoPi;
-    if (d > kPi) return d - kTwoPi;
-    return d;
-}
 
 bool ForwardPoint(double r, double lam0, PROJPOINT& p) {
     const double lam = p.x, phi = p.y;
@@ -36,7 +30,7 @@ bool ForwardPoint(double r, double lam0, PROJPOINT& p) {
         p.y = phi < 0.0 ? -y : y;
         return true;
     }
-    const double dLam = WrapDelta(lam - lam0);
+    const double dLam = WrapOnce(lam - lam0); // whatever the host's flag says
     // sin(asin v) and cos(asin v) without the round trip through the angle.
     const double s = v, c = std::sqrt((1.0 - v) * (1.0 + v));
     if (c + s - 1.0 == 0.0) return false;

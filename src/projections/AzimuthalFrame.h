@@ -1,13 +1,13 @@
-// Mathematics shared by the azimuthal, oblique and miscellaneous modules
-// (pPolar, pOrtho, pGnom, pAzimuth, pLamAEA, pHotine, pOMerc, pPolycon, pBonne,
-// pRobSter, pCassini): the spherical azimuthal frame about a centre, the
-// conformal latitude and its inverse, and the per-point loop of the module
-// contract. Formulas follow Snyder, "Map Projections: A Working Manual" (USGS
-// Professional Paper 1395, 1987).
-#ifndef KVPROJ_PROJECTIONS_AZIMMATH_H
-#define KVPROJ_PROJECTIONS_AZIMMATH_H
+// The spherical azimuthal frame about a centre that the azimuthal, oblique
+// and miscellaneous modules share (pPolar, pOrtho, pGnom, pAzimuth, pLamAEA,
+// pHotine, pOMerc, pPolycon, pBonne, pRobSter, pCassini), with its forward and
+// inverse loops and the single-precision tolerances of those modules. Formulas follow Snyder, "Map
+// Projections: A Working Manual" (USGS Professional Paper 1395, 1987).
+#ifndef KVPROJ_PROJECTIONS_AZIMUTHALFRAME_H
+#define KVPROJ_PROJECTIONS_AZIMUTHALFRAME_H
 
-#include "projections/ProjMath.h"
+#include "frame/Angles.h"
+#include "projections/AngleWrap.h"
 #include "projections/ProjModule.h"
 
 #include <cmath>
@@ -32,11 +32,6 @@ inline void ForEachInverse(PROJDATA* data, PROJPOINT* points, int count, Fn conv
 
 inline double Sign(double v) {
     return v < 0.0 ? -1.0 : 1.0;
-}
-
-// Clamps a sine or cosine that rounding pushed a hair past +-1.
-inline double Clamp1(double v) {
-    return v > 1.0 ? 1.0 : (v < -1.0 ? -1.0 : v);
 }
 
 // Sine of the distance from the antipode below which a point's direction
@@ -95,7 +90,7 @@ struct AzimuthalFrame {
             p.y = std::asin(sinPhi1);
             return;
         }
-        p.y = std::asin(Clamp1(cosC * sinPhi1 + y * sinC * cosPhi1 / rho)); // Snyder 20-14
+        p.y = std::asin(ClampUnit(cosC * sinPhi1 + y * sinC * cosPhi1 / rho)); // Snyder 20-14
         p.x = lam0 + std::atan2(x * sinC, rho * cosPhi1 * cosC - y * sinPhi1 * sinC); // 20-15
     }
 };
@@ -135,65 +130,6 @@ inline void InverseAzimuthal(PROJDATA* data, PROJPOINT* points, int count, doubl
         frame.Invert(p.x, p.y, rho, sinC, cosC, p);
         return true;
     });
-}
-
-// Conformal latitude chi of phi, Snyder 3-1, written through t of 15-9:
-// chi = pi/2 - 2 atan t.
-inline double ConformalLatitude(double phi, double sinPhi, double e) {
-    return kHalfPi - 2.0 * std::atan(ConformalT(phi, sinPhi, e));
-}
-
-// Geodetic latitude from the conformal latitude, Snyder 3-5 (series to e^8).
-// Closed form, so the inverse modules need no iteration; the truncation is
-// below 1e-11 rad for terrestrial eccentricities.
-struct ConformalInverse {
-    double c2, c4, c6, c8;
-
-    ConformalInverse() : ConformalInverse(0.0) {}
-    explicit ConformalInverse(double e) {
-        const double e2 = e * e, e4 = e2 * e2, e6 = e4 * e2, e8 = e4 * e4;
-        c2 = e2 / 2.0 + 5.0 * e4 / 24.0 + e6 / 12.0 + 13.0 * e8 / 360.0;
-        c4 = 7.0 * e4 / 48.0 + 29.0 * e6 / 240.0 + 811.0 * e8 / 11520.0;
-        c6 = 7.0 * e6 / 120.0 + 81.0 * e8 / 1120.0;
-        c8 = 4279.0 * e8 / 161280.0;
-    }
-    double Phi(double chi) const {
-        const SinMultiples m = SinesOfMultiples(std::sin(chi), std::cos(chi));
-        return chi + c2 * m.s2 + c4 * m.s4 + c6 * m.s6 + c8 * m.s8;
-    }
-};
-
-// Sine and cosine of phi - d from those of phi (*s, *c on entry). The
-// corrections of a converging iteration soon fall below 0.01 rad, where short
-// series for sin d and cos d (truncation below 1e-20) and the addition theorem
-// replace two library calls.
-inline void SinCosStep(double phi, double d, double* s, double* c) {
-    if (!(std::fabs(d) < 0.01)) {
-        *s = std::sin(phi - d);
-        *c = std::cos(phi - d);
-        return;
-    }
-    const double q = d * d;
-    const double sd = d * (1.0 - q * (1.0 / 6) * (1.0 - q * (1.0 / 20) * (1.0 - q * (1.0 / 42))));
-    const double cd = 1.0 - q * 0.5 * (1.0 - q * (1.0 / 12) * (1.0 - q * (1.0 / 30)));
-    const double s0 = *s, c0 = *c;
-    *s = s0 * cd - c0 * sd;
-    *c = c0 * cd + s0 * sd;
-}
-
-// Brings lam - lam0 into [-pi, pi] by one addition or subtraction of 2 pi, as
-// the wrapping world modules do when the record's wrap flag is set.
-inline double WrapOnce(double dLam) {
-    if (dLam < -kPi) return dLam + kTwoPi;
-    if (dLam > kPi) return dLam - kTwoPi;
-    return dLam;
-}
-
-// Longitude brought into [-pi, pi] (inverse results), so that a centre near
-// the antimeridian does not hand back 190 degrees for -170.
-inline double NormalizeLon(double lam) {
-    if (lam >= -kPi && lam <= kPi) return lam;
-    return std::remainder(lam, kTwoPi);
 }
 
 template <class Fn>

@@ -1,30 +1,19 @@
-// Mathematics shared by the projection modules: eccentricity terms, the
-// meridional arc and its footpoint inverse, the conformal-latitude function t
-// and its iterative inverse. Series and constants follow Snyder, "Map
-// Projections: A Working Manual" (USGS Professional Paper 1395, 1987).
+// Fast series of the projection modules: sines of multiple angles, the
+// meridional arc and its footpoint inverse (Snyder, "Map Projections: A
+// Working Manual", USGS Professional Paper 1395, 1987), and short Taylor
+// forms of atanh, exp and of rotating a sine/cosine pair, each with the
+// argument range inside which its truncation error is stated. Outside those
+// ranges every function falls back to the library call.
 //
-// Per-call constants live in small structs built once from the record; the
-// per-point functions take the sine and cosine the caller already has, and form
-// sin 2x .. sin 8x by the double-angle identities rather than by further calls
-// (the same values to a few units in the last place).
-#ifndef KVPROJ_PROJECTIONS_PROJMATH_H
-#define KVPROJ_PROJECTIONS_PROJMATH_H
-
-#include "frame/Angles.h"
+// The per-point functions take the sine and cosine the caller already has and
+// form sin 2x .. sin 8x by the double-angle identities rather than by further
+// calls (the same values to a few units in the last place).
+#ifndef KVPROJ_PROJECTIONS_SERIES_H
+#define KVPROJ_PROJECTIONS_SERIES_H
 
 #include <cmath>
 
 namespace KVProj {
-
-// Ten single-precision epsilons: the stopping tolerance of the latitude
-// iterations (about 0.25 arc seconds between successive steps).
-constexpr double kPhiIterTolerance = 1.1920928955078125e-6;
-constexpr int kPhiIterMaxSteps = 500;
-
-// First eccentricity from the flattening: e^2 = 2f - f^2.
-inline double Eccentricity(double f) {
-    return std::sqrt(2.0 * f - f * f);
-}
 
 // sin 2x, sin 4x, sin 6x, sin 8x from sin x and cos x.
 struct SinMultiples {
@@ -126,89 +115,58 @@ inline double ExpSmall(double z) {
     return (p01 + z2 * p23) + z4 * (p45 + z2 * p67);
 }
 
-// ((1 - e sin phi) / (1 + e sin phi))^(e/2), the factor of Snyder 7-7, 7-9,
-// 14-4 and 15-9, as exp(-e atanh(e sin phi)): the same value without a pow()
-// per point. `es` is e sin phi.
-inline double ConformalFactor(double e, double es) {
-    return ExpSmall(-e * AtanhSmall(es));
-}
-
-// Snyder 15-9: t = tan(pi/4 - phi/2) / ((1 - e sin phi) / (1 + e sin phi))^(e/2).
-// The caller guarantees 1 + e sin phi != 0.
-inline double ConformalT(double phi, double sinPhi, double e) {
-    return std::tan(kQuarterPi - phi / 2.0) / ConformalFactor(e, e * sinPhi);
-}
-
-// Snyder 14-15: m = cos phi / sqrt(1 - e^2 sin^2 phi); the caller has checked
-// that the radicand is positive.
-inline double ParallelRadiusFactor(double cosPhi, double sinPhi, double e2) {
-    return cosPhi / std::sqrt(1.0 - e2 * sinPhi * sinPhi);
-}
-
-namespace detail {
-
-// The iteration below step by step in angles, for t where the tangent form
-// would overflow.
-inline bool PhiFromConformalTByAngles(double t, double e, double* phi) {
-    double p = kHalfPi - 2.0 * std::atan(t);
-    for (int step = 1; step <= kPhiIterMaxSteps; ++step) {
-        const double es = e * std::sin(p);
-        if (1.0 + es == 0.0) return false;
-        const double next = kHalfPi - 2.0 * std::atan(t * ConformalFactor(e, es));
-        const bool done = std::fabs(next - p) <= kPhiIterTolerance;
-        p = next;
-        if (done) {
-            *phi = p;
-            return step < kPhiIterMaxSteps;
-        }
+// Sine and cosine of phi - d from those of phi (*s, *c on entry). The
+// corrections of a converging iteration soon fall below 0.01 rad, where short
+// series for sin d and cos d (truncation below 1e-20) and the addition theorem
+// replace two library calls.
+inline void SinCosStep(double phi, double d, double* s, double* c) {
+    if (!(std::fabs(d) < 0.01)) {
+        *s = std::sin(phi - d);
+        *c = std::cos(phi - d);
+        return;
     }
-    return false;
+    const double q = d * d;
+    const double sd = d * (1.0 - q * (1.0 / 6) * (1.0 - q * (1.0 / 20) * (1.0 - q * (1.0 / 42))));
+    const double cd = 1.0 - q * 0.5 * (1.0 - q * (1.0 / 12) * (1.0 - q * (1.0 / 30)));
+    const double s0 = *s, c0 = *c;
+    *s = s0 * cd - c0 * sd;
+    *c = c0 * cd + s0 * sd;
 }
 
-} // namespace detail
+// Sine and cosine of t + d from those of t: the Newton steps of the world
+// projections shrink fast, and for a step of at most half a radian the
+// rotation by d costs a few multiplications where a fresh sine and cosine
+// cost a library call. The series for sin d (to d^15) and cos d - 1 (to d^16)
+// leave less than 1e-19 out at that size; each rotation adds about an ulp to
+// the pair, so a dozen steps stay within 1e-15 of sin(t + d) and cos(t + d).
+// Larger steps, and non-finite ones, are evaluated afresh.
+constexpr double kRotateLimit = 0.5;
 
-// Latitude from t by Snyder 7-9 iterated: phi = pi/2 - 2 atan(t ((1 - e sin phi) /
-// (1 + e sin phi))^(e/2)), starting from pi/2 - 2 atan t. Stops when two steps
-// differ by at most kPhiIterTolerance; false when 1 + e sin phi becomes 0 or the
-// tolerance is not met before the last permitted step (meeting it on that step
-// still counts as running out). *phi receives the last step.
-//
-// Every step has the form phi = pi/2 - 2 atan v, so the loop carries v instead
-// of phi: sin phi = (1 - v^2) / (1 + v^2), and two steps differ by
-// 2 atan((v' - v) / (1 + v v')), which is compared through the tangent of half
-// the tolerance. One arctangent at the end instead of a sine and an
-// arctangent per step.
-inline bool PhiFromConformalT(double t, double e, double* phi) {
-    constexpr double kHalfTolTan = 5.960464477539769e-07; // tan(kPhiIterTolerance / 2)
-    if (!(t >= 0.0 && t < 1e150)) return detail::PhiFromConformalTByAngles(t, e, phi);
-    double v = t, sinPhi = (1.0 - t * t) / (1.0 + t * t);
-    for (int step = 1; step <= kPhiIterMaxSteps; ++step) {
-        const double es = e * sinPhi;
-        if (1.0 + es == 0.0) return false;
-        const double next = t * ConformalFactor(e, es);
-        const bool done = std::fabs(next - v) <= kHalfTolTan * (1.0 + next * v); // v, next >= 0
-        v = next;
-        if (done) {
-            *phi = kHalfPi - 2.0 * std::atan(v);
-            return step < kPhiIterMaxSteps;
-        }
-        sinPhi = (1.0 - v * v) / (1.0 + v * v);
+inline void AdvanceSinCos(double tNew, double d, double* sinT, double* cosT) {
+    if (!(std::fabs(d) <= kRotateLimit)) {
+        *sinT = std::sin(tNew);
+        *cosT = std::cos(tNew);
+        return;
     }
-    return false;
-}
-
-// Polar coordinates of a map point about the apex of a cone with constant n
-// and origin radius rho0 (Snyder 14-10, 14-11): rho carries the sign of n,
-// so that a southern cone comes back through the same formulas.
-inline void ConePolar(double n, double rho0, double x, double y, double* rho, double* theta) {
-    const double dy = rho0 - y;
-    *rho = std::sqrt(x * x + dy * dy);
-    if (n < 0.0) {
-        *rho = -*rho;
-        *theta = std::atan2(-x, -dy);
-    } else {
-        *theta = std::atan2(x, dy);
-    }
+    const double z = d * d;
+    const double sinD =
+        d +
+        d * z *
+            (-1.0 / 6 +
+             z * (1.0 / 120 +
+                  z * (-1.0 / 5040 + z * (1.0 / 362880 + z * (-1.0 / 39916800 +
+                                                              z * (1.0 / 6227020800 +
+                                                                   z * (-1.0 / 1307674368000)))))));
+    const double cosDm1 =
+        z * (-0.5 + z * (1.0 / 24 +
+                         z * (-1.0 / 720 +
+                              z * (1.0 / 40320 + z * (-1.0 / 3628800 +
+                                                      z * (1.0 / 479001600 +
+                                                           z * (-1.0 / 87178291200 +
+                                                                z * (1.0 / 20922789888000))))))));
+    const double s = *sinT, c = *cosT;
+    *sinT = s + (s * cosDm1 + c * sinD);
+    *cosT = c + (c * cosDm1 - s * sinD);
 }
 
 } // namespace KVProj

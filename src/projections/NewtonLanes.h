@@ -1,40 +1,16 @@
-// Small helpers shared by the conic and world projection modules: the
-// longitude-wrap flag, bringing an angle into one turn, clamping the argument
-// of asin/acos, and the blocked Newton loop of the world projections.
-#ifndef KVPROJ_PROJECTIONS_WORLDMATH_H
-#define KVPROJ_PROJECTIONS_WORLDMATH_H
+// Newton lanes: the blocked iteration of the world projections, whose
+// per-point Newton steps are run in rounds across a block of points so that
+// their dependency chains overlap, and the Eckert lane built on it.
+#ifndef KVPROJ_PROJECTIONS_NEWTONLANES_H
+#define KVPROJ_PROJECTIONS_NEWTONLANES_H
 
 #include "kvproj/projdata.h"
-#include "projections/ProjMath.h"
 #include "projections/ProjModule.h"
+#include "projections/Series.h"
 
 #include <cmath>
-#include <cstring>
 
 namespace KVProj {
-
-// The wrap flag is a host-written byte; any non-zero value counts as set. It is
-// read as a byte so that a value other than 0 or 1 is not a bool load.
-inline bool WrapLonFlag(const PROJDATA* data) {
-    unsigned char b;
-    std::memcpy(&b, &data->bWrapLon, 1);
-    return b != 0;
-}
-
-// One addition or subtraction of a whole turn, below -pi tested first. A
-// difference more than a turn and a half away stays outside the range.
-inline double WrapOnce(double dLam) {
-    if (dLam < -kPi) dLam += kTwoPi;
-    if (dLam > kPi) dLam -= kTwoPi;
-    return dLam;
-}
-
-// Clamp into -1..1 for asin/acos; NaN passes through.
-inline double ClampUnit(double s) {
-    if (s > 1.0) return 1.0;
-    if (s < -1.0) return -1.0;
-    return s;
-}
 
 // The Newton iterations of the world projections run point by point as a
 // chain of dependent steps, each waiting on a sine and cosine. Taking the
@@ -86,42 +62,6 @@ inline void NewtonInBlocks(PROJDATA* data, PROJPOINT* points, int count, int max
             if (!started[i] || !finish(p, lane[i])) MarkFailed(data, p);
         }
     }
-}
-
-// Sine and cosine of t + d from those of t: the Newton steps of the world
-// projections shrink fast, and for a step of at most half a radian the
-// rotation by d costs a few multiplications where a fresh sine and cosine
-// cost a library call. The series for sin d (to d^15) and cos d - 1 (to d^16)
-// leave less than 1e-19 out at that size; each rotation adds about an ulp to
-// the pair, so a dozen steps stay within 1e-15 of sin(t + d) and cos(t + d).
-// Larger steps, and non-finite ones, are evaluated afresh.
-constexpr double kRotateLimit = 0.5;
-
-inline void AdvanceSinCos(double tNew, double d, double* sinT, double* cosT) {
-    if (!(std::fabs(d) <= kRotateLimit)) {
-        *sinT = std::sin(tNew);
-        *cosT = std::cos(tNew);
-        return;
-    }
-    const double z = d * d;
-    const double sinD =
-        d +
-        d * z *
-            (-1.0 / 6 +
-             z * (1.0 / 120 +
-                  z * (-1.0 / 5040 + z * (1.0 / 362880 + z * (-1.0 / 39916800 +
-                                                              z * (1.0 / 6227020800 +
-                                                                   z * (-1.0 / 1307674368000)))))));
-    const double cosDm1 =
-        z * (-0.5 + z * (1.0 / 24 +
-                         z * (-1.0 / 720 +
-                              z * (1.0 / 40320 + z * (-1.0 / 3628800 +
-                                                      z * (1.0 / 479001600 +
-                                                           z * (-1.0 / 87178291200 +
-                                                                z * (1.0 / 20922789888000))))))));
-    const double s = *sinT, c = *cosT;
-    *sinT = s + (s * cosDm1 + c * sinD);
-    *cosT = c + (c * cosDm1 - s * sinD);
 }
 
 // One lane of the Eckert IV and VI iterations: the angle t, the step
