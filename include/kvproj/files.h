@@ -8,6 +8,8 @@
 #include "kvproj/georef.h"
 #include "kvproj/projdata.h"
 
+class KVBitmapTagList; // kvlibw/bitmaptag.h
+
 namespace KVProj {
 
 // What a side-file reader found, in the flag word every reader fills.
@@ -39,6 +41,20 @@ KVPROJ_API bool KVProjEsriPrjFileWrite(const char* path, const PROJDATA* proj, D
                                        const DATUM2WGS84* datumParams);
 
 // ---------------------------------------------------------------- GeoTIFF
+
+// Reads the GeoTIFF keys and georeference tags of `fileName`. `flags` is
+// required; the other outputs may be null. A file without GeoTIFF tags (or
+// not a TIFF at all) reads as success with no flags. The transformation
+// matrix is taken from tag 33920 with E = -m5.
+KVPROJ_API bool KVProjGetGeoTIFF(const char* fileName, PROJDATA* proj, DatumType* datum,
+                                 DATUM2WGS84* datumParams, GEOREF* georef, unsigned int* flags);
+// Merges into `tags` the georeference tags of `georef` (pixel scale and
+// tiepoints, or the matrix at 33920) and the keys of `proj` and `datum`; the
+// key directory is sorted by key id. Any pointer may be null. Tags merged
+// before a failure stay in the list.
+KVPROJ_API bool KVProjBuildGeoTIFFTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType datum,
+                                       DATUM2WGS84* datumParams, GEOREF* georef);
+KVPROJ_API void KVProjDiscardGeoTIFFTags(KVBitmapTagList& tags);
 
 } // namespace KVProj
 
