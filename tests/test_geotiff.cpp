@@ -16,6 +16,8 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
+#include <map>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -529,5 +531,471 @@ TEST(GeoTiffGeoref, NanMatrixIsTakenAsItStands) {
     EXPECT_TRUE(std::isnan(r.georef.A));
     EXPECT_EQ(r.georef.Method, 0); // no key directory: the method is left as it was
 }
+
+
+// ---------------------------------------------------------------- building tags
+
+// The keys of a built tag list: value of each key (text keys in `text`), and
+// the ids in directory order.
+struct BuiltKeys {
+    std::map<int, double> value;
+    std::map<int, std::string> text;
+    std::vector<int> order;
+    bool Has(int id) const { return value.count(id) || text.count(id); }
+};
+
+BuiltKeys Parse(const KVBitmapTagList& tags) {
+    BuiltKeys keys;
+    const KVBitmapTag* dir = tags.Find(KVTAG_GEO_KEY_DIRECTORY);
+    if (!dir) return keys;
+    const KVBitmapTag* dbl = tags.Find(KVTAG_GEO_DOUBLE_PARAMS);
+    const KVBitmapTag* txt = tags.Find(KVTAG_GEO_ASCII_PARAMS);
+    const uint16_t* d = static_cast<const uint16_t*>(dir->GetDataPtr());
+    EXPECT_EQ(d[3] * 4 + 4, int(dir->GetItemCount())); // the header counts the entries
+    for (unsigned long i = 4; i + 4 <= dir->GetItemCount(); i += 4) {
+        keys.order.push_back(d[i]);
+        if (d[i + 1] == 0) keys.value[d[i]] = d[i + 3];
+        if (d[i + 1] == KVTAG_GEO_DOUBLE_PARAMS && dbl)
+            keys.value[d[i]] = static_cast<const double*>(dbl->GetDataPtr())[d[i + 3]];
+        if (d[i + 1] == KVTAG_GEO_ASCII_PARAMS && txt)
+            keys.text[d[i]] = std::string(static_cast<const char*>(txt->GetDataPtr()) + d[i + 3], d[i + 2]);
+    }
+    return keys;
+}
+
+PROJDATA Utm(double lon0, bool south, int ellipsoid = 47) {
+    PROJDATA p{};
+    p.Type = PT_UTM;
+    p.Scale = 1.0;
+    p.K0 = 0.9996;
+    p.Lon0 = lon0;
+    p.bSouth = south;
+    p.Ellipsoid = static_cast<EllipsoidType>(ellipsoid);
+    return p;
+}
+
+struct UtmCodeRow {
+    int datum;
+    bool south;
+    double lon0;
+    int ellipsoid;
+    int code; // ProjectedCSTypeGeoKey; 0: written as transverse Mercator
+};
+
+// EPSG codes for UTM zones (base + zone), with the kept rows: datum 123 on
+// base 72100, datums 238 and up on the WGS 72 southern block, and the range
+// table searched when no row of the reverse table matches. A 16-bit key keeps
+// 72120 as 72120 - 65536.
+const UtmCodeRow kUtmCodes[] = {
+    {3, false, 15, 47, 32633},   {3, true, 15, 47, 32733},   {4, false, 15, 46, 32233},
+    {215, true, 15, 46, 32333},  {2, false, -117, 15, 26711}, {232, false, -117, 15, 26711},
+    {1, false, -75, 3, 26918},   {123, false, -63, 34, 72120 - 65536}, {240, true, 15, 3, 32333},
+    {164, true, 9, 16, 28032},   {6, true, -81, 10, 29177},  {5, false, 3, 34, 23031},
+    {5, true, 3, 34, 23031},     {8, false, 39, 16, 20137},  {8, false, 39, 47, 0},
+    {3, false, -177.5, 47, 32601}, {3, false, 180, 47, 32601}, {98, true, 93, 32, 23886},
+    {165, false, -75, 34, 24836},
+};
+
+TEST(GeoTiffBuild, UtmCodes) {
+    for (const UtmCodeRow& row : kUtmCodes) {
+        SCOPED_TRACE(testing::Message() << row.datum << (row.south ? " S " : " N ") << row.lon0);
+        PROJDATA proj = Utm(row.lon0, row.south, row.ellipsoid);
+        DATUM2WGS84 params{};
+        DatGetDatumParams(static_cast<DatumType>(row.datum), &params);
+        KVBitmapTagList tags;
+        ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &proj, static_cast<DatumType>(row.datum), &params, nullptr));
+        const BuiltKeys keys = Parse(tags);
+        EXPECT_EQ(keys.value.at(1024), 1);
+        if (row.code) {
+            EXPECT_EQ(keys.value.at(3072), row.code);
+            EXPECT_FALSE(keys.Has(3075));
+        } else {
+            EXPECT_FALSE(keys.Has(3072));
+            EXPECT_EQ(keys.value.at(3075), 1); // transverse Mercator
+            EXPECT_EQ(keys.value.at(3082), 500000);
+            EXPECT_EQ(keys.value.at(3080), 39);
+        }
+    }
+}
+
+TEST(GeoTiffBuild, UnitsStereographicAndEllipsoidKeys) {
+    struct {
+        const char* what;
+        ProjType type;
+        double scale, lat0;
+        int ellipsoid;
+        std::map<int, double> want;
+    } const rows[] = {
+        {"survey feet", PT_MERCATOR, 3.2808333333464565, 0, 47, {{3076, 9003}, {3075, 7}, {2056, 7030}}},
+        {"scale 2 is a unit of half a metre", PT_MERCATOR, 2, 0, 47, {{3076, 32767}, {3077, 0.5}}},
+        {"scale 0 gives a unit size of 1", PT_MERCATOR, 0, 0, 47, {{3076, 32767}, {3077, 1}}},
+        {"metres", PT_MERCATOR, 1, 0, 47, {{3076, 9001}}},
+        {"stereographic at a pole", PT_STEREOGRAPHIC, 1, -90, 47, {{3075, 15}, {3081, -90}, {3089, -90}}},
+        {"stereographic on the equator", PT_STEREOGRAPHIC, 1, 0, 47, {{3075, 14}}},
+        {"oblique stereographic", PT_STEREOGRAPHIC, 1, 45, 47, {{3075, 16}}},
+        {"ellipsoid without a code", PT_MERCATOR, 1, 0, 0, {{2056, 32767}, {2057, 6400000}, {2059, 300}}},
+        {"sphere without a code", PT_MERCATOR, 1, 0, -1, {{2056, 32767}, {2057, 6371000}, {2058, 6371000}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        PROJDATA proj{};
+        proj.Type = row.type;
+        proj.Scale = row.scale;
+        proj.Lat0 = row.lat0;
+        proj.K0 = 1;
+        proj.Ellipsoid = static_cast<EllipsoidType>(row.ellipsoid < 0 ? 0 : row.ellipsoid);
+        proj.MajorRadius = row.ellipsoid < 0 ? 6371000 : 6400000;
+        proj.Flattening = row.ellipsoid < 0 ? 0 : 1 / 300.0;
+        KVBitmapTagList tags;
+        ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &proj, DATUM_NONE, nullptr, nullptr));
+        const BuiltKeys keys = Parse(tags);
+        for (const auto& [id, value] : row.want) {
+            ASSERT_TRUE(keys.Has(id)) << id;
+            EXPECT_DOUBLE_EQ(keys.value.at(id), value) << id;
+        }
+        EXPECT_EQ(keys.value.at(3074), 32767);
+        EXPECT_TRUE(std::is_sorted(keys.order.begin(), keys.order.end()));
+    }
+}
+
+TEST(GeoTiffBuild, StatePlaneZoneIsExpanded) {
+    PROJDATA proj{};
+    proj.Type = PT_STATE_PLANE_83;
+    proj.Zone = static_cast<StateZoneType>(0); // Alabama East
+    proj.Scale = 1;
+    DATUM2WGS84 params{};
+    DatGetDatumParams(DATUM_NAD83, &params);
+    KVBitmapTagList tags;
+    ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &proj, DATUM_NAD83, &params, nullptr));
+    const BuiltKeys keys = Parse(tags);
+    // EPSG 26929 NAD83 / Alabama East: TM, origin 30d30'N 85d50'W, k 0.99996, FE 200000 m.
+    EXPECT_EQ(keys.value.at(3072), 26929);
+    EXPECT_DOUBLE_EQ(keys.value.at(3081), 30.5);
+    EXPECT_NEAR(keys.value.at(3080), -85.0 - 50.0 / 60, 1e-12);
+    EXPECT_DOUBLE_EQ(keys.value.at(3082), 200000);
+    EXPECT_DOUBLE_EQ(keys.value.at(3092), 0.99996);
+    EXPECT_EQ(keys.value.at(2050), 6269);
+    EXPECT_EQ(keys.text.at(3073), "State Plane 1983  North American Datum 1983|");
+}
+
+TEST(GeoTiffBuild, DatumOnlyAndUnprojected) {
+    DATUM2WGS84 params{};
+    ASSERT_TRUE(DatGetDatumParams(DATUM_NAD27, &params));
+    PROJDATA unprojected{};
+    unprojected.Scale = 1;
+    for (PROJDATA* proj : {static_cast<PROJDATA*>(nullptr), &unprojected}) {
+        KVBitmapTagList tags;
+        ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, proj, DATUM_NAD27, &params, nullptr));
+        const BuiltKeys keys = Parse(tags);
+        EXPECT_EQ(keys.value.at(1025), 1);
+        EXPECT_EQ(keys.value.at(2050), 6267);
+        EXPECT_EQ(keys.value.at(2056), 7008); // Clarke 1866, the datum's ellipsoid
+        EXPECT_EQ(keys.Has(2054), proj == nullptr);
+        EXPECT_FALSE(keys.Has(1024));
+        EXPECT_EQ(keys.text.at(3073), "North American Datum 1927|");
+    }
+}
+
+TEST(GeoTiffBuild, NothingButTheGeoreference) {
+    GEOREF g{};
+    g.Method = TM_PRECALCULATED;
+    g.A = 30, g.E = -30, g.C = 500000, g.F = 4000000;
+    PROJDATA none{};
+    none.Type = PT_UNDEFINED;
+    KVBitmapTagList tags;
+    ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &none, DATUM_NONE, nullptr, &g));
+    EXPECT_EQ(tags.GetCount(), 2u);
+    EXPECT_EQ(tags.Find(KVTAG_GEO_KEY_DIRECTORY), nullptr);
+    KVProjDiscardGeoTIFFTags(tags);
+    EXPECT_EQ(tags.GetCount(), 0u);
+}
+
+std::vector<double> TagDoubles(const KVBitmapTagList& tags, unsigned number) {
+    const KVBitmapTag* tag = tags.Find(number);
+    if (!tag) return {};
+    const double* d = static_cast<const double*>(tag->GetDataPtr());
+    return std::vector<double>(d, d + tag->GetItemCount());
+}
+
+TEST(GeoTiffBuild, GeoreferenceTags) {
+    GEOREF g{};
+    g.Method = TM_PRECALCULATED;
+    g.A = 30, g.E = -30, g.C = 500000, g.F = 4000000;
+    KVBitmapTagList north;
+    ASSERT_TRUE(KVProjBuildGeoTIFFTags(north, nullptr, DATUM_NONE, nullptr, &g));
+    EXPECT_EQ(TagDoubles(north, KVTAG_MODEL_PIXEL_SCALE), (std::vector<double>{30, -30, 0}));
+    EXPECT_EQ(TagDoubles(north, KVTAG_MODEL_TIEPOINT), (std::vector<double>{0, 0, 0, 500000, 4000000, 0}));
+    EXPECT_EQ(north.Find(KVTAG_MATRIX), nullptr);
+
+    g.B = 15, g.D = 15;
+    KVBitmapTagList rotated;
+    ASSERT_TRUE(KVProjBuildGeoTIFFTags(rotated, nullptr, DATUM_NONE, nullptr, &g));
+    EXPECT_EQ(TagDoubles(rotated, KVTAG_MATRIX),
+              (std::vector<double>{30, 15, 0, 500000, 15, -30, 0, 4000000, 0, 0, 0, 0, 0, 0, 0, 1}));
+    EXPECT_EQ(rotated.Find(KVTAG_MODEL_PIXEL_SCALE), nullptr);
+
+    GEOREF c{};
+    ASSERT_TRUE(RefAllocControls(&c, 3));
+    c.Method = TM_AFFINE;
+    c.pSrc[1] = {0, 4};   // no x difference: skipped for the x scale
+    c.pSrc[2] = {10, 4};
+    c.pDest[0] = {100, 200};
+    c.pDest[1] = {100, 180};
+    c.pDest[2] = {150, 180};
+    KVBitmapTagList controls;
+    EXPECT_TRUE(KVProjBuildGeoTIFFTags(controls, nullptr, DATUM_NONE, nullptr, &c));
+    EXPECT_EQ(TagDoubles(controls, KVTAG_MODEL_PIXEL_SCALE), (std::vector<double>{5, 5, 0}));
+    EXPECT_EQ(TagDoubles(controls, KVTAG_MODEL_TIEPOINT).size(), 18u);
+
+    kvtest::ReportRecorder host;
+    c.pDest[2] = {100, 180}; // no world x difference anywhere: no x scale
+    KVBitmapTagList failed;
+    EXPECT_FALSE(KVProjBuildGeoTIFFTags(failed, nullptr, DATUM_NONE, nullptr, &c));
+    EXPECT_EQ(host.Count(20200), 1);
+    EXPECT_NE(failed.Find(KVTAG_MODEL_TIEPOINT), nullptr); // merged before the failure
+    RefFreeControls(&c);
+}
+
+// ---------------------------------------------------------------- round trips through a file
+
+struct RoundTripRow {
+    const char* what;
+    PROJDATA proj;
+    int datum;
+    bool rotated;
+};
+
+PROJDATA Make(ProjType type, double lon0, double lat0, double lat1, double lat2, double k0, double x0,
+              double y0, int ellipsoid = 47) {
+    PROJDATA p{};
+    p.Type = type, p.Scale = 1, p.Lon0 = lon0, p.Lat0 = lat0, p.Lat1 = lat1, p.Lat2 = lat2, p.K0 = k0;
+    p.xOrg = x0, p.yOrg = y0, p.Ellipsoid = static_cast<EllipsoidType>(ellipsoid);
+    return p;
+}
+
+TEST(GeoTiffRoundTrip, BuiltTagsWrittenAndReadBack) {
+    const RoundTripRow rows[] = {
+        {"UTM 33N WGS 84", Utm(15, false), 3, false},
+        {"UTM 33S WGS 84 rotated", Utm(15, true), 3, true},
+        {"UTM 11N NAD27", Utm(-117, false, 15), 2, false},
+        {"transverse Mercator", Make(PT_TRANSVERSE_MERCATOR, -2, 49, 0, 0, 0.9996012717, 400000, -100000), 3, false},
+        {"Lambert conformal conic", Make(PT_LAMBERT_CONIC, -96, 39, 33, 45, 1, 0, 0, 3), 1, true},
+        {"Albers", Make(PT_ALBERS, -96, 23, 29.5, 45.5, 1, 0, 0, 3), 1, false},
+        {"polar stereographic", Make(PT_STEREOGRAPHIC, -45, 90, 0, 0, 0.994, 2000000, 2000000), 3, false},
+        {"Mercator", Make(PT_MERCATOR, 10, 0, 0, 0, 1, 0, 0), 3, false},
+        {"Cassini", Make(PT_CASSINI, -61, 10, 0, 0, 1, 0, 0), 3, false},
+        {"equidistant conic", Make(PT_EQUIDISTANT_CONIC, -96, 40, 30, 50, 1, 0, 0), 3, false},
+        {"sinusoidal", Make(PT_SINUSOIDAL, 0, 0, 0, 0, 1, 0, 0), 3, false},
+    };
+    const std::string path = kvtest::TempPath("roundtrip.tif");
+    for (const RoundTripRow& row : rows) {
+        SCOPED_TRACE(row.what);
+        PROJDATA proj = row.proj;
+        DATUM2WGS84 params{};
+        DatGetDatumParams(static_cast<DatumType>(row.datum), &params);
+        GEOREF g{};
+        g.Method = TM_PRECALCULATED;
+        g.A = 30, g.E = -30, g.C = 500000, g.F = 4000000;
+        if (row.rotated) g.B = 15, g.D = 15;
+        KVBitmapTagList tags;
+        ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &proj, static_cast<DatumType>(row.datum), &params, &g));
+        ASSERT_TRUE(KVBitLib().WriteNewWithTags(path.c_str(), 2, 2, tags));
+        Read r;
+        ReadFile(path, r);
+        ASSERT_TRUE(r.ok);
+        EXPECT_EQ(r.flags, unsigned(GEOPARAM_PROJECTION | GEOPARAM_DATUM | GEOPARAM_COEFFICIENTS |
+                                    GEOPARAM_FILE_FOUND));
+        EXPECT_EQ(r.proj.Type, proj.Type);
+        EXPECT_EQ(r.proj.Lon0, proj.Lon0);
+        EXPECT_EQ(r.proj.bSouth, proj.bSouth);
+        EXPECT_EQ(r.proj.Ellipsoid, proj.Ellipsoid);
+        EXPECT_EQ(r.datum, row.datum);
+        if (proj.Type != PT_UTM) {
+            EXPECT_EQ(r.proj.Lat0, proj.Lat0);
+            EXPECT_EQ(r.proj.Lat1, proj.Lat1);
+            EXPECT_EQ(r.proj.Lat2, proj.Lat2);
+            EXPECT_EQ(r.proj.K0, proj.K0);
+            EXPECT_EQ(r.proj.xOrg, proj.xOrg);
+            EXPECT_EQ(r.proj.yOrg, proj.yOrg);
+        }
+        // E is written as kept and read back negated, by both the scale and the matrix.
+        EXPECT_EQ(r.georef.Method, TM_PRECALCULATED);
+        EXPECT_EQ(r.georef.A, 30);
+        EXPECT_EQ(r.georef.B, g.B);
+        EXPECT_EQ(r.georef.E, 30);
+        EXPECT_EQ(r.georef.F, 4000000);
+    }
+    std::remove(path.c_str());
+}
+
+TEST(GeoTiffRoundTrip, ControlPointsThroughACopiedImage) {
+    GEOREF c{};
+    ASSERT_TRUE(RefAllocControls(&c, 4));
+    c.Method = TM_FIRST_ORDER;
+    const GEOREFPOINT src[] = {{0, 0}, {1, 0}, {0, 1}, {1, 1}};
+    const GEOREFPOINT dst[] = {{500000, 4000000}, {500030, 4000010}, {499990, 3999970}, {500020, 3999980}};
+    std::copy(src, src + 4, c.pSrc);
+    std::copy(dst, dst + 4, c.pDest);
+    PROJDATA proj = Utm(15, false);
+    DATUM2WGS84 params{};
+    DatGetDatumParams(DATUM_WGS84, &params);
+    KVBitmapTagList tags;
+    ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &proj, DATUM_WGS84, &params, &c));
+    const std::string path = kvtest::TempPath("controls.tif");
+    ASSERT_TRUE(KVBitLib().WriteCopyWithTags((kDir + "geo4326.tif").c_str(), path.c_str(), tags));
+    Read r;
+    ReadFile(path, r);
+    EXPECT_EQ(r.flags, unsigned(GEOPARAM_PROJECTION | GEOPARAM_DATUM | GEOPARAM_CONTROLS | GEOPARAM_FILE_FOUND));
+    EXPECT_EQ(r.georef.Method, TM_FIRST_ORDER);
+    ASSERT_EQ(r.georef.nControls, 4);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(r.georef.pSrc[i].x, src[i].x);
+        EXPECT_EQ(r.georef.pDest[i].y, dst[i].y);
+    }
+    RefFreeControls(&c);
+    std::remove(path.c_str());
+}
+
+struct LossyRow {
+    const char* what;
+    PROJDATA proj;
+    int datum;
+    unsigned flags; // read back
+    int type, readDatum;
+};
+
+// What our reader makes of tags built for every projection type and UTM datum
+// row. GDAL 3.6 gdalinfo on the same files: aeqd reads as Albers (code 11),
+// Robinson and Robinson-Sterling as Robinson, Mollweide and equidistant
+// cylindrical as no CRS, UTM on datum 123 as EPSG 6584 (72120 in 16 bits), on
+// datums 164, 165 north and 184 as no CRS (28032, 24836, 29320 are not EPSG
+// codes), datum 240 south as WGS 72 / UTM 33S, the unprojected NAD27 file as
+// no CRS (no model type key); every other row as the same CRS we read.
+const LossyRow kLossy[] = {
+    {"azimuthal equidistant is written as code 11", Make(PT_AZIMUTHAL_EQUIDISTANT, 10, 52, 0, 0, 1, 0, 0), 3, 0x17, 2, 3},
+    {"Robinson is written as code 23", Make(PT_ROBINSON, 0, 0, 0, 0, 1, 0, 0), 3, 0x17, 22, 3},
+    {"Gauss-Kruger is written as code 1", Make(PT_GAUSS_KRUGER, 9, 0, 0, 0, 1, 0, 0), 3, 0x17, 17, 3},
+    {"Mollweide has no code", Make(PT_MOLLWEIDE, 0, 0, 0, 0, 1, 0, 0), 3, 0x16, 0, 3},
+    {"equidistant cylindrical has no code", Make(PT_EQUIDISTANT_CYLINDRICAL, 0, 0, 0, 0, 1, 0, 0), 3, 0x16, 0, 3},
+    {"UTM on datum 123", Utm(-63, false, 34), 123, 0x16, 0, 123},
+    {"UTM on datum 164", Utm(9, true, 16), 164, 0x16, 0, 164},
+    {"UTM on datum 165 north", Utm(-75, false, 34), 165, 0x16, 0, 165},
+    {"UTM on datum 165 south", Utm(-81, true, 34), 165, 0x17, 4, 165},
+    {"UTM on datum 184", Utm(-57, true, 34), 184, 0x16, 0, 184},
+    {"UTM on datum 240 south", Utm(15, true, 3), 240, 0x17, 4, 4},
+    {"UTM on datum 121", Utm(45, false, 16), 121, 0x17, 4, 121},
+    {"UTM on datum 8 (range table)", Utm(39, false, 16), 8, 0x17, 4, 8},
+};
+
+TEST(GeoTiffRoundTrip, WhatSurvivesOurReader) {
+    const std::string path = kvtest::TempPath("lossy.tif");
+    for (const LossyRow& row : kLossy) {
+        SCOPED_TRACE(row.what);
+        PROJDATA proj = row.proj;
+        DATUM2WGS84 params{};
+        DatGetDatumParams(static_cast<DatumType>(row.datum), &params);
+        GEOREF g{};
+        g.Method = TM_PRECALCULATED;
+        g.A = 30, g.E = -30;
+        KVBitmapTagList tags;
+        ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &proj, static_cast<DatumType>(row.datum), &params, &g));
+        ASSERT_TRUE(KVBitLib().WriteNewWithTags(path.c_str(), 1, 1, tags));
+        Read r;
+        ReadFile(path, r);
+        EXPECT_EQ(r.flags, row.flags);
+        EXPECT_EQ(r.proj.Type, row.type);
+        EXPECT_EQ(r.datum, row.readDatum);
+    }
+    std::remove(path.c_str());
+}
+
+// ---------------------------------------------------------------- hostile files
+
+// Runs `fn` with the process's standard error sent to a file; returns what was written.
+template <typename Fn> std::string StandardErrorOf(Fn&& fn) {
+    const std::string path = kvtest::TempPath("stderr");
+    std::fflush(stderr);
+    const int saved = ::dup(2);
+    FILE* f = std::fopen(path.c_str(), "w");
+    ::dup2(::fileno(f), 2);
+    fn();
+    std::fflush(stderr);
+    ::dup2(saved, 2);
+    ::close(saved);
+    std::fclose(f);
+    const std::string text = kvtest::ReadFile(path);
+    std::remove(path.c_str());
+    return text;
+}
+
+TEST(GeoTiffHostile, FilesReadAsNothingFoundWithoutNoise) {
+    const std::string good = kvtest::ReadFile(kDir + "utm32633.tif");
+    struct {
+        const char* what;
+        std::string bytes; // "" with `dir`: a directory
+        bool dir;
+    } const rows[] = {
+        {"truncated after the header", good.substr(0, 8), false},
+        {"truncated inside the directory", good.substr(0, good.size() / 2), false},
+        {"truncated by one byte", good.substr(0, good.size() - 1), false},
+        {"a text file named .tif", "GeoTIFF? no, just text\n", false},
+        {"an empty file", "", false},
+        {"a header pointing past the end", std::string("II*\0\xff\xff\xff\x7f", 8), false},
+        {"a directory", "", true},
+    };
+    kvtest::LogCapture log("geotiff_hostile");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const std::string path = kvtest::TempPath("hostile.tif");
+        if (row.dir) {
+            ::mkdir(path.c_str(), 0700);
+        } else {
+            std::ofstream(path, std::ios::binary) << row.bytes;
+        }
+        Read r;
+        const std::string noise = StandardErrorOf([&] { ReadFile(path, r); });
+        EXPECT_TRUE(r.ok);
+        EXPECT_EQ(noise, "");
+        EXPECT_EQ(r.georef.nControls, 0);
+        if (row.dir) {
+            ::rmdir(path.c_str());
+        } else {
+            std::remove(path.c_str());
+        }
+    }
+    EXPECT_TRUE(kvtest::Contains(log.Text(), "libtiff error: "));
+}
+
+TEST(GeoTiffHostile, BadArguments) {
+    kvtest::ReportRecorder host;
+    unsigned flags = 7;
+    EXPECT_FALSE(KVProjGetGeoTIFF(nullptr, nullptr, nullptr, nullptr, nullptr, &flags));
+    EXPECT_FALSE(KVProjGetGeoTIFF("", nullptr, nullptr, nullptr, nullptr, &flags));
+    EXPECT_FALSE(KVProjGetGeoTIFF("x.tif", nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(host.Count(20205), 3);
+    EXPECT_TRUE(KVProjGetGeoTIFF("/nonexistent/x.tif", nullptr, nullptr, nullptr, nullptr, &flags));
+    EXPECT_EQ(flags, 0u);
+}
+
+TEST(GeoTiffTrace, ReadingTracesWordForWord) {
+    kvtest::LogCapture log("geotiff_trace");
+    Read r;
+    ReadFile(kDir + "utm32633.tif", r);
+    const std::string text = log.Text();
+    for (const char* line : {
+             "KVProjGetGeoTIFF called for file \"", "GetGeoTIFF\r\n", "GetGeorefInfoFromGeoTIFF\r\n",
+             "ModelPixelScaleTag\r\n", "  Scales are  dX=       30.00000  dY=       30.00000\r\n",
+             "  ModelTiepointTag\r\n", "GeoTIFF file specifies 1 control points.\r\n",
+             "  Control point 0:  SrcX=      0.00  Srcy=      0.00  DestX= 500000.00  DestY=4000000.00\r\n",
+             "We have one control points and model pixel scale,\r\n",
+             "so we can build coefficients for the transform.\r\n", "  GTModelType is ModelTypeProjected\r\n",
+             "GetGeoTIFF:  dLinearScale = 1.000000\r\n", "GetGeoTIFF:  dAngularScale = 1.000000\r\n",
+             "  ProjectedCSType:32633\r\n", "GeoTIFFCoordSysCodeToProjectionAndDatum called for CS:32633\r\n",
+             "GeoTIFFCoordSysCodeToProjectionAndDatum:    Found matching CS Proj:4 Datum:3.\r\n",
+             "  Projection:4 and Datum:3 retrieved.\r\n", "Lon0:15.000000 Lat0:0.000000\r\n",
+             "KVProjGetGeoTIFF set pFlags to 0x00000007\r\n", "KVProjGetGeoTIFF set georef method to 5\r\n"})
+        EXPECT_TRUE(kvtest::Contains(text, line)) << line;
+}
+
 
 } // namespace

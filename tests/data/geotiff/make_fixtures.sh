@@ -90,4 +90,9 @@ gdal_translate -q -of VRT -a_srs EPSG:32633 "$base" "$vrt"
 sed -i 's|<GeoTransform>.*</GeoTransform>||; s|</SRS>|</SRS><GeoTransform>500000, 25.980762113533157, 15, 4000000, 15, -25.980762113533157</GeoTransform>|' "$vrt"
 gdal_translate -q "$vrt" rot32633.tif
 rm -f "$vrt"
+# Known pixels ("ABCD", 2x2, no georeference) for the image copy.
+pgm=$(mktemp --suffix=.pgm)
+printf 'P5\n2 2\n255\nABCD' >"$pgm"
+gdal_translate -q -of GTiff "$pgm" pixels.tif
+rm -f "$pgm"
 rm -f ./*.aux.xml
