@@ -177,11 +177,11 @@ TEST(GeoTiffFixtures, ReadAsRecordedAndPointsAgreeWithProj) {
         ReadFile(kDir + row.name + ".tif", r);
         ASSERT_TRUE(r.ok);
         EXPECT_EQ(r.flags, row.flags);
-        EXPECT_EQ(r.proj.Type, row.type);
-        EXPECT_EQ(r.proj.Lon0, row.lon0);
-        EXPECT_EQ(r.proj.bSouth, row.south);
+        EXPECT_EQ(+r.proj.Type, row.type);
+        EXPECT_EQ(+r.proj.Lon0, row.lon0);
+        EXPECT_EQ(+r.proj.bSouth, row.south);
         if (r.flags & GEOPARAM_PROJECTION) {
-            EXPECT_EQ(r.proj.Ellipsoid, row.ellipsoid);
+            EXPECT_EQ(+r.proj.Ellipsoid, row.ellipsoid);
         }
         if (r.flags & GEOPARAM_DATUM) {
             EXPECT_EQ(r.datum, row.datum);
@@ -206,9 +206,9 @@ TEST(GeoTiffFixtures, FalseOriginEastingIsReadButNotUsed) {
     // ProjFalseOriginEastingGeoKey; the reader leaves xOrg alone.
     Read r;
     ReadFile(kDir + "udlccft.tif", r);
-    EXPECT_EQ(r.proj.xOrg, 0.0);
+    EXPECT_EQ(+r.proj.xOrg, 0.0);
     // 100 US ft in metres by the unit table's 9003 value (1200/3937 would be 1.2e-10 more).
-    EXPECT_DOUBLE_EQ(r.georef.A, 100 / 3.2808333333464565);
+    EXPECT_DOUBLE_EQ(+r.georef.A, 100 / 3.2808333333464565);
 }
 
 // ---------------------------------------------------------------- keys from memory
@@ -322,15 +322,15 @@ TEST(GeoTiffKeys, FillTheRecordInTheSpecifiedOrder) {
         ReadTags(tags, r);
         ASSERT_TRUE(r.ok);
         EXPECT_EQ(r.flags, row.flags);
-        EXPECT_EQ(r.proj.Type, row.type);
+        EXPECT_EQ(+r.proj.Type, row.type);
         if (!(row.flags & GEOPARAM_PROJECTION)) continue;
-        EXPECT_DOUBLE_EQ(r.proj.Lon0, row.lon0);
-        EXPECT_DOUBLE_EQ(r.proj.Lat0, row.lat0);
-        EXPECT_DOUBLE_EQ(r.proj.Lon1, row.lon1);
-        EXPECT_DOUBLE_EQ(r.proj.Lat1, row.lat1);
-        EXPECT_DOUBLE_EQ(r.proj.K0, row.k0);
-        EXPECT_DOUBLE_EQ(r.proj.xOrg, row.xOrg);
-        EXPECT_EQ(r.proj.Ellipsoid, row.ellipsoid);
+        EXPECT_DOUBLE_EQ(+r.proj.Lon0, row.lon0);
+        EXPECT_DOUBLE_EQ(+r.proj.Lat0, row.lat0);
+        EXPECT_DOUBLE_EQ(+r.proj.Lon1, row.lon1);
+        EXPECT_DOUBLE_EQ(+r.proj.Lat1, row.lat1);
+        EXPECT_DOUBLE_EQ(+r.proj.K0, row.k0);
+        EXPECT_DOUBLE_EQ(+r.proj.xOrg, row.xOrg);
+        EXPECT_EQ(+r.proj.Ellipsoid, row.ellipsoid);
     }
 }
 
@@ -349,9 +349,9 @@ TEST(GeoTiffKeys, UserDefinedEllipsoidAxes) {
         PutDoubles(tags, KVTAG_GEO_DOUBLE_PARAMS, {6378137.0, row.minor, row.inverse});
         Read r;
         ReadTags(tags, r);
-        EXPECT_EQ(r.proj.Ellipsoid, ELLIPSOID_USER_DEFINED);
-        EXPECT_EQ(r.proj.MajorRadius, 6378137.0);
-        EXPECT_DOUBLE_EQ(r.proj.Flattening, row.flattening);
+        EXPECT_EQ(+r.proj.Ellipsoid, ELLIPSOID_USER_DEFINED);
+        EXPECT_EQ(+r.proj.MajorRadius, 6378137.0);
+        EXPECT_DOUBLE_EQ(+r.proj.Flattening, row.flattening);
     }
 }
 
@@ -403,12 +403,12 @@ TEST(GeoTiffCodes, ProjectionAndDatumOfACode) {
         DATUM2WGS84 params{};
         ASSERT_EQ(GeoTIFFCoordSysCodeToProjectionAndDatum(row.code, &proj, &datum, &params), row.ok);
         if (!row.ok) continue;
-        EXPECT_EQ(proj.Type, row.type);
-        EXPECT_EQ(proj.Lon0, row.lon0);
-        EXPECT_EQ(proj.bSouth, row.south);
-        EXPECT_EQ(proj.Ellipsoid, row.ellipsoid);
+        EXPECT_EQ(+proj.Type, row.type);
+        EXPECT_EQ(+proj.Lon0, row.lon0);
+        EXPECT_EQ(+proj.bSouth, row.south);
+        EXPECT_EQ(+proj.Ellipsoid, row.ellipsoid);
         EXPECT_EQ(datum, row.datum);
-        EXPECT_EQ(proj.K0, 0.9996);
+        EXPECT_EQ(+proj.K0, 0.9996);
         if (row.type == PT_STATE_PLANE_27 || row.type == PT_STATE_PLANE_83) {
             int back = 0;
             EXPECT_TRUE(ProjStateZoneToPOSCNumber(proj.Type, proj.Zone, &back));
@@ -483,15 +483,15 @@ TEST(GeoTiffGeoref, CoefficientsControlsAndMethod) {
         ReadTags(tags, r);
         ASSERT_TRUE(r.ok);
         EXPECT_EQ(r.flags, row.flags);
-        EXPECT_EQ(r.georef.Method, row.method);
-        EXPECT_EQ(r.georef.nControls, row.controls);
+        EXPECT_EQ(+r.georef.Method, row.method);
+        EXPECT_EQ(+r.georef.nControls, row.controls);
         const double got[] = {r.georef.A, r.georef.B, r.georef.C, r.georef.D, r.georef.E, r.georef.F};
         const double want[] = {row.A, row.B, row.C, row.D, row.E, row.F};
         for (int i = 0; i < 6; ++i)
             EXPECT_DOUBLE_EQ(got[i], want[i]) << "coefficient " << i;
         for (int i = 0; i < r.georef.nControls; ++i) {
-            EXPECT_EQ(r.georef.pSrc[i].x, row.ties[6 * i]);
-            EXPECT_EQ(r.georef.pDest[i].y, row.ties[6 * i + 4]);
+            EXPECT_EQ(+r.georef.pSrc[i].x, row.ties[6 * i]);
+            EXPECT_EQ(+r.georef.pDest[i].y, row.ties[6 * i + 4]);
         }
     }
 }
@@ -506,15 +506,15 @@ TEST(GeoTiffGeoref, FeetBecomeMetresInCoefficientsAndControls) {
         Read r;
         ReadTags(tags, r);
         if (controls) {
-            ASSERT_EQ(r.georef.nControls, 3);
-            EXPECT_DOUBLE_EQ(r.georef.pDest[2].x, 1060 * ft);
-            EXPECT_DOUBLE_EQ(r.georef.pDest[2].y, 1940 * ft);
-            EXPECT_EQ(r.georef.pSrc[2].x, 2.0);
+            ASSERT_EQ(+r.georef.nControls, 3);
+            EXPECT_DOUBLE_EQ(+r.georef.pDest[2].x, 1060 * ft);
+            EXPECT_DOUBLE_EQ(+r.georef.pDest[2].y, 1940 * ft);
+            EXPECT_EQ(+r.georef.pSrc[2].x, 2.0);
         } else {
-            EXPECT_DOUBLE_EQ(r.georef.A, 100 * ft);
-            EXPECT_DOUBLE_EQ(r.georef.E, -50 * ft);
-            EXPECT_DOUBLE_EQ(r.georef.C, (1000 - 2 * 100) * ft);
-            EXPECT_DOUBLE_EQ(r.georef.F, (2000 + 4 * 50) * ft);
+            EXPECT_DOUBLE_EQ(+r.georef.A, 100 * ft);
+            EXPECT_DOUBLE_EQ(+r.georef.E, -50 * ft);
+            EXPECT_DOUBLE_EQ(+r.georef.C, (1000 - 2 * 100) * ft);
+            EXPECT_DOUBLE_EQ(+r.georef.F, (2000 + 4 * 50) * ft);
         }
     }
 }
@@ -528,8 +528,8 @@ TEST(GeoTiffGeoref, NanMatrixIsTakenAsItStands) {
     ReadTags(tags, r);
     EXPECT_TRUE(r.ok);
     EXPECT_EQ(r.flags, unsigned(GEOPARAM_COEFFICIENTS));
-    EXPECT_TRUE(std::isnan(r.georef.A));
-    EXPECT_EQ(r.georef.Method, 0); // no key directory: the method is left as it was
+    EXPECT_TRUE(std::isnan(+r.georef.A));
+    EXPECT_EQ(+r.georef.Method, 0); // no key directory: the method is left as it was
 }
 
 
@@ -805,25 +805,25 @@ TEST(GeoTiffRoundTrip, BuiltTagsWrittenAndReadBack) {
         ASSERT_TRUE(r.ok);
         EXPECT_EQ(r.flags, unsigned(GEOPARAM_PROJECTION | GEOPARAM_DATUM | GEOPARAM_COEFFICIENTS |
                                     GEOPARAM_FILE_FOUND));
-        EXPECT_EQ(r.proj.Type, proj.Type);
-        EXPECT_EQ(r.proj.Lon0, proj.Lon0);
-        EXPECT_EQ(r.proj.bSouth, proj.bSouth);
-        EXPECT_EQ(r.proj.Ellipsoid, proj.Ellipsoid);
+        EXPECT_EQ(+r.proj.Type, +proj.Type);
+        EXPECT_EQ(+r.proj.Lon0, +proj.Lon0);
+        EXPECT_EQ(+r.proj.bSouth, +proj.bSouth);
+        EXPECT_EQ(+r.proj.Ellipsoid, +proj.Ellipsoid);
         EXPECT_EQ(r.datum, row.datum);
         if (proj.Type != PT_UTM) {
-            EXPECT_EQ(r.proj.Lat0, proj.Lat0);
-            EXPECT_EQ(r.proj.Lat1, proj.Lat1);
-            EXPECT_EQ(r.proj.Lat2, proj.Lat2);
-            EXPECT_EQ(r.proj.K0, proj.K0);
-            EXPECT_EQ(r.proj.xOrg, proj.xOrg);
-            EXPECT_EQ(r.proj.yOrg, proj.yOrg);
+            EXPECT_EQ(+r.proj.Lat0, +proj.Lat0);
+            EXPECT_EQ(+r.proj.Lat1, +proj.Lat1);
+            EXPECT_EQ(+r.proj.Lat2, +proj.Lat2);
+            EXPECT_EQ(+r.proj.K0, +proj.K0);
+            EXPECT_EQ(+r.proj.xOrg, +proj.xOrg);
+            EXPECT_EQ(+r.proj.yOrg, +proj.yOrg);
         }
         // E is written as kept and read back negated, by both the scale and the matrix.
-        EXPECT_EQ(r.georef.Method, TM_PRECALCULATED);
-        EXPECT_EQ(r.georef.A, 30);
-        EXPECT_EQ(r.georef.B, g.B);
-        EXPECT_EQ(r.georef.E, 30);
-        EXPECT_EQ(r.georef.F, 4000000);
+        EXPECT_EQ(+r.georef.Method, TM_PRECALCULATED);
+        EXPECT_EQ(+r.georef.A, 30);
+        EXPECT_EQ(+r.georef.B, +g.B);
+        EXPECT_EQ(+r.georef.E, 30);
+        EXPECT_EQ(+r.georef.F, 4000000);
     }
     std::remove(path.c_str());
 }
@@ -846,11 +846,11 @@ TEST(GeoTiffRoundTrip, ControlPointsThroughACopiedImage) {
     Read r;
     ReadFile(path, r);
     EXPECT_EQ(r.flags, unsigned(GEOPARAM_PROJECTION | GEOPARAM_DATUM | GEOPARAM_CONTROLS | GEOPARAM_FILE_FOUND));
-    EXPECT_EQ(r.georef.Method, TM_FIRST_ORDER);
-    ASSERT_EQ(r.georef.nControls, 4);
+    EXPECT_EQ(+r.georef.Method, TM_FIRST_ORDER);
+    ASSERT_EQ(+r.georef.nControls, 4);
     for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(r.georef.pSrc[i].x, src[i].x);
-        EXPECT_EQ(r.georef.pDest[i].y, dst[i].y);
+        EXPECT_EQ(+r.georef.pSrc[i].x, src[i].x);
+        EXPECT_EQ(+r.georef.pDest[i].y, dst[i].y);
     }
     RefFreeControls(&c);
     std::remove(path.c_str());
@@ -903,7 +903,7 @@ TEST(GeoTiffRoundTrip, WhatSurvivesOurReader) {
         Read r;
         ReadFile(path, r);
         EXPECT_EQ(r.flags, row.flags);
-        EXPECT_EQ(r.proj.Type, row.type);
+        EXPECT_EQ(+r.proj.Type, row.type);
         EXPECT_EQ(r.datum, row.readDatum);
     }
     std::remove(path.c_str());
@@ -956,7 +956,7 @@ TEST(GeoTiffHostile, FilesReadAsNothingFoundWithoutNoise) {
         const std::string noise = StandardErrorOf([&] { ReadFile(path, r); });
         EXPECT_TRUE(r.ok);
         EXPECT_EQ(noise, "");
-        EXPECT_EQ(r.georef.nControls, 0);
+        EXPECT_EQ(+r.georef.nControls, 0);
         if (row.dir) {
             ::rmdir(path.c_str());
         } else {

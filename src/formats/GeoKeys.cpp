@@ -262,7 +262,9 @@ void fillFromKeys(PROJDATA& proj, const GeoKeySet& keys) {
 }
 
 void datumParamsOf(DatumType datum, DATUM2WGS84& params) {
-    if (!DatGetDatumParams(datum, &params)) DatGetDatumMethod(datum, &params.Method);
+    if (DatGetDatumParams(datum, &params)) return;
+    DatumMethod method = params.Method;
+    if (DatGetDatumMethod(datum, &method)) params.Method = method;
 }
 
 // ---------------------------------------------------------------- coordinate system codes
@@ -324,10 +326,14 @@ CodeLookup utmBlockCode(int code, PROJDATA& proj, DatumType& datum) {
 CodeLookup statePlaneCode(int code, PROJDATA& proj, DatumType& datum) {
     for (const StatePlaneRange& range : kStatePlaneRanges) {
         if (code < range.first || code > range.last) continue;
-        if (!ProjGetStateZoneFromPOSCNumber(code, &proj.Type, &proj.Zone)) {
+        ProjType type = PT_UNPROJECTED; // the record is packed: no pointers into it
+        StateZoneType zone = STATEZONE_NONE;
+        if (!ProjGetStateZoneFromPOSCNumber(code, &type, &zone)) {
             LogPrintf(range.failure, code);
             return CodeLookup::Failed;
         }
+        proj.Type = type;
+        proj.Zone = zone;
         proj.Ellipsoid = range.ellipsoid;
         datum = range.datum;
         return CodeLookup::Found;
@@ -506,7 +512,10 @@ void applyUnits(GeoTagSource& source, GEOREF* georef, bool fromTiepoint, GeoKeyS
 
 void userDefinedEllipsoid(PROJDATA& proj, const GeoKeySet& keys) {
     const int code = keys.Int(GK_GEOG_ELLIPSOID);
-    if (EllipsoidFromPOSCNumber(code, &proj.Ellipsoid) || code != kGeoUserDefined) return;
+    EllipsoidType ellipsoid = proj.Ellipsoid; // a close row is stored even on failure
+    const bool found = EllipsoidFromPOSCNumber(code, &ellipsoid);
+    proj.Ellipsoid = ellipsoid;
+    if (found || code != kGeoUserDefined) return;
     proj.Ellipsoid = ELLIPSOID_USER_DEFINED;
     proj.MajorRadius = keys.Double(GK_GEOG_SEMI_MAJOR);
     const double inverse = keys.Double(GK_GEOG_INV_FLATTENING);
@@ -550,8 +559,12 @@ void projectedSystem(const Reading& r, const GeoKeySet& keys) {
 
 void finish(const Reading& r, GEOREF* georef) {
     PROJDATA& proj = *r.proj;
-    if (proj.Ellipsoid >= 1 && proj.Ellipsoid <= 55)
-        EllipsoidInfo(proj.Ellipsoid, nullptr, &proj.MajorRadius, &proj.Flattening);
+    double radius = 0.0, flattening = 0.0;
+    if (proj.Ellipsoid >= 1 && proj.Ellipsoid <= 55 &&
+        EllipsoidInfo(proj.Ellipsoid, nullptr, &radius, &flattening)) {
+        proj.MajorRadius = radius;
+        proj.Flattening = flattening;
+    }
     if (*r.flags & GEOPARAM_CONTROLS)
         georef->Method = GeorefMethodForControls(georef->nControls);
     else if (*r.flags & GEOPARAM_COEFFICIENTS)
