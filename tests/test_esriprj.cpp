@@ -238,6 +238,7 @@ TEST(EsriPrjOld, HeaderKeywords) {
         {"Projection ALBERS\nSpheroid 6370997\n", 2, 1, 0, 1, 0, 254, 0},
         {"Projection NOSUCH\nDatum NOSUCH\n", 999, 1, 0, 1, 0, 254, 15},
         {"~ remark\n\n   Projection   LAMBERT   \nEOP\nProjection MERCATOR\n", 5, 1, 0, 1, 0, 254, 15},
+        {"Datum\nProjectionX\nUnits\n", 999, 1, 0, 1, 0, 254, 15}, // keywords without values
     };
     for (const auto& row : rows) {
         const PrjRecord rec = ReadOld(row.text);

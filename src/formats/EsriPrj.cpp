@@ -446,10 +446,10 @@ bool ReadOldHeader(const PrjLineSource& lines, PrjRecord& rec) {
     std::string line;
     while (NextOldLine(lines, line)) {
         std::vector<std::string> tokens = LineTokens(line, 10, nullptr, nullptr);
+        if (tokens.size() < 2) tokens.emplace_back(); // before taking pointers into it
         const char* key = tokens[0].c_str();
         if (EqualIgnoringCase(key, "Parameters")) return true;
         if (EqualIgnoringCase(key, "EOP")) return false;
-        if (tokens.size() < 2) tokens.emplace_back();
         const std::string& value = tokens[1];
         if (EqualIgnoringCase(key, "Projection"))
             OldProjectionLine(value, rec.proj);
