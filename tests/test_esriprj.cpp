@@ -861,3 +861,25 @@ TEST(EsriPrjOracle, GdalFilesAgainstProj) {
         EXPECT_LE(r.full, row.full) << row.code;
     }
 }
+
+// The Paris meridian both ways. Reading: GDAL 3.6 `gdalsrsinfo -o wkt_esri
+// EPSG:4807` and the EPSG:27572 file; D_NTF is the built-in NTF datum, whose
+// PMShift is the Paris meridian in decimal degrees (EPSG 8903: 2.33722917,
+// not the 2.5969213 grads). Writing: the datum's EPSG code 6275 leads to the
+// geographic row 4275, which is on Greenwich; GDAL 3.6 reads that file as
+// "+proj=longlat +ellps=clrk80ign" without a Paris meridian.
+TEST(EsriPrjParis, BothWaysAgainstGdal) {
+    for (const std::string& text :
+         {std::string("GEOGCS[\"GCS_NTF_Paris\",DATUM[\"D_NTF\",SPHEROID[\"Clarke_1880_IGN\",6378249.2,"
+                      "293.466021293627]],PRIMEM[\"Paris\",2.33722917],UNIT[\"Grad\",0.0157079632679489]]"),
+          kvtest::ReadFile(kPrjDir + "EPSG_27572.prj")}) {
+        const PrjRecord r = ReadNew(text);
+        EXPECT_EQ(r.datum, DATUM_NTF_PARIS);
+        EXPECT_NEAR(r.params.PMShift, 2.33722917, 5e-9);
+    }
+    EXPECT_NEAR(EpsgFindPrimeMeridian(8903)->longitudeDegrees, 2.33722917, 0);
+    PROJDATA geo = Proj(PT_UNPROJECTED);
+    EXPECT_EQ(WriteText(&geo, DATUM_NTF_PARIS, nullptr),
+              "GEOGCS[\"GCS_NTF\",DATUM[\"D_NTF\",SPHEROID[\"Clarke 1880 (IGN)\",6378249.2,293.466021293627]],"
+              "PRIMEM[\"Greenwich\",0],UNIT[\"Degree\",0.0174532925199433]]");
+}
