@@ -242,13 +242,13 @@ TEST(EsriPrjOld, HeaderKeywords) {
     };
     for (const auto& row : rows) {
         const PrjRecord rec = ReadOld(row.text);
-        EXPECT_EQ(rec.proj.Type, row.type) << row.text;
-        EXPECT_DOUBLE_EQ(rec.proj.K0, row.k0) << row.text;
-        EXPECT_DOUBLE_EQ(rec.proj.Lon0, row.lon0) << row.text;
-        EXPECT_DOUBLE_EQ(rec.proj.Scale, row.scale) << row.text;
-        EXPECT_EQ(rec.proj.Zone, row.zone) << row.text;
+        EXPECT_EQ(+rec.proj.Type, row.type) << row.text;
+        EXPECT_DOUBLE_EQ(+rec.proj.K0, row.k0) << row.text;
+        EXPECT_DOUBLE_EQ(+rec.proj.Lon0, row.lon0) << row.text;
+        EXPECT_DOUBLE_EQ(+rec.proj.Scale, row.scale) << row.text;
+        EXPECT_EQ(+rec.proj.Zone, row.zone) << row.text;
         EXPECT_EQ(rec.datum, row.datum) << row.text;
-        EXPECT_EQ(rec.proj.Ellipsoid, row.ellipsoid) << row.text;
+        EXPECT_EQ(+rec.proj.Ellipsoid, row.ellipsoid) << row.text;
     }
     // Every other projection value of the dialect.
     const std::map<std::string, int> more = {
@@ -257,7 +257,7 @@ TEST(EsriPrjOld, HeaderKeywords) {
         {"MILLER", 3},       {"OBLIQUE_MERCATOR", 12}, {"ORTHOGRAPHIC", 7}, {"POLYCONIC", 11},
         {"SINUSOIDAL", 19},  {"STEREOGRAPHIC", 6}, {"TRANSVERSE", 17}, {"MERCATOR", 1}};
     for (const auto& [value, type] : more)
-        EXPECT_EQ(ReadOld("Projection " + value + "\n").proj.Type, type) << value;
+        EXPECT_EQ(+ReadOld("Projection " + value + "\n").proj.Type, type) << value;
 }
 
 TEST(EsriPrjOld, UserDefinedDatum) {
@@ -265,24 +265,24 @@ TEST(EsriPrjOld, UserDefinedDatum) {
     // datum's ellipsoid is the projection's.
     PrjRecord r = ReadOld("Spheroid 6371000\nDatum USER_DEFINED 1 2 3 4 5 6 7\n");
     EXPECT_EQ(r.datum, DATUM_USER_DEFINED);
-    EXPECT_EQ(r.params.Method, DM_BURSA);
-    EXPECT_EQ(r.params.rz, 6);
-    EXPECT_EQ(r.params.k, 7);
-    EXPECT_EQ(r.params.Ellipsoid, ELLIPSOID_USER_DEFINED);
-    EXPECT_EQ(r.params.MajorRadius, 6371000);
+    EXPECT_EQ(+r.params.Method, DM_BURSA);
+    EXPECT_EQ(+r.params.rz, 6);
+    EXPECT_EQ(+r.params.k, 7);
+    EXPECT_EQ(+r.params.Ellipsoid, ELLIPSOID_USER_DEFINED);
+    EXPECT_EQ(+r.params.MajorRadius, 6371000);
     r = ReadOld("Datum USERDEFINED -87 -98 -121 1 2\nSpheroid International 1909\n");
-    EXPECT_EQ(r.params.Method, DM_MOLODENSKY);
-    EXPECT_EQ(r.params.dx, -87);
-    EXPECT_EQ(r.params.dz, -121);
-    EXPECT_EQ(r.params.rx, 0);
-    EXPECT_EQ(r.params.Ellipsoid, 33);
+    EXPECT_EQ(+r.params.Method, DM_MOLODENSKY);
+    EXPECT_EQ(+r.params.dx, -87);
+    EXPECT_EQ(+r.params.dz, -121);
+    EXPECT_EQ(+r.params.rx, 0);
+    EXPECT_EQ(+r.params.Ellipsoid, 33);
     r = ReadOld("Datum USER_DEFINED\n");
-    EXPECT_EQ(r.params.Method, DM_MOLODENSKY);
-    EXPECT_EQ(r.params.dx, 0);
+    EXPECT_EQ(+r.params.Method, DM_MOLODENSKY);
+    EXPECT_EQ(+r.params.dx, 0);
     // A built-in datum brings its own parameters (NAD 27: Molodensky -8 160 176).
     r = ReadOld("Datum NAD27\n");
-    EXPECT_EQ(r.params.dx, -8);
-    EXPECT_EQ(r.params.dz, 176);
+    EXPECT_EQ(+r.params.dx, -8);
+    EXPECT_EQ(+r.params.dz, 176);
 }
 
 // Parameter sections; angles as degrees, minutes, seconds.
@@ -291,17 +291,17 @@ TEST(EsriPrjOld, ParameterSections) {
                           "45 30 0.0 /* 2nd standard parallel\n-96 0 0.0 /* central meridian\n"
                           "23 0 0.0 /* latitude of projection's origin\n1000.5 /* false easting (meters)\n"
                           "-20 /* false northing (meters)\n7 /* ignored\n");
-    EXPECT_DOUBLE_EQ(r.proj.Lat1, 29.5);
-    EXPECT_DOUBLE_EQ(r.proj.Lat2, 45.5);
-    EXPECT_DOUBLE_EQ(r.proj.Lon0, -96);
-    EXPECT_DOUBLE_EQ(r.proj.Lat0, 23);
-    EXPECT_DOUBLE_EQ(r.proj.xOrg, 1000.5);
-    EXPECT_DOUBLE_EQ(r.proj.yOrg, -20);
+    EXPECT_DOUBLE_EQ(+r.proj.Lat1, 29.5);
+    EXPECT_DOUBLE_EQ(+r.proj.Lat2, 45.5);
+    EXPECT_DOUBLE_EQ(+r.proj.Lon0, -96);
+    EXPECT_DOUBLE_EQ(+r.proj.Lat0, 23);
+    EXPECT_DOUBLE_EQ(+r.proj.xOrg, 1000.5);
+    EXPECT_DOUBLE_EQ(+r.proj.yOrg, -20);
     // Lambert by position too, whatever the comments say.
     r = ReadOld("Projection LAMBERT\nParameters\n33 0 0 /* central meridian\n45 0 0\n-100 30 0\n");
-    EXPECT_DOUBLE_EQ(r.proj.Lat1, 33);
-    EXPECT_DOUBLE_EQ(r.proj.Lat2, 45);
-    EXPECT_DOUBLE_EQ(r.proj.Lon0, -100.5);
+    EXPECT_DOUBLE_EQ(+r.proj.Lat1, 33);
+    EXPECT_DOUBLE_EQ(+r.proj.Lat2, 45);
+    EXPECT_DOUBLE_EQ(+r.proj.Lon0, -100.5);
     struct {
         const char* line;
         size_t field; // offset of a double in the packed record
@@ -333,12 +333,12 @@ TEST(EsriPrjOld, ParameterSections) {
         EXPECT_NEAR(value, row.value, 1e-12) << row.line;
     }
     r = ReadOld("Projection TRANSVERSE\nParameters\n6370997 /* radius of sphere of reference\n");
-    EXPECT_EQ(r.proj.Ellipsoid, ELLIPSOID_USER_DEFINED);
+    EXPECT_EQ(+r.proj.Ellipsoid, ELLIPSOID_USER_DEFINED);
     // Lambert azimuthal: Lat1 takes Lat0; "EOP" ends the section.
     r = ReadOld("Projection LAMBERT_AZIMUTHAL\nParameters\n40 0 0 /* latitude of center of projection\n"
                 "EOP\n50 0 0 /* latitude of center of projection\n");
-    EXPECT_EQ(r.proj.Lat0, 40);
-    EXPECT_EQ(r.proj.Lat1, 40);
+    EXPECT_EQ(+r.proj.Lat0, 40);
+    EXPECT_EQ(+r.proj.Lat1, 40);
 }
 
 // ---------------------------------------------------------------- well-known text
@@ -365,20 +365,20 @@ TEST(EsriPrjNew, ProjcsNameRules) {
         const std::string text = std::string("PROJCS[\"") + row.name + "\"" + geog +
                                  ",PARAMETER[\"False_Easting\",7],UNIT[\"Foot\",0.3048]]";
         const PrjRecord r = ReadNew(text);
-        EXPECT_EQ(r.proj.Type, row.type) << row.name;
+        EXPECT_EQ(+r.proj.Type, row.type) << row.name;
         if (row.type == 9 || row.type == 10) {
-            EXPECT_EQ(r.proj.Zone, row.zone) << row.name;
-            EXPECT_EQ(r.proj.xOrg, 0) << row.name; // parameters ignored
-            EXPECT_EQ(r.proj.Scale, 1.0) << row.name;
+            EXPECT_EQ(+r.proj.Zone, row.zone) << row.name;
+            EXPECT_EQ(+r.proj.xOrg, 0) << row.name; // parameters ignored
+            EXPECT_EQ(+r.proj.Scale, 1.0) << row.name;
         }
         if (row.type == 4) {
-            EXPECT_EQ(r.proj.bSouth, row.south) << row.name;
-            EXPECT_EQ(r.proj.xOrg, 7) << row.name;
-            EXPECT_EQ(r.proj.Scale, 3.2808333333333333) << row.name;
+            EXPECT_EQ(+r.proj.bSouth, row.south) << row.name;
+            EXPECT_EQ(+r.proj.xOrg, 7) << row.name;
+            EXPECT_EQ(+r.proj.Scale, 3.2808333333333333) << row.name;
         }
     }
-    EXPECT_EQ(ReadNew("PROJCS[\"UTM_Zone_33N\"]").proj.Lon0, 15);
-    EXPECT_EQ(ReadNew("PROJCS[\"UTM_Zone_\"]").proj.Lon0, ProjUTMZoneNumberToLon(0));
+    EXPECT_EQ(+ReadNew("PROJCS[\"UTM_Zone_33N\"]").proj.Lon0, 15);
+    EXPECT_EQ(+ReadNew("PROJCS[\"UTM_Zone_\"]").proj.Lon0, ProjUTMZoneNumberToLon(0));
 }
 
 TEST(EsriPrjNew, ParametersAndUnits) {
@@ -389,26 +389,26 @@ TEST(EsriPrjNew, ParametersAndUnits) {
         "PARAMETER[\"latitude_of_point_3\",5],PARAMETER[\"longitude_of_point_3\",6],"
         "PARAMETER[\"scale_factor\",0.5],PARAMETER[\"false_northing\",-9],PARAMETER[\"Bogus\",1],"
         "PARAMETER[\"Azimuth\"],PARAMETER[\"latitude_of_center\",30],UNIT[\"Custom\",0.25]]");
-    EXPECT_EQ(r.proj.Type, 12);
+    EXPECT_EQ(+r.proj.Type, 12);
     const double expected[] = {1, 2, 3, 4, 5, 6};
     const double actual[] = {r.proj.Lat1, r.proj.Lon1, r.proj.Lat2, r.proj.Lon2, r.proj.Lat3, r.proj.Lon3};
     for (int i = 0; i < 6; ++i)
         EXPECT_EQ(actual[i], expected[i]);
-    EXPECT_EQ(r.proj.K0, 0.5);
-    EXPECT_EQ(r.proj.yOrg, -9);
-    EXPECT_EQ(r.proj.Lat0, 30);
-    EXPECT_EQ(r.proj.Scale, 4.0);
+    EXPECT_EQ(+r.proj.K0, 0.5);
+    EXPECT_EQ(+r.proj.yOrg, -9);
+    EXPECT_EQ(+r.proj.Lat0, 30);
+    EXPECT_EQ(+r.proj.Scale, 4.0);
     // "azimuth" sets Lat1 and Alpha; UNIT names, a non-positive custom unit ignored.
     PrjRecord a = ReadNew("PROJCS[\"x\",PARAMETER[\"azimuth\",33],UNIT[\"Feet_US\",1]]");
-    EXPECT_EQ(a.proj.Lat1, 33);
-    EXPECT_EQ(a.proj.Alpha, 33);
-    EXPECT_EQ(a.proj.Scale, 3.2808333333333333);
+    EXPECT_EQ(+a.proj.Lat1, 33);
+    EXPECT_EQ(+a.proj.Alpha, 33);
+    EXPECT_EQ(+a.proj.Scale, 3.2808333333333333);
     for (const char* unit : {"UNIT[\"Meter\",5]", "UNIT[\"Other\",0]", "UNIT[\"Other\",-2]", "UNIT[\"One\"]"})
-        EXPECT_EQ(ReadNew(std::string("PROJCS[\"x\",UNIT[\"Foot\",1],") + unit + "]").proj.Scale,
+        EXPECT_EQ(+ReadNew(std::string("PROJCS[\"x\",UNIT[\"Foot\",1],") + unit + "]").proj.Scale,
                   std::strcmp(unit, "UNIT[\"Meter\",5]") == 0 ? 1.0 : 3.2808333333333333)
             << unit;
     // Lambert azimuthal: Lat1 from Lat0.
-    EXPECT_EQ(ReadNew("PROJCS[\"x\",PROJECTION[\"Lambert_Azimuthal_Equal_Area\"],"
+    EXPECT_EQ(+ReadNew("PROJCS[\"x\",PROJECTION[\"Lambert_Azimuthal_Equal_Area\"],"
                       "PARAMETER[\"Latitude_Of_Origin\",52]]").proj.Lat1, 52);
 }
 
@@ -430,24 +430,24 @@ TEST(EsriPrjNew, Datums) {
     };
     for (const auto& row : rows) {
         const PrjRecord r = ReadNew(std::string("GEOGCS[\"g\",") + row.datum + "]");
-        EXPECT_EQ(r.proj.Type, row.type) << row.datum;
+        EXPECT_EQ(+r.proj.Type, row.type) << row.datum;
         EXPECT_EQ(r.datum, row.datum_out) << row.datum;
-        EXPECT_EQ(r.proj.Ellipsoid, row.ellipsoid) << row.datum;
+        EXPECT_EQ(+r.proj.Ellipsoid, row.ellipsoid) << row.datum;
         if (row.datum_out == 254) continue;
-        EXPECT_EQ(r.params.Method, row.method) << row.datum;
-        EXPECT_NEAR(r.params.rx, row.rx, 1e-12) << row.datum;
-        EXPECT_NEAR(r.params.PMShift, row.pm, 1e-12) << row.datum;
-        EXPECT_GT(r.proj.MajorRadius, 6e6) << row.datum;
+        EXPECT_EQ(+r.params.Method, row.method) << row.datum;
+        EXPECT_NEAR(+r.params.rx, row.rx, 1e-12) << row.datum;
+        EXPECT_NEAR(+r.params.PMShift, row.pm, 1e-12) << row.datum;
+        EXPECT_GT(+r.proj.MajorRadius, 6e6) << row.datum;
     }
     // A datum row without transformation: datum none, its ellipsoid kept
     // (7003 Australian National, row 10). An unknown EPSG ellipsoid (7011
     // Clarke 1880 IGN has only a close row) yields to the SPHEROID node.
     PrjRecord r = ReadNew("PROJCS[\"p\",GEOGCS[\"g\",DATUM[\"D_Greek\"]]]");
     EXPECT_EQ(r.datum, DATUM_NONE);
-    EXPECT_EQ(r.proj.Ellipsoid, 12); // 7004 Bessel 1841
+    EXPECT_EQ(+r.proj.Ellipsoid, 12); // 7004 Bessel 1841
     r = ReadNew("GEOGCS[\"g\",DATUM[\"D_Voirol_1875\",SPHEROID[\"c\",6378249.2,293.466021293627]]]");
-    EXPECT_EQ(r.proj.Ellipsoid, ELLIPSOID_USER_DEFINED);
-    EXPECT_DOUBLE_EQ(r.proj.Flattening, 1 / 293.466021293627);
+    EXPECT_EQ(+r.proj.Ellipsoid, ELLIPSOID_USER_DEFINED);
+    EXPECT_DOUBLE_EQ(+r.proj.Flattening, 1 / 293.466021293627);
     EXPECT_EQ(r.datum, DATUM_USER_DEFINED);
 }
 
@@ -476,13 +476,13 @@ TEST(EsriPrjNew, HostileTrees) {
     for (const auto& row : rows) {
         const PrjRecord r = ReadNew(row.text, row.ok);
         if (row.ok) {
-            EXPECT_EQ(r.proj.Type, row.type) << row.text.substr(0, 60);
+            EXPECT_EQ(+r.proj.Type, row.type) << row.text.substr(0, 60);
         }
     }
     EXPECT_TRUE(std::isinf(
         ReadNew("PROJCS[\"x\",PROJECTION[\"Mercator\"],PARAMETER[\"Central_Meridian\",1e999]]").proj.Lon0));
     // Only the first line is read.
-    EXPECT_EQ(ReadNew("PROJCS[\"x\",\nPROJECTION[\"Mercator\"]]").proj.Type, 999);
+    EXPECT_EQ(+ReadNew("PROJCS[\"x\",\nPROJECTION[\"Mercator\"]]").proj.Type, 999);
 }
 
 // ---------------------------------------------------------------- files
@@ -500,7 +500,7 @@ TEST(EsriPrjFile, NameRuleAndMissingFiles) {
     const std::string missing = kvtest::TempPath("missing") + ".tif";
     EXPECT_TRUE(KVProjEsriPrjFileRead(missing.c_str(), &p, &d, &dp, &flags));
     EXPECT_EQ(flags, 0u);
-    EXPECT_EQ(p.Type, 999);
+    EXPECT_EQ(+p.Type, 999);
     EXPECT_EQ(d, 254);
     EXPECT_TRUE(kvtest::Contains(log.Text(), "doesn't exist.\r\n"));
     // A directory named like the ".prj" file is refused, not read.
@@ -536,7 +536,7 @@ TEST(EsriPrjFile, ReadTracesAndFlags) {
     unsigned int flags = 0;
     ASSERT_TRUE(KVProjEsriPrjFileRead((base + ".tif").c_str(), &p, &d, &dp, &flags));
     EXPECT_EQ(flags, GEOPARAM_FILE_FOUND | GEOPARAM_PROJECTION | GEOPARAM_DATUM);
-    EXPECT_EQ(p.Type, PT_UTM);
+    EXPECT_EQ(+p.Type, PT_UTM);
     EXPECT_TRUE(p.bSouth);
     EXPECT_EQ(d, DATUM_WGS84);
     const std::string expected =
@@ -668,7 +668,7 @@ TEST(EsriPrjWrite, UserDefinedDatumMatchesEpsgRow) {
     DatumType d = DATUM_NONE;
     ASSERT_TRUE(KVProjEsriPrjFileRead(base.c_str(), nullptr, &d, &back, nullptr));
     EXPECT_EQ(d, DATUM_USER_DEFINED);
-    EXPECT_DOUBLE_EQ(back.rz, 0.842);
+    EXPECT_DOUBLE_EQ(+back.rz, 0.842);
     std::remove(PrjFileName(base.c_str()).c_str());
 }
 
@@ -684,8 +684,8 @@ TEST(EsriPrjFile, DecimalCommaLocale) {
     const PrjRecord r = ReadNew(text);
     std::setlocale(LC_ALL, saved.c_str());
     EXPECT_TRUE(kvtest::Contains(text, "\"Central_Meridian\",9.5]")) << text;
-    EXPECT_EQ(r.proj.Lon0, 9.5);
-    EXPECT_EQ(r.proj.K0, 0.9996);
+    EXPECT_EQ(+r.proj.Lon0, 9.5);
+    EXPECT_EQ(+r.proj.K0, 0.9996);
 }
 
 // ---------------------------------------------------------------- GDAL-written files
@@ -852,9 +852,9 @@ TEST(EsriPrjOracle, GdalFilesAgainstProj) {
         const auto& points = oracle.at(row.code);
         ASSERT_EQ(points.size(), 100u) << row.code;
         const OracleResult r = RunOracle(row.code, points, row.factor);
-        std::printf("%-12s type %3d datum %3d  projection %12.6g  full %12.6g  %s\n", row.code, r.rec.proj.Type,
+        std::printf("%-12s type %3d datum %3d  projection %12.6g  full %12.6g  %s\n", row.code, +r.rec.proj.Type,
                     r.rec.datum, r.projection, r.full, row.loss);
-        EXPECT_EQ(r.rec.proj.Type, row.type) << row.code;
+        EXPECT_EQ(+r.rec.proj.Type, row.type) << row.code;
         EXPECT_EQ(r.rec.datum, row.datum) << row.code;
         if (row.projection == kNone) continue;
         EXPECT_LE(r.projection, row.projection) << row.code;
@@ -875,7 +875,7 @@ TEST(EsriPrjParis, BothWaysAgainstGdal) {
           kvtest::ReadFile(kPrjDir + "EPSG_27572.prj")}) {
         const PrjRecord r = ReadNew(text);
         EXPECT_EQ(r.datum, DATUM_NTF_PARIS);
-        EXPECT_NEAR(r.params.PMShift, 2.33722917, 5e-9);
+        EXPECT_NEAR(+r.params.PMShift, 2.33722917, 5e-9);
     }
     EXPECT_NEAR(EpsgFindPrimeMeridian(8903)->longitudeDegrees, 2.33722917, 0);
     PROJDATA geo = Proj(PT_UNPROJECTED);
