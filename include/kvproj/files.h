@@ -22,8 +22,55 @@ enum GeoParamFlags : unsigned int {
 };
 
 // ---------------------------------------------------------------- reference file
+// The library's own text file (extension "kvr") keeping a projection, a datum and
+// a georeference. A name not ending in "kvr" (ignoring case), or shorter than five
+// characters, gets ".kvr" appended. Numbers are written and read in the C locale.
+
+// Writes the file; any record pointer may be null (that part is left out). On a
+// failed write the file named exactly as `name` was passed (without the ".kvr"
+// completion) is deleted and false returned. The file is replaced as a whole:
+// a failed write never leaves half of one.
+KVPROJ_API bool KVProjRefFileWriteEx(const char* name, PROJDATA* proj, DatumType datum,
+                                     DATUM2WGS84* datumParams, GEOREF* georef);
+KVPROJ_API bool KVProjRefFileWrite(char* name, PROJDATA* proj, DatumType datum,
+                                   DATUM2WGS84* datumParams);
+// Reads the file into the records given (any pointer may be null; datum lines are
+// taken only when both `datum` and `datumParams` are given) and reports what was
+// found in `*flags`. A missing file, or one of a newer version, reads as success
+// with no flags. Control points are allocated into `georef` (free them with
+// RefFreeControls).
+KVPROJ_API bool KVProjRefFileReadEx(const char* name, PROJDATA* proj, DatumType* datum,
+                                    DATUM2WGS84* datumParams, GEOREF* georef,
+                                    unsigned int* flags);
+KVPROJ_API bool KVProjRefFileRead(char* name, PROJDATA* proj, DatumType* datum,
+                                  DATUM2WGS84* datumParams);
+// Removes the reference file; true when it is gone (or never was).
+KVPROJ_API bool KVProjRefFileDelete(const char* name);
+// Removes the reference file of `name` and its georeference siblings: name.RSF,
+// name.PRJ, name.WLD, the whole name plus "W", and the world file (map.tif ->
+// map.tfW). Stops with false at the first that exists and cannot be removed.
+KVPROJ_API bool KVProjRefFilesDelete(const char* name);
 
 // ---------------------------------------------------------------- world and RSF files
+// World file: the six affine coefficients, one per line in the order A D B E C F.
+// The GEOREF maps pixel CENTRES: pixel (0, 0)'s centre is at (C, F). (A GDAL
+// geotransform gives the pixel's top-left corner instead: C - A/2 - B/2,
+// F - D/2 - E/2.) The name is built from the image's: map.tif -> map.tfW.
+
+// Tries map.tfW, then map.tifw, then map.WLD (each also in another letter case).
+// A missing or truncated file reads as success; GEOPARAM_FILE_FOUND tells
+// whether a file was found, GEOPARAM_COEFFICIENTS whether it held six lines.
+KVPROJ_API bool KVProjReadESRIWorld(const char* imageName, GEOREF* georef, unsigned int* flags);
+// Writes the coefficients (fitted from the controls when the method is not 5).
+// True when there is nothing to write; false only when the write fails.
+KVPROJ_API bool KVProjWriteESRIWorld(const char* imageName, GEOREF* georef);
+// RSF file (image name without extension plus ".RSF"): control points, method 0.
+// The controls read are allocated into `georef` (free them with RefFreeControls).
+KVPROJ_API bool KVProjReadBlueMarbleRSF(const char* imageName, GEOREF* georef,
+                                        unsigned int* flags);
+// Writes the controls (generated from the coefficients for method 5). True when
+// there is nothing to write; false only when the write fails.
+KVPROJ_API bool KVProjWriteBlueMarbleRSF(const char* imageName, GEOREF* georef);
 
 // ---------------------------------------------------------------- ESRI projection file
 
