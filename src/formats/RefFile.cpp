@@ -45,10 +45,11 @@ struct WriteRecords {
     GEOREF georef{};
 };
 
-void UseTableEllipsoid(EllipsoidType e, double& radius, double& flattening) {
-    if (e == ELLIPSOID_USER_DEFINED || e == ELLIPSOID_NONE) return;
-    radius = EllipsoidRadius(e);
-    flattening = EllipsoidFlattening(e);
+// A table ellipsoid's figures replace the record's (PROJDATA and DATUM2WGS84 alike).
+template <typename Record> void UseTableEllipsoid(Record& r) {
+    if (r.Ellipsoid == ELLIPSOID_USER_DEFINED || r.Ellipsoid == ELLIPSOID_NONE) return;
+    r.MajorRadius = EllipsoidRadius(r.Ellipsoid);
+    r.Flattening = EllipsoidFlattening(r.Ellipsoid);
 }
 
 WriteRecords PrepareForWriting(const PROJDATA* proj, DatumType datum,
@@ -71,8 +72,8 @@ WriteRecords PrepareForWriting(const PROJDATA* proj, DatumType datum,
     if (w.proj.Type != PT_STATE_PLANE_27 && w.proj.Type != PT_STATE_PLANE_83)
         w.proj.Zone = STATEZONE_NONE;
     if (w.proj.Type != PT_HOTINE) w.proj.Alpha = 0.0;
-    UseTableEllipsoid(w.proj.Ellipsoid, w.proj.MajorRadius, w.proj.Flattening);
-    UseTableEllipsoid(w.params.Ellipsoid, w.params.MajorRadius, w.params.Flattening);
+    UseTableEllipsoid(w.proj);
+    UseTableEllipsoid(w.params);
     return w;
 }
 

@@ -8,15 +8,25 @@
 #include "frame/TextFile.h"
 #include "kvproj/files.h"
 
+#include <cstddef>
+#include <cstring>
+
 namespace KVProj {
 namespace {
 
 constexpr uint16_t kMsgBadParameter = 20205;
 constexpr size_t kWorldLineLen = 4096; // a longer line is cut; only its start is a number
 
-// The GEOREF coefficient filled by each line of the file, in file order.
-constexpr double GEOREF::*kWorldOrder[6] = {&GEOREF::A, &GEOREF::D, &GEOREF::B,
-                                            &GEOREF::E, &GEOREF::C, &GEOREF::F};
+// The GEOREF coefficient of each line of the file, in file order (offsets: the
+// record is byte-packed, so its doubles are copied, never referenced).
+constexpr size_t kWorldOrder[6] = {offsetof(GEOREF, A), offsetof(GEOREF, D), offsetof(GEOREF, B),
+                                   offsetof(GEOREF, E), offsetof(GEOREF, C), offsetof(GEOREF, F)};
+
+double Coefficient(const GEOREF& g, int line) {
+    double v;
+    std::memcpy(&v, reinterpret_cast<const char*>(&g) + kWorldOrder[line], sizeof v);
+    return v;
+}
 
 // The names the reader tries: map.tfW, map.tifw, map.WLD.
 std::string WorldCandidate(const char* image, int attempt) {
@@ -36,7 +46,7 @@ bool ReadCoefficients(LineReader& in, GEOREF& g) {
         x = AtofC(line.c_str());
     }
     for (int i = 0; i < 6; ++i)
-        g.*kWorldOrder[i] = v[i];
+        std::memcpy(reinterpret_cast<char*>(&g) + kWorldOrder[i], &v[i], sizeof v[i]);
     g.Method = TM_PRECALCULATED;
     return true;
 }
@@ -70,8 +80,8 @@ bool WriteWorld(const char* imageName, const GEOREF* georef) {
     const std::string name = WorldFileName(imageName, true);
     CTRACE("Attempting to create \"%s\"\n", name.c_str());
     std::string text;
-    for (double GEOREF::*coefficient : kWorldOrder)
-        text += FileNumber(g.*coefficient) + "\n";
+    for (int line = 0; line < 6; ++line)
+        text += FileNumber(Coefficient(g, line)) + "\n";
     return WriteFileReplacing(name.c_str(), text);
 }
 
