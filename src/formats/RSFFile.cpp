@@ -5,6 +5,7 @@
 #include "frame/CNumber.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
+#include "frame/MessageIds.h"
 #include "frame/TextFile.h"
 #include "kvproj/files.h"
 
@@ -14,8 +15,6 @@
 namespace KVProj {
 namespace {
 
-constexpr uint16_t kMsgOutOfMemory = 20201;
-constexpr uint16_t kMsgBadParameter = 20205;
 constexpr size_t kRsfLineLen = 255;
 constexpr size_t kRsfPhysicalLine = 4096;
 
@@ -68,7 +67,7 @@ bool ReadPoints(LineReader& in, GEOREF& g) {
 bool ReadRsf(const char* imageName, GEOREF* georef, unsigned int* flags) {
     if (flags) *flags = 0;
     if (!imageName || !*imageName) {
-        KV_REPORT(kMsgBadParameter);
+        KV_REPORT(IDS_BAD_PARAMETER);
         return false;
     }
     LineReader in(kRsfPhysicalLine);
@@ -82,7 +81,7 @@ bool ReadRsf(const char* imageName, GEOREF* georef, unsigned int* flags) {
     const int count = header.size() > 1 ? AtoiC(header[1].c_str()) : 0;
     if (count >= 1) {
         if (count > kMaxFileControlPoints || !RefAllocControls(&g, count)) {
-            KV_REPORT(kMsgOutOfMemory);
+            KV_REPORT(IDS_OUT_OF_MEMORY);
             return false;
         }
         if (ReadPoints(in, g)) {

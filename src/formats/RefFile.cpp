@@ -7,6 +7,7 @@
 #include "frame/CNumber.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
+#include "frame/MessageIds.h"
 #include "frame/SiblingFile.h"
 #include "frame/TextFile.h"
 #include "kvproj/files.h"
@@ -22,8 +23,6 @@ constexpr char kMagic[] = "Velmora Cartographic Reference Information";
 constexpr double kVersion = 1.1;
 constexpr size_t kPieceLen = 259;         // a read line holds at most this many characters
 constexpr size_t kPhysicalLine = 1 << 20; // beyond this a physical line is cut
-constexpr uint16_t kMsgOutOfMemory = 20201;
-constexpr uint16_t kMsgReadFailed = 20203;
 
 const char* TraceText(const char* name) { return name ? name : "(null)"; }
 
@@ -185,19 +184,19 @@ Header ReadHeader(const char* line) {
         CTRACE("Bad prefix in reference file!\n");
         CTRACE("Found \"%s\"\n", line);
         CTRACE("Expected \"%s\"\n", kMagic);
-        KV_REPORT(kMsgReadFailed);
+        KV_REPORT(IDS_READ_FAILED);
         return Header::Bad;
     }
     const char* p = SkipFileSpace(line + std::strlen(kMagic));
     if (*p != ':') {
         CTRACE("Colon missing from reference file!\n");
-        KV_REPORT(kMsgReadFailed);
+        KV_REPORT(IDS_READ_FAILED);
         return Header::Bad;
     }
     p = SkipFileSpace(p + 1);
     if (!StartsIgnoringCase(p, "Version")) {
         CTRACE("Version keyword missing from reference file!\n");
-        KV_REPORT(kMsgReadFailed);
+        KV_REPORT(IDS_READ_FAILED);
         return Header::Bad;
     }
     const double version = AtofC(SkipFileSpace(p + std::strlen("Version")));
@@ -221,7 +220,7 @@ bool ReadPoint(GEOREF* georef, const char* value, PointState& points) {
     if (points.allocated == 0) {
         const int n = georef->nControls;
         if (n > kMaxFileControlPoints || !RefAllocControls(georef, n)) {
-            KV_REPORT(kMsgOutOfMemory);
+            KV_REPORT(IDS_OUT_OF_MEMORY);
             return false;
         }
         points.allocated = n;
@@ -262,7 +261,7 @@ bool StoreValue(const RefKeyword& row, RefRecords& r, const char* value) {
     case RPK_TEXT:
         if (row.fromText(r, value)) return true;
         CTRACE("Failed reading reference parameter.\n");
-        KV_REPORT(kMsgReadFailed);
+        KV_REPORT(IDS_READ_FAILED);
         return false;
     }
     return false;
@@ -323,7 +322,7 @@ bool ReadRefFile(PieceReader& in, RefRecords& r, unsigned int& found) {
     while (in.Next(line))
         if (!ReadLine(line, r, points)) return false;
     if (in.Failed()) {
-        KV_REPORT(kMsgReadFailed);
+        KV_REPORT(IDS_READ_FAILED);
         return false;
     }
     found = FoundFlags(r, points);

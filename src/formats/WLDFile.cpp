@@ -5,6 +5,7 @@
 #include "frame/CNumber.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
+#include "frame/MessageIds.h"
 #include "frame/TextFile.h"
 #include "kvproj/files.h"
 
@@ -14,7 +15,6 @@
 namespace KVProj {
 namespace {
 
-constexpr uint16_t kMsgBadParameter = 20205;
 constexpr size_t kWorldLineLen = 4096; // a longer line is cut; only its start is a number
 
 // The GEOREF coefficient of each line of the file, in file order (offsets: the
@@ -54,7 +54,7 @@ bool ReadCoefficients(LineReader& in, GEOREF& g) {
 bool ReadWorld(const char* imageName, GEOREF* georef, unsigned int* flags) {
     if (flags) *flags = 0;
     if (!imageName || !*imageName) {
-        KV_REPORT(kMsgBadParameter);
+        KV_REPORT(IDS_BAD_PARAMETER);
         return false;
     }
     LineReader in(kWorldLineLen);
