@@ -214,7 +214,7 @@ TEST(RefFileRead, Lines) {
          "Projection Rotates UV to XY (Hotine only) : false\n",
          true, GEOPARAM_FILE_FOUND | GEOPARAM_PROJECTION,
          [](const Read& r) {
-             EXPECT_EQ(r.proj.Type, PT_HOTINE);
+             EXPECT_EQ(+r.proj.Type, PT_HOTINE);
              EXPECT_TRUE(r.proj.bUOffset);
              EXPECT_FALSE(r.proj.bRotate);
          }},
@@ -223,31 +223,31 @@ TEST(RefFileRead, Lines) {
          "Projection False Northing (meters) \t :\t 8.25 trailing\n",
          true, GEOPARAM_FILE_FOUND,
          [](const Read& r) {
-             EXPECT_EQ(r.proj.Type, PT_UNDEFINED);
-             EXPECT_EQ(r.proj.Scale, 0.0);
-             EXPECT_EQ(r.proj.xOrg, 7.0);
-             EXPECT_EQ(r.proj.yOrg, 8.25);
+             EXPECT_EQ(+r.proj.Type, PT_UNDEFINED);
+             EXPECT_EQ(+r.proj.Scale, 0.0);
+             EXPECT_EQ(+r.proj.xOrg, 7.0);
+             EXPECT_EQ(+r.proj.yOrg, 8.25);
          }},
         {"loose keys and names; no applicability test on reading",
          "PROJECTIONNAME : m e r c a t o r\nprojection  lat3 (DEGREES) : -4\n"
          "  Projection\tState Zone : montana\nProjection Ellipsoid Type : nonsense\n",
          true, GEOPARAM_FILE_FOUND | GEOPARAM_PROJECTION,
          [](const Read& r) {
-             EXPECT_EQ(r.proj.Type, PT_MERCATOR);
-             EXPECT_EQ(r.proj.Lat3, -4.0);
-             EXPECT_EQ(r.proj.Zone, SZ_MONTANA);
-             EXPECT_EQ(r.proj.Ellipsoid, ELLIPSOID_USER_DEFINED);
+             EXPECT_EQ(+r.proj.Type, PT_MERCATOR);
+             EXPECT_EQ(+r.proj.Lat3, -4.0);
+             EXPECT_EQ(+r.proj.Zone, SZ_MONTANA);
+             EXPECT_EQ(+r.proj.Ellipsoid, ELLIPSOID_USER_DEFINED);
          }},
         {"unknown names: projection 999, zone 142, datum 254, method 12",
          "Projection Name : Gall\nProjection State Zone : Atlantis\nDatum Name : Nowhere\n"
          "Datum Method : HARN\nGeoref Method : Kriging\n",
          true, GEOPARAM_FILE_FOUND,
          [](const Read& r) {
-             EXPECT_EQ(r.proj.Type, PT_UNDEFINED);
-             EXPECT_EQ(r.proj.Zone, STATEZONE_NONE);
+             EXPECT_EQ(+r.proj.Type, PT_UNDEFINED);
+             EXPECT_EQ(+r.proj.Zone, STATEZONE_NONE);
              EXPECT_EQ(r.datum, DATUM_NONE);
-             EXPECT_EQ(int(r.params.Method), 7);
-             EXPECT_EQ(r.georef.Method, TM_NONE);
+             EXPECT_EQ(int(+r.params.Method), 7);
+             EXPECT_EQ(+r.georef.Method, TM_NONE);
          }},
         {"bools: TRUE. is true, yes is false",
          "Projection In Southern Hemisphere (UTM only) : TRUE.\n"
@@ -266,11 +266,11 @@ TEST(RefFileRead, Lines) {
          "Georef Control Point Count : 2\nGeoref Point : 1 2 3 4\n",
          true, GEOPARAM_FILE_FOUND | GEOPARAM_COEFFICIENTS,
          [](const Read& r) {
-             EXPECT_EQ(r.georef.Method, TM_PRECALCULATED);
-             EXPECT_EQ(r.georef.A, 6.0);
-             EXPECT_EQ(r.georef.B, 0.0);
-             EXPECT_EQ(r.georef.F, 0.0);
-             EXPECT_EQ(r.georef.pSrc, nullptr); // freed for method 5
+             EXPECT_EQ(+r.georef.Method, TM_PRECALCULATED);
+             EXPECT_EQ(+r.georef.A, 6.0);
+             EXPECT_EQ(+r.georef.B, 0.0);
+             EXPECT_EQ(+r.georef.F, 0.0);
+             EXPECT_EQ(+r.georef.pSrc, nullptr); // freed for method 5
          }},
         {"older method name; point before the count ignored; points past it too",
          "Georef Method : Second Order\nGeoref Point : 9 9 9 9\n"
@@ -278,39 +278,39 @@ TEST(RefFileRead, Lines) {
          "georefpoint:5 6 7 8\nGEOREF POINT : 5  6\t7 8 extra\nGeoref Point : 7 7 7 7\n",
          true, GEOPARAM_FILE_FOUND | GEOPARAM_CONTROLS,
          [](const Read& r) {
-             EXPECT_EQ(r.georef.Method, TM_SECOND_ORDER);
-             ASSERT_EQ(r.georef.nControls, 2);
-             EXPECT_EQ(r.georef.pSrc[0].x, 1.5);
-             EXPECT_EQ(r.georef.pSrc[0].y, -2.0);
-             EXPECT_EQ(r.georef.pDest[0].x, 300.0);
-             EXPECT_EQ(r.georef.pDest[0].y, 16.0); // atof reads hexadecimal
-             EXPECT_EQ(r.georef.pSrc[1].x, 5.0);
-             EXPECT_EQ(r.georef.pDest[1].y, 8.0);
+             EXPECT_EQ(+r.georef.Method, TM_SECOND_ORDER);
+             ASSERT_EQ(+r.georef.nControls, 2);
+             EXPECT_EQ(+r.georef.pSrc[0].x, 1.5);
+             EXPECT_EQ(+r.georef.pSrc[0].y, -2.0);
+             EXPECT_EQ(+r.georef.pDest[0].x, 300.0);
+             EXPECT_EQ(+r.georef.pDest[0].y, 16.0); // atof reads hexadecimal
+             EXPECT_EQ(+r.georef.pSrc[1].x, 5.0);
+             EXPECT_EQ(+r.georef.pDest[1].y, 8.0);
          }},
         {"fewer points than declared: the rest stay zero",
          "Georef Method : Helmert\nGeoref Control Point Count : 3\n"
          "Georef Point : 1 2 3\n",
          true, GEOPARAM_FILE_FOUND | GEOPARAM_CONTROLS,
          [](const Read& r) {
-             ASSERT_EQ(r.georef.nControls, 3);
-             EXPECT_EQ(r.georef.pSrc[0].y, 2.0);
-             EXPECT_EQ(r.georef.pDest[0].y, 0.0); // missing number
-             EXPECT_EQ(r.georef.pDest[2].x, 0.0);
+             ASSERT_EQ(+r.georef.nControls, 3);
+             EXPECT_EQ(+r.georef.pSrc[0].y, 2.0);
+             EXPECT_EQ(+r.georef.pDest[0].y, 0.0); // missing number
+             EXPECT_EQ(+r.georef.pDest[2].x, 0.0);
          }},
         {"a count raised after the points cannot claim more than was allocated",
          "Georef Method : Helmert\nGeoref Control Point Count : 1\nGeoref Point : 1 2 3 4\n"
          "Georef Control Point Count : 1000\nGeoref Point : 5 6 7 8\n",
          true, GEOPARAM_FILE_FOUND | GEOPARAM_CONTROLS,
          [](const Read& r) {
-             EXPECT_EQ(r.georef.nControls, 1);
-             EXPECT_EQ(r.georef.pSrc[0].x, 1.0);
+             EXPECT_EQ(+r.georef.nControls, 1);
+             EXPECT_EQ(+r.georef.pSrc[0].x, 1.0);
          }},
         {"negative and zero counts: points ignored",
          "Georef Method : Helmert\nGeoref Control Point Count : -5\nGeoref Point : 1 2 3 4\n",
          true, GEOPARAM_FILE_FOUND,
          [](const Read& r) {
-             EXPECT_EQ(r.georef.nControls, -5);
-             EXPECT_EQ(r.georef.pSrc, nullptr);
+             EXPECT_EQ(+r.georef.nControls, -5);
+             EXPECT_EQ(+r.georef.pSrc, nullptr);
          }},
         {"datum by name; NTv2 read back as method 7; counts clamp to int",
          "Datum Name : World Geodetic System 1984\nDatum Method : UNKNOWN\n"
@@ -318,14 +318,14 @@ TEST(RefFileRead, Lines) {
          true, GEOPARAM_FILE_FOUND | GEOPARAM_DATUM | GEOPARAM_CONTROLS,
          [](const Read& r) {
              EXPECT_EQ(r.datum, DATUM_WGS84);
-             EXPECT_EQ(int(r.params.Method), 7);
-             EXPECT_EQ(r.georef.nControls, INT_MAX); // a count without points: no arrays
-             EXPECT_EQ(r.georef.pSrc, nullptr);
+             EXPECT_EQ(int(+r.params.Method), 7);
+             EXPECT_EQ(+r.georef.nControls, INT_MAX); // a count without points: no arrays
+             EXPECT_EQ(+r.georef.pSrc, nullptr);
          }},
         {"a point count of 2^31-1 is refused like a failed allocation",
          "Georef Method : Helmert\nGeoref Control Point Count : 2147483647\n"
          "Georef Point : 1 2 3 4\n",
-         false, 0, [](const Read& r) { EXPECT_EQ(r.georef.pSrc, nullptr); }},
+         false, 0, [](const Read& r) { EXPECT_EQ(+r.georef.pSrc, nullptr); }},
     };
     for (const auto& c : cases) {
         dir.Write("r.kvr", kHeader + c.text);
@@ -376,14 +376,14 @@ TEST(RefFileRead, Header) {
         const bool badHeader = !c.ok && !c.first.empty();
         EXPECT_EQ(reports.Count(20203), badHeader ? 1 : 0) << c.first;
         if (c.flags == 0) {
-            EXPECT_EQ(r.proj.Type, PT_UNDEFINED) << c.first;
+            EXPECT_EQ(+r.proj.Type, PT_UNDEFINED) << c.first;
         }
     }
     Read missing;
     ReadAll(dir / "absent", missing);
     EXPECT_TRUE(missing.ok);
     EXPECT_EQ(missing.flags, 0u);
-    EXPECT_EQ(missing.georef.Method, TM_NONE);
+    EXPECT_EQ(+missing.georef.Method, TM_NONE);
     EXPECT_EQ(missing.datum, DATUM_NONE);
 }
 
@@ -402,9 +402,9 @@ TEST(RefFileRead, PartialRecords) {
     PROJDATA proj{};
     DATUM2WGS84 params{};
     ASSERT_TRUE(KVProjRefFileRead(const_cast<char*>((dir / "p").c_str()), &proj, &datum, &params));
-    EXPECT_EQ(proj.Type, PT_MERCATOR);
+    EXPECT_EQ(+proj.Type, PT_MERCATOR);
     EXPECT_EQ(datum, DATUM_WGS72);
-    EXPECT_EQ(params.dx, 4.0);
+    EXPECT_EQ(+params.dx, 4.0);
     EXPECT_FALSE(KVProjRefFileReadEx(nullptr, &proj, &datum, &params, nullptr, &flags));
     EXPECT_FALSE(KVProjRefFileReadEx("", &proj, &datum, &params, nullptr, &flags));
 }
@@ -427,7 +427,7 @@ TEST(RefFileRoundTrip, EveryProjectionType) {
         Read r;
         ReadAll(name, r);
         ASSERT_TRUE(r.ok) << t;
-        EXPECT_EQ(r.proj.Type, p.Type) << t;
+        EXPECT_EQ(+r.proj.Type, p.Type) << t;
         for (const RefKeyword& row : kRefKeywords) {
             if (row.record != RR_PROJ || row.field == kNoField) continue;
             const bool present = kvtest::Contains(text, std::string("\n") + row.keyword + " : ");
@@ -438,13 +438,13 @@ TEST(RefFileRoundTrip, EveryProjectionType) {
             if (row.field == static_cast<int>(offsetof(PROJDATA, Flattening)) && present)
                 EXPECT_NEAR(r.proj.Flattening, 1 / 294.9786982, 5e-18) << t;
             else if (row.field == static_cast<int>(offsetof(PROJDATA, MajorRadius)) && present)
-                EXPECT_EQ(r.proj.MajorRadius, 6378206.4) << t;
+                EXPECT_EQ(+r.proj.MajorRadius, 6378206.4) << t;
             else
                 EXPECT_EQ(std::memcmp(out, present ? in : zero, width), 0) << t << row.keyword;
         }
         const bool statePlane = t == PT_STATE_PLANE_27 || t == PT_STATE_PLANE_83;
-        EXPECT_EQ(r.proj.Zone, statePlane ? SZ_GUAM_ISLAND : StateZoneType(0)) << t;
-        EXPECT_EQ(r.proj.Ellipsoid, t == 0 || t == PT_COUNT ? EllipsoidType(0)
+        EXPECT_EQ(+r.proj.Zone, statePlane ? SZ_GUAM_ISLAND : StateZoneType(0)) << t;
+        EXPECT_EQ(+r.proj.Ellipsoid, t == 0 || t == PT_COUNT ? EllipsoidType(0)
                                                             : ELLIPSOID_CLARKE_1866)
             << t;
         EXPECT_EQ(r.flags, GEOPARAM_FILE_FOUND | (t == PT_COUNT ? 0u : +GEOPARAM_PROJECTION)) << t;
@@ -463,8 +463,8 @@ TEST(RefFileRoundTrip, EveryStatePlaneZone) {
             ASSERT_TRUE(KVProjRefFileWriteEx(name.c_str(), &p, DATUM_NONE, nullptr, nullptr));
             Read r;
             ReadAll(name, r);
-            EXPECT_EQ(r.proj.Type, type);
-            EXPECT_EQ(r.proj.Zone, z) << type;
+            EXPECT_EQ(+r.proj.Type, type);
+            EXPECT_EQ(+r.proj.Zone, z) << type;
         }
     EXPECT_EQ(zones, 284);
 }
@@ -492,17 +492,17 @@ TEST(RefFileRoundTrip, EveryBuiltInDatum) {
             ++firstOfName;
         }
         if (row.method == DM_HARN || row.method == DM_NTV2) {
-            EXPECT_EQ(int(r.params.Method), 7) << row.id;
+            EXPECT_EQ(int(+r.params.Method), 7) << row.id;
             ++uncarried;
             continue;
         }
-        EXPECT_EQ(r.params.Method, row.method) << row.id;
+        EXPECT_EQ(+r.params.Method, row.method) << row.id;
         if (row.method != DM_BURSA && row.method != DM_MOLODENSKY) continue;
-        EXPECT_EQ(r.params.Ellipsoid, row.ellipsoid) << row.id;
+        EXPECT_EQ(+r.params.Ellipsoid, row.ellipsoid) << row.id;
         EXPECT_TRUE(Bits(r.params.dx, row.dx) && Bits(r.params.dy, row.dy) &&
                     Bits(r.params.dz, row.dz) && Bits(r.params.PMShift, row.pmShift))
             << row.id;
-        EXPECT_EQ(r.params.MajorRadius, EllipsoidRadius(row.ellipsoid)) << row.id;
+        EXPECT_EQ(+r.params.MajorRadius, EllipsoidRadius(row.ellipsoid)) << row.id;
         EXPECT_NEAR(r.params.Flattening, EllipsoidFlattening(row.ellipsoid), 1e-17) << row.id;
         if (row.method == DM_BURSA) {
             EXPECT_TRUE(Bits(r.params.rx, row.rx) && Bits(r.params.ry, row.ry) &&
@@ -530,16 +530,16 @@ TEST(RefFileRoundTrip, EveryGeorefMethod) {
         ASSERT_TRUE(KVProjRefFileWriteEx(name.c_str(), nullptr, DATUM_NONE, nullptr, &g)) << m;
         Read r;
         ReadAll(name, r);
-        EXPECT_EQ(r.georef.Method, m);
+        EXPECT_EQ(+r.georef.Method, m);
         if (m == TM_PRECALCULATED) {
             EXPECT_EQ(r.flags, unsigned(GEOPARAM_FILE_FOUND | GEOPARAM_COEFFICIENTS));
-            EXPECT_EQ(r.georef.A, 2.5);
-            EXPECT_EQ(r.georef.B, 0.0); // only the first coefficient travels
-            EXPECT_EQ(r.georef.nControls, 0);
+            EXPECT_EQ(+r.georef.A, 2.5);
+            EXPECT_EQ(+r.georef.B, 0.0); // only the first coefficient travels
+            EXPECT_EQ(+r.georef.nControls, 0);
             continue;
         }
         EXPECT_EQ(r.flags, unsigned(GEOPARAM_FILE_FOUND | GEOPARAM_CONTROLS)) << m;
-        ASSERT_EQ(r.georef.nControls, 3) << m;
+        ASSERT_EQ(+r.georef.nControls, 3) << m;
         for (int i = 0; i < 3; ++i) {
             if (i == 2) {
                 EXPECT_NEAR(r.georef.pSrc[i].x, src[i].x, 1e-15);
@@ -604,8 +604,8 @@ TEST(RefFileLocale, DecimalComma) {
     EXPECT_TRUE(kvtest::Contains(text, "Projection Lat0 (degrees) : 0.5\n")) << text;
     Read r;
     ReadAll(dir / "l", r);
-    EXPECT_EQ(r.proj.Lat0, 0.5);
-    EXPECT_EQ(r.proj.Lon0, -1234.0625);
+    EXPECT_EQ(+r.proj.Lat0, 0.5);
+    EXPECT_EQ(+r.proj.Lon0, -1234.0625);
 }
 
 // A failed write never leaves half a file; the caller's name as passed (not the
@@ -664,7 +664,7 @@ TEST(RefFileRead, HostileInput) {
         Read r;
         ReadAll(dir / "h", r);
         if (r.flags & GEOPARAM_CONTROLS) {
-            EXPECT_EQ(r.georef.nControls, 2) << h.what;
+            EXPECT_EQ(+r.georef.nControls, 2) << h.what;
         }
         if (std::string(h.what) == "directory" || std::string(h.what) == "FIFO") {
             EXPECT_TRUE(r.ok) << h.what; // not a regular file: as if missing
@@ -688,6 +688,6 @@ TEST(RefFileRead, LongLinesReadInPieces) {
                            std::string(258, 'y') + "Projection Lat0 (degrees) : 4\n");
     Read r;
     ReadAll(dir / "l", r);
-    EXPECT_EQ(r.proj.Scale, 4.0);
-    EXPECT_EQ(r.proj.Lat0, 0.0);
+    EXPECT_EQ(+r.proj.Scale, 4.0);
+    EXPECT_EQ(+r.proj.Lat0, 0.0);
 }

@@ -67,7 +67,7 @@ TEST(WorldFile, Names) {
         WorldRead r = ReadWorld(dir / c.image);
         EXPECT_TRUE(r.ok);
         EXPECT_EQ(r.flags, 0u) << c.image; // nothing there
-        EXPECT_EQ(r.g.Method, TM_NONE) << c.image; // untouched when no file opens
+        EXPECT_EQ(+r.g.Method, TM_NONE) << c.image; // untouched when no file opens
         std::string expected;
         for (const std::string& n : c.tried)
             expected += "CTRACE:  Attempting to open \"" + (dir / n) + "\"\r\n";
@@ -107,7 +107,7 @@ TEST(WorldFile, Text) {
         ASSERT_TRUE(KVProjWriteESRIWorld((dir / "m.tif").c_str(), &g));
         EXPECT_EQ(dir.Read("m.tfW"), c.text);
         WorldRead r = ReadWorld(dir / "m.tif");
-        EXPECT_EQ(r.g.Method, TM_PRECALCULATED);
+        EXPECT_EQ(+r.g.Method, TM_PRECALCULATED);
         const double read[6] = {r.g.A, r.g.B, r.g.C, r.g.D, r.g.E, r.g.F};
         for (int i = 0; i < 6; ++i)
             EXPECT_EQ(read[i], c.back[i]) << c.text << i;
@@ -136,12 +136,12 @@ TEST(WorldFile, PixelCentreAgainstGdal) {
         GEOREF g = c.g;
         ASSERT_TRUE(KVProjWriteESRIWorld((dir / "map.tif").c_str(), &g));
         EXPECT_EQ(dir.Read("map.tfW"), c.text); // the text gdalinfo was given
-        EXPECT_EQ(c.gt[1], g.A);
-        EXPECT_EQ(c.gt[2], g.B);
-        EXPECT_EQ(c.gt[4], g.D);
-        EXPECT_EQ(c.gt[5], g.E);
-        EXPECT_EQ(c.gt[0], g.C - g.A / 2 - g.B / 2); // half a pixel up and left
-        EXPECT_EQ(c.gt[3], g.F - g.D / 2 - g.E / 2);
+        EXPECT_EQ(c.gt[1], +g.A);
+        EXPECT_EQ(c.gt[2], +g.B);
+        EXPECT_EQ(c.gt[4], +g.D);
+        EXPECT_EQ(c.gt[5], +g.E);
+        EXPECT_EQ(c.gt[0], +g.C - +g.A / 2 - +g.B / 2); // half a pixel up and left
+        EXPECT_EQ(c.gt[3], +g.F - +g.D / 2 - +g.E / 2);
         // And the pixel-centre georeference puts GDAL's corner at pixel (-0.5, -0.5).
         void* h = RefCreateSystem(&g);
         ASSERT_NE(h, nullptr);
@@ -179,13 +179,13 @@ TEST(WorldFile, ReadsGdalWorldFiles) {
         dir.Write("map.tfw", c.text);
         WorldRead r = ReadWorld(dir / "map.tif");
         EXPECT_EQ(r.flags, unsigned(GEOPARAM_FILE_FOUND | GEOPARAM_COEFFICIENTS)) << c.how;
-        EXPECT_EQ(r.g.Method, TM_PRECALCULATED);
-        EXPECT_EQ(r.g.A, c.a) << c.how;
-        EXPECT_EQ(r.g.B, c.b) << c.how;
-        EXPECT_EQ(r.g.C, c.c) << c.how;
-        EXPECT_EQ(r.g.D, c.d) << c.how;
-        EXPECT_EQ(r.g.E, c.e) << c.how;
-        EXPECT_EQ(r.g.F, c.f) << c.how;
+        EXPECT_EQ(+r.g.Method, TM_PRECALCULATED);
+        EXPECT_EQ(+r.g.A, c.a) << c.how;
+        EXPECT_EQ(+r.g.B, c.b) << c.how;
+        EXPECT_EQ(+r.g.C, c.c) << c.how;
+        EXPECT_EQ(+r.g.D, c.d) << c.how;
+        EXPECT_EQ(+r.g.E, c.e) << c.how;
+        EXPECT_EQ(+r.g.F, c.f) << c.how;
     }
 }
 
@@ -211,10 +211,10 @@ TEST(WorldFile, Reading) {
         WorldRead r = ReadWorld(dir / "m.tif");
         EXPECT_TRUE(r.ok) << c.file;
         EXPECT_EQ(r.flags, c.flags) << c.file;
-        EXPECT_EQ(r.g.Method, c.flags & GEOPARAM_COEFFICIENTS ? TM_PRECALCULATED : TM_HELMERT);
-        EXPECT_EQ(r.g.A, c.a) << c.file;
-        EXPECT_EQ(r.g.C, c.c) << c.file;
-        EXPECT_EQ(r.g.F, c.f) << c.file;
+        EXPECT_EQ(+r.g.Method, c.flags & GEOPARAM_COEFFICIENTS ? TM_PRECALCULATED : TM_HELMERT);
+        EXPECT_EQ(+r.g.A, c.a) << c.file;
+        EXPECT_EQ(+r.g.C, c.c) << c.file;
+        EXPECT_EQ(+r.g.F, c.f) << c.file;
         std::remove((dir / c.file).c_str());
     }
     kvtest::ReportRecorder reports;
@@ -235,7 +235,7 @@ TEST(WorldFile, Writing) {
     fit.Method = TM_HELMERT, fit.pSrc = src, fit.pDest = dst, fit.nControls = 3;
     ASSERT_TRUE(KVProjWriteESRIWorld((dir / "f.png").c_str(), &fit));
     EXPECT_EQ(dir.Read("f.pgW"), "2\n0\n0\n-2\n1000\n2000\n");
-    EXPECT_EQ(fit.Method, TM_HELMERT); // the caller's record is unchanged
+    EXPECT_EQ(+fit.Method, TM_HELMERT); // the caller's record is unchanged
 
     GEOREF two = fit;
     two.nControls = 2;
@@ -269,13 +269,13 @@ TEST(RsfFile, Text) {
     RsfRead r;
     ReadRsf(dir / "IMG.tif", r); // img.RSF found from another letter case
     EXPECT_EQ(r.flags, unsigned(GEOPARAM_FILE_FOUND | GEOPARAM_CONTROLS));
-    EXPECT_EQ(r.g.Method, TM_HELMERT);
-    ASSERT_EQ(r.g.nControls, 2);
+    EXPECT_EQ(+r.g.Method, TM_HELMERT);
+    ASSERT_EQ(+r.g.nControls, 2);
     for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(r.g.pSrc[i].x, src[i].x);
-        EXPECT_EQ(r.g.pSrc[i].y, src[i].y);
-        EXPECT_EQ(r.g.pDest[i].x, dst[i].x);
-        EXPECT_EQ(r.g.pDest[i].y, dst[i].y);
+        EXPECT_EQ(+r.g.pSrc[i].x, src[i].x);
+        EXPECT_EQ(+r.g.pSrc[i].y, src[i].y);
+        EXPECT_EQ(+r.g.pDest[i].x, dst[i].x);
+        EXPECT_EQ(+r.g.pDest[i].y, dst[i].y);
     }
 }
 
@@ -290,9 +290,9 @@ TEST(RsfFile, ControlsGeneratedFromCoefficients) {
                                  "\"Point 1\" 100 0 0.0 5000 1200 0.0 1\n"
                                  "\"Point 2\" 100 100 0.0 4800 1200 0.0 1\n"
                                  "\"Point 3\" 0 100 0.0 4800 1000 0.0 1\n");
-    EXPECT_EQ(g.Method, TM_PRECALCULATED);
-    EXPECT_EQ(g.pSrc, nullptr);
-    EXPECT_EQ(g.nControls, 0);
+    EXPECT_EQ(+g.Method, TM_PRECALCULATED);
+    EXPECT_EQ(+g.pSrc, nullptr);
+    EXPECT_EQ(+g.nControls, 0);
     GEOREF none{};
     none.Method = TM_NONE;
     GEOREF helmertWithout{}; // method 0, no controls: RefCoeffToControls refuses it
@@ -347,14 +347,14 @@ TEST(RsfFile, Reading) {
         EXPECT_EQ(r.flags, c.flags) << c.what;
         EXPECT_EQ(reports.Count(20201), c.ok ? 0 : 1) << c.what;
         if (!c.ok) continue;
-        EXPECT_EQ(r.g.Method, TM_HELMERT) << c.what;
-        ASSERT_EQ(r.g.nControls, c.count) << c.what;
-        EXPECT_EQ(r.g.pSrc != nullptr, c.count > 0) << c.what;
+        EXPECT_EQ(+r.g.Method, TM_HELMERT) << c.what;
+        ASSERT_EQ(+r.g.nControls, c.count) << c.what;
+        EXPECT_EQ(+r.g.pSrc != nullptr, c.count > 0) << c.what;
         if (c.count == 0) continue;
-        EXPECT_EQ(r.g.pSrc[0].x, c.src0.x) << c.what;
-        EXPECT_EQ(r.g.pSrc[0].y, c.src0.y) << c.what;
-        EXPECT_EQ(r.g.pDest[0].x, c.dst0.x) << c.what;
-        EXPECT_EQ(r.g.pDest[0].y, c.dst0.y) << c.what;
+        EXPECT_EQ(+r.g.pSrc[0].x, +c.src0.x) << c.what;
+        EXPECT_EQ(+r.g.pSrc[0].y, +c.src0.y) << c.what;
+        EXPECT_EQ(+r.g.pDest[0].x, +c.dst0.x) << c.what;
+        EXPECT_EQ(+r.g.pDest[0].y, +c.dst0.y) << c.what;
     }
     kvtest::ReportRecorder reports;
     RsfRead missing;
@@ -387,7 +387,7 @@ TEST(WorldRsfHostile, Inputs) {
         EXPECT_EQ(w.flags & GEOPARAM_FILE_FOUND, special ? 0u : +GEOPARAM_FILE_FOUND) << h.what;
         EXPECT_EQ(r.flags & GEOPARAM_FILE_FOUND, special ? 0u : +GEOPARAM_FILE_FOUND) << h.what;
         if (r.flags & GEOPARAM_CONTROLS) {
-            EXPECT_EQ(r.g.nControls, 3) << h.what;
+            EXPECT_EQ(+r.g.nControls, 3) << h.what;
         }
     }
     const std::string longName = dir / (std::string(300, 'n') + ".tif");
