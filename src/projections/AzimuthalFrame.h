@@ -7,6 +7,7 @@
 #define KVPROJ_PROJECTIONS_AZIMUTHALFRAME_H
 
 #include "frame/Angles.h"
+#include "projections/Figure.h"
 #include "projections/AngleWrap.h"
 #include "projections/ProjModule.h"
 
@@ -103,7 +104,7 @@ template <class Radial>
 inline void ForwardAzimuthal(PROJDATA* data, PROJPOINT* points, int count, double phiC,
                              Radial radial) {
     const AzimuthalFrame frame(phiC, data->Lon0);
-    const double r = data->MajorRadius;
+    const double r = Figure(data).a;
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         const AzimuthalFrame::Terms t = frame.At(p.x, p.y);
         double k;
@@ -121,7 +122,7 @@ template <class Angle>
 inline void InverseAzimuthal(PROJDATA* data, PROJPOINT* points, int count, double phiC,
                              Angle angle) {
     const AzimuthalFrame frame(phiC, data->Lon0);
-    const double r = data->MajorRadius;
+    const double r = Figure(data).a;
     ForEachInverse(data, points, count, [&](PROJPOINT& p) {
         if (!(r > 0.0)) return false;
         const double rho = std::hypot(p.x, p.y); // Snyder 20-18

@@ -48,8 +48,8 @@ struct PROJMODULE {
 constexpr int kProjModuleCount = 29;
 static_assert(kProjModuleCount == PT_COUNT, "one module row per ProjType");
 
-// Indexed by ProjType (checked when the table is compiled). Rows 0 (unprojected), 9 and 10 (state plane, resolved by
-// the engine) have no functions; rows whose formulas are not built yet have
+// Indexed by ProjType (checked when the table is compiled). Rows 0 (unprojected), 9 and 10 (state
+// plane, resolved by the engine) have no functions; rows whose formulas are not built yet have
 // their domain and split tests but null Forward/Inverse, which the engine must
 // treat as a missing module.
 extern const PROJMODULE ProjModuleTable[kProjModuleCount];

@@ -43,9 +43,10 @@ inline bool QGuardFires(const AlbersCone& c, double sinPsi) {
 
 AlbersCone MakeCone(const PROJDATA* d) {
     AlbersCone c{};
-    c.a = d->MajorRadius;
+    const Figure fig(d);
+    c.a = fig.a;
     c.lam0 = d->Lon0;
-    c.sphere = d->Flattening == 0.0;
+    c.sphere = fig.sphere;
     const double s0 = std::sin(d->Lat0), s1 = std::sin(d->Lat1), s2 = std::sin(d->Lat2);
     if (c.sphere) {
         c.ok = true;
@@ -55,8 +56,8 @@ AlbersCone MakeCone(const PROJDATA* d) {
         c.rho0 = c.a * std::sqrt(c.C - 2.0 * c.n * s0) / c.n;
         return c;
     }
-    c.e = Eccentricity(d->Flattening);
-    c.e2 = c.e * c.e;
+    c.e = fig.e;
+    c.e2 = fig.e2;
     c.halfInvE = 1.0 / (2.0 * c.e);
     c.oneMinusE2 = 1.0 - c.e2;
     if (QGuardFires(c, s0) || QGuardFires(c, s1) || QGuardFires(c, s2)) return c;

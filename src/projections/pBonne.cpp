@@ -27,9 +27,10 @@ struct Bonne {
 
 Bonne MakeBonne(const PROJDATA* d) {
     Bonne b{};
-    b.a = d->MajorRadius;
-    b.e = d->Flattening == 0.0 ? 0.0 : Eccentricity(d->Flattening);
-    b.e2 = b.e * b.e;
+    const Figure fig(d);
+    b.a = fig.a;
+    b.e = fig.e;
+    b.e2 = fig.e2;
     b.lam0 = d->Lon0;
     b.phi1 = d->Lat1;
     b.sgn = azim::Sign(b.phi1);

@@ -7,6 +7,7 @@
 // far half of the transverse meridian, and the poles need no special case. The
 // inverse uses the same form for 13-4, and refuses x beyond a quarter great
 // circle, which no point reaches.
+#include "projections/Figure.h"
 #include "projections/AngleWrap.h"
 #include "projections/AzimuthalFrame.h"
 #include "projections/Modules.h"
@@ -18,7 +19,7 @@ namespace KVProj {
 
 bool CassiniForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, phi0 = data->Lat0, lam0 = data->Lon0;
+    const double r = Figure(data).a, phi0 = data->Lat0, lam0 = data->Lon0;
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         const double dLam = p.x - lam0;
         const double sinPhi = std::sin(p.y), cosPhi = std::cos(p.y);
@@ -32,7 +33,7 @@ bool CassiniForward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool CassiniInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, phi0 = data->Lat0, lam0 = data->Lon0;
+    const double r = Figure(data).a, phi0 = data->Lat0, lam0 = data->Lon0;
     azim::ForEachInverse(data, points, count, [&](PROJPOINT& p) {
         if (!(r > 0.0)) return false;
         const double xs = p.x / r;

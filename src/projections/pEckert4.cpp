@@ -2,6 +2,7 @@
 // t + sin t cos t + 2 sin t = (2 + pi/2) sin phi (Snyder 30-1 to 30-4); inverse
 // in closed form (30-5 to 30-7). The map coefficients are the published
 // seven-digit values, kept so that coordinates match maps made with them.
+#include "projections/Figure.h"
 #include "projections/ProjModule.h"
 #include "projections/AngleWrap.h"
 #include "projections/NewtonLanes.h"
@@ -25,7 +26,7 @@ inline void ComputeStep(EckertLane& a) {
 
 bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon; // normalised by the engine
     auto start = [](const PROJPOINT& p, EckertLane& a) {
         a.t = p.y / 2.0;
@@ -49,7 +50,7 @@ bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool Eckert4Inverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         const double t = std::asin(ClampUnit(p.y / (kCy * r)));
         const double s = std::sin(t), c = std::cos(t);

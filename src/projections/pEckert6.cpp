@@ -1,5 +1,6 @@
 // Eckert VI, sphere only. Forward: Newton's method on
 // t + sin t = (1 + pi/2) sin phi (Snyder 31-1 to 31-4); inverse in closed form.
+#include "projections/Figure.h"
 #include "projections/ProjModule.h"
 #include "projections/AngleWrap.h"
 #include "projections/NewtonLanes.h"
@@ -21,7 +22,7 @@ inline void ComputeStep(EckertLane& a) {
 
 bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon; // normalised by the engine
     const double k = r / std::sqrt(kTwoPlusPi);
     auto start = [](const PROJPOINT& p, EckertLane& a) {
@@ -50,7 +51,7 @@ bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool Eckert6Inverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     const double root = std::sqrt(kTwoPlusPi);
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         const double t = root * p.y / (2.0 * r);

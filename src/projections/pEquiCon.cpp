@@ -23,7 +23,7 @@ struct EquiConCone {
 
 EquiConCone MakeCone(const PROJDATA* d) {
     EquiConCone c{};
-    c.r = d->MajorRadius;
+    c.r = Figure(d).a;
     c.lam0 = d->Lon0;
     const double phi1 = d->Lat1, phi2 = d->Lat2;
     // Parallels closer than 1e-6 radian would divide rounding noise by a tiny

@@ -1,5 +1,6 @@
 // Equidistant Cylindrical (plate carree when Lat1 is 0), sphere only, with
 // Lat1 as the standard parallel. Snyder 12-1, 12-2, 12-3, 12-4.
+#include "projections/Figure.h"
 #include "projections/Modules.h"
 #include "projections/ProjModule.h"
 
@@ -9,7 +10,7 @@ namespace KVProj {
 
 bool EquiCylForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double lam0 = data->Lon0, r = data->MajorRadius;
+    const double lam0 = data->Lon0, r = Figure(data).a;
     const double rc = r * std::cos(data->Lat1);
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         p.x = (p.x - lam0) * rc;
@@ -21,7 +22,7 @@ bool EquiCylForward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool EquiCylInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double lam0 = data->Lon0, r = data->MajorRadius;
+    const double lam0 = data->Lon0, r = Figure(data).a;
     const double c1 = std::cos(data->Lat1);
     // Only an exact zero fails: cos(pi/2) in doubles is about 6e-17, which
     // gives huge but finite longitudes.

@@ -46,16 +46,17 @@ inline double HotineT(double phi, double e) {
 Hotine MakeHotine(const PROJDATA* d) {
     Hotine h{};
     h.rotate = d->bRotate;
-    h.e = d->Flattening == 0.0 ? 0.0 : Eccentricity(d->Flattening);
+    const Figure fig(d);
+    h.e = fig.e;
     h.inv = ConformalInverse(h.e);
-    const double e2 = h.e * h.e;
+    const double e2 = fig.e2;
     const double phi0 = d->Lat0;
     const double sinP0 = std::sin(phi0), cosP0 = std::cos(phi0);
     if (std::fabs(cosP0) <= kFltEps) return h; // centre at a pole: no central line
     const double sgn0 = azim::Sign(sinP0);
     const double w0 = 1.0 - e2 * sinP0 * sinP0;
     h.B = std::sqrt(1.0 + e2 * std::pow(cosP0, 4) / (1.0 - e2));               // Snyder 9-11
-    h.A = d->MajorRadius * h.B * d->K0 * std::sqrt(1.0 - e2) / w0;             // Snyder 9-12
+    h.A = fig.a * h.B * d->K0 * std::sqrt(1.0 - e2) / w0;                      // Snyder 9-12
     const double t0 = HotineT(phi0, h.e);                                      // Snyder 9-13
     double D = h.B * std::sqrt(1.0 - e2) / (std::fabs(cosP0) * std::sqrt(w0)); // 9-14
     if (D < 1.0) D = 1.0; // rounding at the equator; F needs D >= 1

@@ -34,7 +34,7 @@ struct Cone {
 // Snyder 15-1 to 15-3 with 14-4. Only the forward direction refuses L == 0:
 // the inverse lets the resulting non-finite n through to the engine's screen.
 Cone SphereCone(const PROJDATA* d, Direction dir) {
-    Cone c{true, false, 0.0, 0.0, d->MajorRadius, d->Lon0, 0.0, 0.0, 0.0};
+    Cone c{true, false, 0.0, 0.0, Figure(d).a, d->Lon0, 0.0, 0.0, 0.0};
     const double t1 = std::tan(kQuarterPi + d->Lat1 / 2.0);
     if (t1 == 0.0) return c;
     const double l = std::log(std::tan(kQuarterPi + d->Lat2 / 2.0) / t1);
@@ -58,9 +58,8 @@ inline double EllipsoidRho(const Cone& c, double t) {
 
 // Snyder 15-8 to 15-10 with 14-15 and 15-9.
 Cone EllipsoidCone(const PROJDATA* d) {
-    Cone c{false, false, 0.0, 0.0, d->MajorRadius, d->Lon0, 0.0, 0.0, 0.0};
-    c.e = Eccentricity(d->Flattening);
-    c.e2 = c.e * c.e;
+    const Figure fig(d);
+    Cone c{false, false, fig.e, fig.e2, fig.a, d->Lon0, 0.0, 0.0, 0.0};
     const double s0 = std::sin(d->Lat0), s1 = std::sin(d->Lat1), s2 = std::sin(d->Lat2);
     if (1.0 + c.e * s0 == 0.0 || 1.0 + c.e * s1 == 0.0 || 1.0 + c.e * s2 == 0.0) return c;
     if (!(1.0 - c.e2 * s1 * s1 > 0.0) || !(1.0 - c.e2 * s2 * s2 > 0.0)) return c;
@@ -82,7 +81,7 @@ Cone EllipsoidCone(const PROJDATA* d) {
 }
 
 Cone MakeCone(const PROJDATA* d, Direction dir) {
-    return d->Flattening == 0.0 ? SphereCone(d, dir) : EllipsoidCone(d);
+    return Figure(d).sphere ? SphereCone(d, dir) : EllipsoidCone(d);
 }
 
 inline void PlaceOnCone(const Cone& c, double rho, PROJPOINT& p) {

@@ -1,8 +1,8 @@
 // Mercator, normal aspect, sphere or ellipsoid. Lat0 is the latitude of true
 // scale, not an origin: the equator is always y = 0. Snyder 7-1, 7-2 (sphere),
 // 7-6, 7-7 (ellipsoid), 7-4, 7-5 and 7-10, 7-9 (inverse).
-#include "projections/Modules.h"
 #include "projections/Figure.h"
+#include "projections/Modules.h"
 #include "projections/Series.h"
 #include "projections/ConformalLatitude.h"
 #include "frame/Angles.h"
@@ -30,9 +30,10 @@ struct Scale {
 };
 
 Scale MakeScale(const PROJDATA* d) {
-    const double a = d->MajorRadius, phi1 = d->Lat0;
-    if (d->Flattening == 0.0) return {true, std::cos(phi1), a * std::cos(phi1), 0.0};
-    const double e = Eccentricity(d->Flattening), s1 = std::sin(phi1);
+    const Figure fig(d);
+    const double a = fig.a, phi1 = d->Lat0;
+    if (fig.sphere) return {true, std::cos(phi1), a * std::cos(phi1), 0.0};
+    const double e = fig.e, s1 = std::sin(phi1);
     const double w = 1.0 - e * e * s1 * s1;
     if (!(w > 0.0)) return {false, 0.0, 0.0, e};
     const double k = std::cos(phi1) / std::sqrt(w); // Snyder 7-8 at phi1
@@ -44,8 +45,9 @@ Scale MakeScale(const PROJDATA* d) {
 bool MercForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Scale sc = MakeScale(data);
-    const double lam0 = data->Lon0, a = data->MajorRadius;
-    if (data->Flattening == 0.0) {
+    const Figure fig(data);
+    const double lam0 = data->Lon0, a = fig.a;
+    if (fig.sphere) {
         const double rk = a * std::cos(data->Lat0);
         ForEachPoint(data, points, count, [&](PROJPOINT& p) {
             if (std::fabs(p.y) >= kPhiMax) return false;
@@ -74,8 +76,9 @@ bool MercForward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool MercInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double lam0 = data->Lon0, a = data->MajorRadius;
-    if (data->Flattening == 0.0) {
+    const Figure fig(data);
+    const double lam0 = data->Lon0, a = fig.a;
+    if (fig.sphere) {
         // No guard: a true-scale latitude at a pole gives non-finite values,
         // which the engine marks.
         const double c1 = std::cos(data->Lat0);

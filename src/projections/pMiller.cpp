@@ -1,6 +1,7 @@
 // Miller Cylindrical, sphere only (an ellipsoid's semi-major axis serves as
 // the radius). Snyder 11-1, 11-2 and the hyperbolic form of 11-6.
 #include "frame/Angles.h"
+#include "projections/Figure.h"
 #include "projections/Modules.h"
 #include "projections/ProjModule.h"
 
@@ -10,7 +11,7 @@ namespace KVProj {
 
 bool MillerForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double lam0 = data->Lon0, r = data->MajorRadius;
+    const double lam0 = data->Lon0, r = Figure(data).a;
     // 0.4 phi + pi/4 stays below pi/2 even at the poles: no point can fail.
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         p.x = (p.x - lam0) * r;
@@ -22,7 +23,7 @@ bool MillerForward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool MillerInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double lam0 = data->Lon0, r = data->MajorRadius;
+    const double lam0 = data->Lon0, r = Figure(data).a;
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         p.x = p.x / r + lam0;
         p.y = std::atan(std::sinh(0.8 * p.y / r)) / 0.8;

@@ -1,6 +1,7 @@
 // Mollweide, sphere only. Forward: Newton's method on 2t + sin 2t = pi sin phi
 // for t' = 2t (Snyder 14-4 in its doubled form), then 14-1 and 14-2. Inverse in
 // closed form, 14-6 to 14-8.
+#include "projections/Figure.h"
 #include "projections/Series.h"
 #include "projections/AngleWrap.h"
 #include "projections/NewtonLanes.h"
@@ -56,7 +57,7 @@ inline void HalfAngle(const Auxiliary& a, double* sinHalf, double* cosHalf) {
 
 bool MolleForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon; // normalised by the engine
     const double cx = std::pow(8.0, 0.5) / kPi * r, cy = std::pow(2.0, 0.5) * r;
     auto start = [&](const PROJPOINT& p, Auxiliary& a) {
@@ -85,7 +86,7 @@ bool MolleForward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool MolleInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     const double sqrt2R = std::pow(2.0, 0.5) * r, sqrt8R = std::pow(8.0, 0.5) * r;
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         // Beyond the outline the clamp puts the point on the pole line, where

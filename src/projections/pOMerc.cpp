@@ -3,6 +3,7 @@
 // x runs along the central line from its crossing of the equator at
 // lambda0 = lambda_p + 90 degrees, y across it; the pole of the oblique
 // transformation (phi_p, lambda_p) is 90 degrees from every point of the line.
+#include "projections/Figure.h"
 #include "projections/AngleWrap.h"
 #include "projections/AzimuthalFrame.h"
 #include "projections/Modules.h"
@@ -26,7 +27,7 @@ struct OMerc {
 
 OMerc MakeOMerc(const PROJDATA* d) {
     OMerc m{};
-    m.rk0 = d->MajorRadius * d->K0;
+    m.rk0 = Figure(d).a * d->K0;
     const double phi1 = d->Lat1, lam1 = d->Lon1, phi2 = d->Lat2, lam2 = d->Lon2;
     if (std::fabs(phi1 - phi2) < kPointTolerance && std::fabs(lam1 - lam2) < kPointTolerance)
         return m;

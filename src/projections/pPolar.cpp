@@ -42,8 +42,9 @@ struct Stereo {
 
 Stereo MakeStereo(const PROJDATA* d) {
     Stereo s{};
-    s.a = d->MajorRadius;
-    s.e = d->Flattening == 0.0 ? 0.0 : Eccentricity(d->Flattening);
+    const Figure fig(d);
+    s.a = fig.a;
+    s.e = fig.e;
     s.lam0 = d->Lon0;
     s.k0 = d->K0;
     s.inv = ConformalInverse(s.e);

@@ -27,9 +27,10 @@ struct Polycon {
 
 Polycon MakePolycon(const PROJDATA* d) {
     Polycon c{};
-    c.a = d->MajorRadius;
-    c.e = d->Flattening == 0.0 ? 0.0 : Eccentricity(d->Flattening);
-    c.e2 = c.e * c.e;
+    const Figure fig(d);
+    c.a = fig.a;
+    c.e = fig.e;
+    c.e2 = fig.e2;
     c.lam0 = d->Lon0;
     c.phi0 = d->Lat0;
     c.arc = MeridianArc(c.a, c.e);

@@ -19,6 +19,7 @@
 // finds the band of |Y| among the nodes, then solves the band's cubic for u by
 // Newton's method from the chord's estimate (Y rises steadily within every
 // band, so a few steps reach rounding), then X follows at the same u.
+#include "projections/Figure.h"
 #include "projections/AngleWrap.h"
 #include "projections/AzimuthalFrame.h"
 #include "projections/Modules.h"
@@ -138,7 +139,7 @@ bool InversePoint(double r, double lam0, PROJPOINT& p) {
 
 bool RobSterForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon;
     ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(r, lam0, wrap, p); });
     return true;
@@ -146,7 +147,7 @@ bool RobSterForward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool RobSterInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     azim::ForEachInverse(data, points, count,
                          [&](PROJPOINT& p) { return r > 0.0 && InversePoint(r, lam0, p); });
     return true;

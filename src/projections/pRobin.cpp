@@ -4,6 +4,7 @@
 // single precision as they have always been stored; evaluation is in double.
 // The inverse finds the band by the Y table and solves the band's cubic by
 // Newton's method.
+#include "projections/Figure.h"
 #include "projections/Modules.h"
 #include "frame/Angles.h"
 #include "projections/ProjModule.h"
@@ -80,7 +81,7 @@ constexpr int kNewtonMaxSteps = 100;
 
 bool RobinForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius;
+    const double r = Figure(data).a;
     ForEachPoint(data, points, count, [r](PROJPOINT& p) {
         const double lam = p.x, phi = p.y; // no central meridian
         const double absPhi = std::fabs(phi);
@@ -98,7 +99,7 @@ bool RobinForward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool RobinInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius;
+    const double r = Figure(data).a;
     ForEachPoint(data, points, count, [r](PROJPOINT& p) {
         const double u = p.x / r, v = p.y / r;
         const double yn = std::fabs(v / kYScale);

@@ -13,9 +13,10 @@ namespace KVProj {
 
 bool SinusForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double a = data->MajorRadius, lam0 = data->Lon0;
+    const Figure fig(data);
+    const double a = fig.a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon; // normalised by the engine
-    if (data->Flattening == 0.0) {
+    if (fig.sphere) {
         ForEachPoint(data, points, count, [&](PROJPOINT& p) {
             double dLam = p.x - lam0;
             if (wrap) dLam = WrapOnce(dLam);
@@ -26,7 +27,7 @@ bool SinusForward(PROJDATA* data, PROJPOINT* points, int count) {
         });
         return true;
     }
-    const double e = Eccentricity(data->Flattening), e2 = e * e;
+    const double e = fig.e, e2 = fig.e2;
     const MeridianArc arc(a, e);
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {
         double dLam = p.x - lam0;
@@ -45,10 +46,11 @@ bool SinusForward(PROJDATA* data, PROJPOINT* points, int count) {
 
 bool SinusInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double a = data->MajorRadius, lam0 = data->Lon0;
+    const Figure fig(data);
+    const double a = fig.a, lam0 = data->Lon0;
     // cos(pi/2) in doubles is about 6e-17, not zero: a point on the pole line
     // gives a huge but finite longitude unless x is 0. Only an exact zero fails.
-    if (data->Flattening == 0.0) {
+    if (fig.sphere) {
         ForEachPoint(data, points, count, [&](PROJPOINT& p) {
             const double phi = p.y / a, c = std::cos(phi);
             if (c == 0.0) return false;
@@ -58,7 +60,7 @@ bool SinusInverse(PROJDATA* data, PROJPOINT* points, int count) {
         });
         return true;
     }
-    const double e = Eccentricity(data->Flattening), e2 = e * e;
+    const double e = fig.e, e2 = fig.e2;
     const MeridianArc arc(a, e);
     const Footpoint foot(e);
     ForEachPoint(data, points, count, [&](PROJPOINT& p) {

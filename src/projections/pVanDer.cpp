@@ -1,5 +1,6 @@
 // Van der Grinten (I), sphere only. Forward Snyder 29-1 to 29-9; inverse by
 // the trigonometric solution of the cubic, 29-10 to 29-17.
+#include "projections/Figure.h"
 #include "projections/AngleWrap.h"
 #include "projections/Modules.h"
 #include "frame/Angles.h"
@@ -101,14 +102,14 @@ bool InversePoint(double r, double lam0, PROJPOINT& p) {
 
 bool VanDerForward(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(r, lam0, p); });
     return true;
 }
 
 bool VanDerInverse(PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const double r = data->MajorRadius, lam0 = data->Lon0;
+    const double r = Figure(data).a, lam0 = data->Lon0;
     ForEachPoint(data, points, count, [&](PROJPOINT& p) { return InversePoint(r, lam0, p); });
     return true;
 }
