@@ -318,9 +318,11 @@ void OrientByNesting(std::vector<Ring>& rings) {
     }
 }
 
-// Cuts one ring into its inside arcs. Returns 0 when the ring crosses the
-// boundary, otherwise 1 when it lies wholly inside and 2 when wholly outside.
-int SplitRing(const Clipper& c, const Path& pts, std::vector<Arc>& arcs) {
+// Where a ring lies against the boundary of the valid area.
+enum class RingPlace { Crosses, WhollyInside, WhollyOutside };
+
+// Cuts one ring into its inside arcs (added to `arcs` when it crosses).
+RingPlace SplitRing(const Clipper& c, const Path& pts, std::vector<Arc>& arcs) {
     const size_t n = pts.size();
     std::vector<bool> in(n);
     for (size_t i = 0; i < n; ++i)
@@ -337,7 +339,7 @@ int SplitRing(const Clipper& c, const Path& pts, std::vector<Arc>& arcs) {
             firstExit = i;
             break;
         }
-    if (firstExit == ev.size()) return in[0] ? 1 : 2;
+    if (firstExit == ev.size()) return in[0] ? RingPlace::WhollyInside : RingPlace::WhollyOutside;
     Arc arc;
     bool open = false;
     for (size_t k = 1; k <= ev.size(); ++k) {
@@ -355,7 +357,7 @@ int SplitRing(const Clipper& c, const Path& pts, std::vector<Arc>& arcs) {
             }
         }
     }
-    return 0;
+    return RingPlace::Crosses;
 }
 
 bool Deliver(const std::vector<Path>& rings, void* user, ProjPolygonFunc polygon) {
@@ -440,12 +442,12 @@ bool PClipPolygon(const PClipDomain& domain, int parts, const int* partCounts,
     std::vector<Path> result;
     std::vector<const Ring*> outside;
     for (const Ring& r : rings) {
-        const int state = SplitRing(c, r.pts, arcs);
-        if (state == 1) {
+        const RingPlace place = SplitRing(c, r.pts, arcs);
+        if (place == RingPlace::WhollyInside) {
             Path whole = r.pts;
             CloseRing(whole);
             result.push_back(std::move(whole));
-        } else if (state == 2) {
+        } else if (place == RingPlace::WhollyOutside) {
             outside.push_back(&r);
         }
     }

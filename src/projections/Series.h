@@ -137,8 +137,8 @@ inline void SinCosStep(double phi, double d, double* s, double* c) {
 // projections shrink fast, and for a step of at most half a radian the
 // rotation by d costs a few multiplications where a fresh sine and cosine
 // cost a library call. The series for sin d (to d^15) and cos d - 1 (to d^16)
-// leave less than 1e-19 out at that size; each rotation adds about an ulp to
-// the pair, so a dozen steps stay within 1e-15 of sin(t + d) and cos(t + d).
+// leave less than 1e-19 out at that size; each rotation adds an ulp or two to
+// the pair, so a dozen steps stay within 3e-15 of sin(t + d) and cos(t + d).
 // Larger steps, and non-finite ones, are evaluated afresh.
 constexpr double kRotateLimit = 0.5;
 

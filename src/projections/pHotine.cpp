@@ -141,20 +141,20 @@ bool ForwardPoint(const Hotine& h, PROJPOINT& p) {
 bool InversePoint(const Hotine& h, PROJPOINT& p) {
     double u, v;
     if (h.rotate) {
-        v = p.x * h.cosAc - p.y * h.sinAc; // Snyder ch. 9 inverse rotation (GN 7-2: v')
-        u = p.y * h.cosAc + p.x * h.sinAc; // GN 7-2: u'
+        v = p.x * h.cosAc - p.y * h.sinAc; // EPSG GN 7-2 Hotine reverse: v'
+        u = p.y * h.cosAc + p.x * h.sinAc; // EPSG GN 7-2 Hotine reverse: u'
     } else {
         u = p.x;
         v = p.y;
     }
     u += h.uc;
-    const double Qp = std::exp(-h.B * v / h.A); // Snyder ch. 9 inverse: Q' (GN 7-2)
+    const double Qp = std::exp(-h.B * v / h.A); // EPSG GN 7-2 Hotine reverse: Q'
     if (!(Qp > 0.0) || !(Qp < kFltMax)) return false;
-    const double Sp = (Qp - 1.0 / Qp) / 2.0; // S'
-    const double Tp = (Qp + 1.0 / Qp) / 2.0; // T'
-    const double bu = h.B * u / h.A;
-    const double Vp = std::sin(bu);                       // V'
-    const double Up = (Vp * h.cosG0 + Sp * h.sinG0) / Tp; // U'
+    const double Sp = (Qp - 1.0 / Qp) / 2.0;              // GN 7-2 reverse: S'
+    const double Tp = (Qp + 1.0 / Qp) / 2.0;              // GN 7-2 reverse: T'
+    const double bu = h.B * u / h.A;                      // the argument B u' / A of V'
+    const double Vp = std::sin(bu);                       // GN 7-2 reverse: V'
+    const double Up = (Vp * h.cosG0 + Sp * h.sinG0) / Tp; // GN 7-2 reverse: U'
     if (std::fabs(std::fabs(Up) - 1.0) <= kFltEps) {
         // On the line through the poles of the aposphere.
         p.x = h.lam0;
@@ -162,12 +162,12 @@ bool InversePoint(const Hotine& h, PROJPOINT& p) {
         return true;
     }
     const double t =
-        std::pow(h.E / std::sqrt((1.0 + Up) / (1.0 - Up)), 1.0 / h.B); // t', Snyder ch. 9
+        std::pow(h.E / std::sqrt((1.0 + Up) / (1.0 - Up)), 1.0 / h.B); // GN 7-2 reverse: t'
     if (!(t >= 0.0) || !std::isfinite(t)) return false;
     const double chi = kHalfPi - 2.0 * std::atan(t); // Snyder 7-13
     p.y = h.inv.Phi(chi);                            // Snyder 3-5 (for 7-9)
-    p.x = h.lam0 - std::atan2(Sp * h.cosG0 - Vp * h.sinG0, std::cos(bu)) /
-                       h.B; // Snyder ch. 9 inverse lambda
+    p.x = h.lam0 -
+          std::atan2(Sp * h.cosG0 - Vp * h.sinG0, std::cos(bu)) / h.B; // GN 7-2 reverse: lambda
     return true;
 }
 

@@ -1,9 +1,10 @@
-// Robinson, sphere only, always centred on Greenwich. The published table of
-// parallel lengths and distances from the equator at every 5 degrees, with
-// each band made a cubic in the degrees into the band. The coefficients are
-// single precision as they have always been stored; evaluation is in double.
-// The inverse finds the band by the Y table and solves the band's cubic by
-// Newton's method.
+// Robinson, sphere only, always centred on Greenwich. Robinson's 1974 table of
+// parallel lengths and distances from the equator at every 5 degrees, with each
+// band made a cubic in the degrees into the band. The per-band coefficients are
+// the piecewise-cubic fit of that table distributed with PROJ 4 (its Robinson
+// module), figures copied as published and kept in single precision;
+// evaluation is in double. The inverse finds the band by the Y table and
+// solves the band's cubic by Newton's method.
 #include "projections/Figure.h"
 #include "projections/Modules.h"
 #include "frame/Angles.h"
