@@ -41,16 +41,22 @@ bool LineReader::Next(std::string& line) {
     line.clear();
     if (!m_file) return false;
     bool any = false;
+    bool heldCR = false; // a CR just past the limit: the end of a CR-LF, or content
     int c;
     while ((c = std::getc(m_file)) != EOF) {
         any = true;
         if (c == '\n') break;
+        if (heldCR) m_truncated = true; // the held CR was not followed by LF
+        heldCR = false;
         if (line.size() < m_maxLine) {
             line.push_back(static_cast<char>(c));
+        } else if (c == '\r') {
+            heldCR = true;
         } else {
             m_truncated = true;
         }
     }
+    if (heldCR && c != '\n') m_truncated = true;
     if (c == EOF && std::ferror(m_file)) {
         m_failed = true;
         return false;
@@ -91,8 +97,14 @@ bool WriteFileReplacing(const char* path, const std::string& text) {
     ok = std::fflush(f) == 0 && ok;
     ok = std::fclose(f) == 0 && ok;
     if (ok && std::rename(temp.c_str(), path) != 0) {
+#if defined(_WIN32)
         // Where rename will not replace an existing file, remove it first.
         ok = std::remove(path) == 0 && std::rename(temp.c_str(), path) == 0;
+#else
+        // POSIX rename replaces a file atomically; failing, it met something
+        // that must stay (a folder, another file system): leave it untouched.
+        ok = false;
+#endif
     }
     if (!ok) std::remove(temp.c_str());
     return ok;
