@@ -38,7 +38,7 @@ test-tsan: deps
 	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j $(JOBS)
 
 bench:
-	@sh tools/deps.sh libbenchmark-dev libproj-dev
+	@sh tools/deps.sh libbenchmark-dev libproj-dev libgdal-dev
 	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DKVPROJ_BUILD_BENCH=ON -DKVPROJ_BUILD_TESTS=OFF
 	cmake --build build-bench -j $(JOBS)
 	@for b in build-bench/bench/bench_*; do [ -x "$$b" ] && "$$b"; done

@@ -29,6 +29,12 @@ constexpr int kInternalError = 20200;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
+// A copy of a field of a byte-packed record: the comparison macros take
+// references, which must not bind to a misaligned member.
+template <typename T> T Val(T value) {
+    return value;
+}
+
 // Control pairs owned by the test, handed out as a GEOREF that points at them.
 struct Controls {
     std::vector<GEOREFPOINT> src, dst;
@@ -252,8 +258,8 @@ TEST(GeorefCoefficients, ControlsToCoeffMatchesGdalGeoTransform) {
     Controls c = OracleControls();
     GEOREF r = c.Record(TM_THIRD_ORDER);
     ASSERT_TRUE(RefControlsToCoeff(&r));
-    EXPECT_EQ(r.Method, TM_PRECALCULATED);
-    EXPECT_EQ(r.pSrc, c.src.data()); // the controls stay
+    EXPECT_EQ(Val(r.Method), TM_PRECALCULATED);
+    EXPECT_EQ(Val(r.pSrc), c.src.data()); // the controls stay
     const double got[6] = {r.C, r.A, r.B, r.F, r.D, r.E};
     const double tolerance[6] = {1e-6, 1e-10, 1e-10, 1e-6, 1e-10, 1e-10};
     for (int i = 0; i < 6; ++i)
@@ -398,6 +404,100 @@ TEST(GeorefGaussJordan, PivotsAndRefusesSingular) {
     EXPECT_FALSE(GaussJordan(singular, 2, s1, s2));
 }
 
+// ------------------------------------------------------------ warps
+
+constexpr int kWarpMethods[] = {TM_THIN_PLATE_SPLINE,  TM_NATURAL_CUBIC_SPLINE,
+                                TM_MARCOV_SPLINE,      TM_EXPONENTIAL_SPLINE,
+                                TM_RATIONAL_QUADRATIC, TM_INVERSE_DISTANCE};
+
+// Every warp passes through its controls and reproduces an affine map
+// (the image registration's own guarantees), reached through the handle.
+TEST(GeorefWarp, InterpolatesControlsAndReproducesAffine) {
+    Controls noisy = OracleControls();
+    Controls affine;
+    for (const GEOREFPOINT& p : RandomPoints(kPixels, 12, 5)) {
+        const GEOREFPOINT q = TrueImage(TM_AFFINE, kPixels, kUtm, p);
+        affine.Add(p.x, p.y, q.x, q.y);
+    }
+    for (int method : kWarpMethods) {
+        SCOPED_TRACE(RefMethodName(TransformMethod(method)));
+        Handle h(noisy.Record(method));
+        ASSERT_NE(h.h, nullptr);
+        double total = 1, each[16];
+        ASSERT_TRUE(RefComputeError(h.h, &total, each));
+        EXPECT_LT(total, 1e-6);
+        Handle a(affine.Record(method));
+        ASSERT_NE(a.h, nullptr);
+        for (const GEOREFPOINT& p : RandomPoints({2000, 2000, 6000}, 20, 6)) {
+            const GEOREFPOINT want = TrueImage(TM_AFFINE, kPixels, kUtm, p);
+            const GEOREFPOINT got = a.Forward(p.x, p.y);
+            EXPECT_NEAR(got.x, want.x, 1e-6);
+            EXPECT_NEAR(got.y, want.y, 1e-6);
+        }
+        GEOREFPOINT pts[2] = {{KVPROJ_UNPLOTTABLE, KVPROJ_UNPLOTTABLE}, {kNaN, 1}};
+        ASSERT_TRUE(RefForward(h.h, pts, 2));
+        EXPECT_EQ(pts[0].x, KVPROJ_UNPLOTTABLE);
+        EXPECT_TRUE(std::isnan(pts[1].x));
+    }
+}
+
+// A failed calibration fails the creation; its registration object is kept,
+// never released, as on every failed creation.
+TEST(GeorefWarp, FailedCalibrationAbandonsTheRegistration) {
+    Controls two;
+    two.Add(0, 0, 1, 1);
+    two.Add(1, 0, 2, 1);
+    Controls collinear = two;
+    collinear.Add(2, 0, 3, 1);
+    Controls affine3 = collinear;
+    affine3.Add(0, 1, 1, 5);
+    struct Case {
+        Controls* controls;
+        int method;
+        int kept; // registration objects kept by the call
+    };
+    const Case cases[] = {{&two, TM_THIN_PLATE_SPLINE, 1},
+                          {&collinear, TM_INVERSE_DISTANCE, 1},
+                          {&collinear, TM_AFFINE, 1},
+                          {&two, TM_NONE, 1},
+                          {&affine3, TM_MARCOV_SPLINE, 0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.method);
+        const int before = AbandonedRegistrations();
+        GEOREF r = c.controls->Record(c.method);
+        void* h = RefCreateSystem(&r);
+        EXPECT_EQ(h != nullptr, c.kept == 0);
+        RefDeleteSystem(h);
+        EXPECT_EQ(AbandonedRegistrations() - before, c.kept);
+    }
+}
+
+TEST(GeorefWarp, TraceOfCalibrationAndTransform) {
+    Controls c = OracleControls();
+    kvtest::LogCapture log("georef_warp_trace");
+    GEOREF r = c.Record(TM_RATIONAL_QUADRATIC);
+    Handle h(r);
+    GEOREFPOINT p{5000, 5000};
+    ASSERT_TRUE(RefForward(h.h, &p, 1));
+    GEOREF few = c.Record(TM_THIN_PLATE_SPLINE);
+    few.nControls = 2;
+    EXPECT_EQ(RefCreateSystem(&few), nullptr);
+    const std::string text = log.Text();
+    char calibrate[80], transform[120];
+    std::snprintf(calibrate, sizeof calibrate, "CTRACE:  WarpCalibrate(pCtx=%p, eWarpType=4)\r\n",
+                  h.h);
+    std::snprintf(transform, sizeof transform,
+                  "CTRACE:  WarpTransform(pCtx=%p, pPts=%p, nPts=1)\r\n", h.h,
+                  static_cast<void*>(&p));
+    EXPECT_TRUE(kvtest::Contains(text, calibrate)) << text;
+    EXPECT_TRUE(kvtest::Contains(text, transform)) << text;
+    EXPECT_TRUE(std::regex_search(
+        text, std::regex("WarpCalibrate\\(pCtx=0x[0-9a-f]+, eWarpType=0\\)\r\n"
+                         "(.*\r\n)?CTRACE:  Calibration failed\r\n"
+                         "CTRACE:  RefCreateSystem failed initializing transform\r\n")))
+        << text;
+}
+
 // ------------------------------------------------------------ precalculated affine
 
 GEOREF Precalculated(double a, double b, double c, double d, double e, double f) {
@@ -429,8 +529,8 @@ TEST(GeorefCoefficients, CoeffToControlsGivesTheCorners) {
     for (const CornerCase& cc : kCorners) {
         GEOREF r = Precalculated(2, 0.5, 100, -0.25, -3, 900);
         ASSERT_TRUE(RefCoeffToControls(&r, cc.width, cc.height));
-        EXPECT_EQ(r.Method, TM_AFFINE);
-        ASSERT_EQ(r.nControls, 4);
+        EXPECT_EQ(Val(r.Method), TM_AFFINE);
+        ASSERT_EQ(Val(r.nControls), 4);
         const GEOREFPOINT corners[4] = {{0, 0}, {cc.w, 0}, {cc.w, cc.h}, {0, cc.h}};
         for (int i = 0; i < 4; ++i) {
             EXPECT_EQ(r.pSrc[i].x, corners[i].x);
@@ -451,19 +551,19 @@ TEST(GeorefCoefficients, ConversionsLeaveOldArraysToTheCaller) {
     GEOREFPOINT* oldDst = r.pDest;
     r.Method = TM_PRECALCULATED;
     ASSERT_TRUE(RefCoeffToControls(&r, 10, 10));
-    EXPECT_NE(r.pSrc, oldSrc);
+    EXPECT_NE(Val(r.pSrc), oldSrc);
     std::free(oldSrc);
     std::free(oldDst);
     oldSrc = r.pSrc, oldDst = r.pDest;
     ASSERT_TRUE(RefAllocControls(&r, 3));
-    EXPECT_EQ(r.nControls, 3);
+    EXPECT_EQ(Val(r.nControls), 3);
     EXPECT_EQ(r.pSrc[2].x, 0.0); // zeroed
     std::free(oldSrc);
     std::free(oldDst);
     RefFreeControls(&r);
-    EXPECT_EQ(r.pSrc, nullptr);
-    EXPECT_EQ(r.pDest, nullptr);
-    EXPECT_EQ(r.nControls, 0);
+    EXPECT_EQ(Val(r.pSrc), nullptr);
+    EXPECT_EQ(Val(r.pDest), nullptr);
+    EXPECT_EQ(Val(r.nControls), 0);
 }
 
 TEST(GeorefCoefficients, CoeffToControlsOnlyForMethodFive) {
@@ -487,7 +587,7 @@ TEST(GeorefCoefficients, ControlsToCoeffRefusals) {
     for (int method : {TM_PRECALCULATED, TM_NONE}) {
         r = three.Record(method);
         EXPECT_FALSE(RefControlsToCoeff(&r));
-        EXPECT_EQ(r.Method, method);
+        EXPECT_EQ(Val(r.Method), method);
     }
     r = three.Record(TM_AFFINE);
     r.pDest = nullptr;
@@ -504,12 +604,12 @@ TEST(GeorefCoefficients, ControlsToCoeffRefusals) {
 TEST(GeorefResize, CoefficientsOfAnImageTwiceAsLarge) {
     GEOREF r = Precalculated(1, 0, 0, 0, 0, 0);
     ASSERT_TRUE(RefResize(&r, 100, 100, 200, 200));
-    EXPECT_EQ(r.Method, TM_PRECALCULATED);
+    EXPECT_EQ(Val(r.Method), TM_PRECALCULATED);
     EXPECT_NEAR(r.A, 0.5, 1e-15);
     for (double v : {r.B, r.C, r.D, r.E, r.F})
         EXPECT_NEAR(v, 0, 1e-12);
-    EXPECT_EQ(r.nControls, 0);
-    EXPECT_EQ(r.pSrc, nullptr);
+    EXPECT_EQ(Val(r.nControls), 0);
+    EXPECT_EQ(Val(r.pSrc), nullptr);
     // A world-file-like affine survives a 3 x 0.5 resize in mapped terms.
     r = Precalculated(2.5, 0.3, 500000, -0.2, -2.5, 4000000);
     ASSERT_TRUE(RefResize(&r, 1000, 800, 3000, 400));
@@ -606,8 +706,8 @@ TEST(GeorefBadInput, NullsAndCounts) {
         GEOREF a{};
         a.pSrc = c.src.data();
         EXPECT_FALSE(RefAllocControls(&a, n)) << n;
-        EXPECT_EQ(a.pSrc, nullptr);
-        EXPECT_EQ(a.nControls, 0);
+        EXPECT_EQ(Val(a.pSrc), nullptr);
+        EXPECT_EQ(Val(a.nControls), 0);
     }
     EXPECT_FALSE(RefAllocControls(nullptr, 3));
     RefFreeControls(nullptr);
@@ -640,9 +740,9 @@ TEST(GeorefHandle, KeepsItsOwnCopyOfTheRecord) {
     EXPECT_EQ(before.x, after.x);
     GEOREF info{};
     ASSERT_TRUE(RefGetHandleInfo(h.h, &info));
-    EXPECT_EQ(info.Method, TM_SECOND_ORDER);
-    EXPECT_EQ(info.nControls, 16);
-    EXPECT_NE(info.pSrc, c.src.data());
+    EXPECT_EQ(Val(info.Method), TM_SECOND_ORDER);
+    EXPECT_EQ(Val(info.nControls), 16);
+    EXPECT_NE(Val(info.pSrc), c.src.data());
     EXPECT_EQ(info.pSrc[0].x, 1068.285);
     EXPECT_EQ(info.Reserved[55], 0xA5);
 }
@@ -656,7 +756,7 @@ TEST(GeorefHandle, WrapperCopiesDeeplyAndAssignsShallowly) {
     GEOREF ia{}, ic{};
     ASSERT_TRUE(a.GetInfo(&ia));
     ASSERT_TRUE(copy.GetInfo(&ic));
-    EXPECT_NE(ia.pSrc, ic.pSrc); // a handle of its own
+    EXPECT_NE(Val(ia.pSrc), Val(ic.pSrc)); // a handle of its own
     GEOREFPOINT p{5000, 5000}, q{5000, 5000};
     ASSERT_TRUE(a.Forward(&p, 1));
     ASSERT_TRUE(copy.Forward(&q, 1));
@@ -667,7 +767,7 @@ TEST(GeorefHandle, WrapperCopiesDeeplyAndAssignsShallowly) {
     shared = a; // the same handle
     GEOREF is{};
     ASSERT_TRUE(shared.GetInfo(&is));
-    EXPECT_EQ(is.pSrc, ia.pSrc);
+    EXPECT_EQ(Val(is.pSrc), Val(ia.pSrc));
     a = CGeorefTransform(); // leaves the handle to `shared` alone
     EXPECT_FALSE(a.IsCreated());
     EXPECT_TRUE(shared.ComputeError(nullptr, nullptr));

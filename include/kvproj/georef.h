@@ -81,8 +81,9 @@ static_assert(offsetof(GEOREF, Reserved) == 72, "GEOREF layout");
 // registration object for the life of the process.
 KVPROJ_API void* RefCreateSystem(const GEOREF* pRefData);
 KVPROJ_API void RefDeleteSystem(void* hRef);
-// Transforms the points in place from source to destination space. For methods
-// 0..5 a point holding the unplottable marker in both coordinates stays as it is.
+// Transforms the points in place from source to destination space. A point
+// holding the unplottable marker in either coordinate stays as it is; for methods
+// 6..11 a finite point whose image is not finite becomes unplottable.
 KVPROJ_API bool RefForward(void* hRef, GEOREFPOINT* pPts, int nPts);
 // Mean distance between each destination control and its transformed source
 // control, and each of those distances; either pointer may be null. False for

@@ -7,6 +7,7 @@
 
 #include "kvproj/datum.h"
 #include "kvproj/export.h"
+#include "kvproj/georef.h"
 #include "kvproj/projdata.h"
 
 #include <cmath>
@@ -58,10 +59,16 @@ constexpr bool IsUnplottable(const PROJPOINT& p) {
 constexpr bool IsUnplottable(const DATUMPOINT& p) {
     return detail::HoldsMarker(p);
 }
+constexpr bool IsUnplottable(const GEOREFPOINT& p) {
+    return detail::HoldsMarker(p);
+}
 inline void MarkUnplottable(PROJPOINT& p) {
     detail::SetMarker(p);
 }
 inline void MarkUnplottable(DATUMPOINT& p) {
+    detail::SetMarker(p);
+}
+inline void MarkUnplottable(GEOREFPOINT& p) {
     detail::SetMarker(p);
 }
 

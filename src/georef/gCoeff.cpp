@@ -3,6 +3,7 @@
 // affine fit from controls, and rescaling for a resized image.
 #include "georef/kvGeoRef.h"
 
+#include "frame/Angles.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
 
@@ -45,7 +46,7 @@ bool CoeffForward(const GeoRefHandle* h, GEOREFPOINT* pts, int n) {
     const GEOREF r = h->ref;
     for (int i = 0; i < n; ++i) {
         GEOREFPOINT& p = pts[i];
-        if (p.x == KVPROJ_UNPLOTTABLE && p.y == KVPROJ_UNPLOTTABLE) continue;
+        if (IsUnplottable(p)) continue;
         p = AffineImage(r, p);
     }
     return true;

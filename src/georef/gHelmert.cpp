@@ -2,6 +2,7 @@
 // fitted to the controls by closed-form least squares.
 #include "georef/kvGeoRef.h"
 
+#include "frame/Angles.h"
 #include "frame/Diag.h"
 
 #include <cmath>
@@ -80,7 +81,7 @@ bool HelmertForward(const GeoRefHandle* h, GEOREFPOINT* pts, int n) {
     const double a = h->helmert[0], b = h->helmert[1], c = h->helmert[2], d = h->helmert[3];
     for (int i = 0; i < n; ++i) {
         GEOREFPOINT& p = pts[i];
-        if (p.x == KVPROJ_UNPLOTTABLE && p.y == KVPROJ_UNPLOTTABLE) continue;
+        if (IsUnplottable(p)) continue;
         const double x = p.x, y = p.y;
         p.x = a * x - b * y + c;
         p.y = b * x + a * y + d;

@@ -3,6 +3,7 @@
 // equals the term count) and solved by Gauss-Jordan elimination.
 #include "georef/kvGeoRef.h"
 
+#include "frame/Angles.h"
 #include "frame/Diag.h"
 
 #include <algorithm>
@@ -137,7 +138,7 @@ void EvaluatePolynomial(const GeoRefHandle* h, GEOREFPOINT* pts, int n) {
     std::copy(h->cy, h->cy + M, cy);
     for (int i = 0; i < n; ++i) {
         GEOREFPOINT& p = pts[i];
-        if (p.x == KVPROJ_UNPLOTTABLE && p.y == KVPROJ_UNPLOTTABLE) continue;
+        if (IsUnplottable(p)) continue;
         double t[M];
         FillTerms((p.x - f.x0) * f.invScale, (p.y - f.y0) * f.invScale, M, SquareFourth, t);
         double x = 0.0, y = 0.0;

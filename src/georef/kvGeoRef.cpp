@@ -3,8 +3,10 @@
 // the CGeorefTransform wrapper.
 #include "georef/kvGeoRef.h"
 
+#include "frame/Angles.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
+#include "kvproj/registration.h"
 
 #include <atomic>
 #include <cmath>
@@ -45,13 +47,53 @@ GeoRefHandle* AsHandle(void* hRef) {
     return static_cast<GeoRefHandle*>(hRef);
 }
 
-void FreeHandle(GeoRefHandle* h) {
+// Registration objects of failed creations. They are never released, but stay
+// reachable from here, so that leak checkers do not count them as lost.
+struct Abandoned {
+    CImageRegistration* registration;
+    Abandoned* next;
+};
+std::atomic<Abandoned*> g_abandoned{nullptr};
+std::atomic<int> g_abandonedCount{0};
+
+void Abandon(CImageRegistration* registration) {
+    if (!registration) return;
+    g_abandonedCount.fetch_add(1, std::memory_order_relaxed);
+    Abandoned* node = new (std::nothrow) Abandoned{registration, nullptr};
+    if (!node) return;
+    node->next = g_abandoned.load(std::memory_order_relaxed);
+    while (!g_abandoned.compare_exchange_weak(node->next, node, std::memory_order_release,
+                                              std::memory_order_relaxed)) {
+    }
+}
+
+CImageRegistration* NewRegistration() {
+    try {
+        return new CImageRegistration;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void FreeArrays(GeoRefHandle* h) {
     std::free(h->ref.pSrc);
     std::free(h->ref.pDest);
+}
+
+void FreeHandle(GeoRefHandle* h) {
+    FreeArrays(h);
+    delete h->registration;
     delete h;
 }
 
 // ------------------------------------------------------------ warps
+
+RPoints ToRPoints(const GEOREFPOINT* p, int n) {
+    RPoints points(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i)
+        points[i] = {p[i].x, p[i].y};
+    return points;
+}
 
 bool WarpCalibrate(GeoRefHandle* h, int warpType) {
     CTRACE("WarpCalibrate(pCtx=%p, eWarpType=%d)\n", static_cast<void*>(h), warpType);
@@ -59,14 +101,31 @@ bool WarpCalibrate(GeoRefHandle* h, int warpType) {
         CTRACE("Can't calibrate, bad args\n");
         return false;
     }
-    return false;
+    const GEOREF& r = h->ref;
+    const WarpingMethod method = static_cast<WarpingMethod>(warpType);
+    if (h->registration->Calibrate(ToRPoints(r.pSrc, r.nControls), ToRPoints(r.pDest, r.nControls),
+                                   method) != method) {
+        CTRACE("Calibration failed\n");
+        return false;
+    }
+    return true;
 }
 
+// A finite point whose image is not finite becomes unplottable; points that
+// are not finite and unplottable points stay as they are.
 bool WarpTransform(GeoRefHandle* h, GEOREFPOINT* pts, int n) {
     CTRACE("WarpTransform(pCtx=%p, pPts=%p, nPts=%d)\n", static_cast<void*>(h),
            static_cast<void*>(pts), n);
     if (!h->registration || !pts || n < 1) return false;
-    return false;
+    for (int i = 0; i < n; ++i) {
+        double x = pts[i].x, y = pts[i].y;
+        if (IsUnplottable(pts[i])) continue;
+        if (h->registration->Transform(x, y))
+            pts[i] = {x, y};
+        else if (std::isfinite(x) && std::isfinite(y))
+            MarkUnplottable(pts[i]);
+    }
+    return true;
 }
 
 // ------------------------------------------------------------ creation
@@ -117,9 +176,18 @@ void* CreateSystem(const GEOREF& r) {
         delete h;
         return nullptr;
     }
+    h->registration = NewRegistration();
+    if (!h->registration) {
+        FreeArrays(h);
+        delete h;
+        return KV_ASSERT_FAIL(), nullptr;
+    }
     if (!InitializeMethod(h)) {
         CTRACE("RefCreateSystem failed initializing transform\n");
-        FreeHandle(h);
+        // The arrays and the block are freed, the registration object is not.
+        Abandon(h->registration);
+        FreeArrays(h);
+        delete h;
         return nullptr;
     }
     return h;
@@ -166,7 +234,7 @@ void TraceControls(const GEOREF& r) {
 }
 
 int AbandonedRegistrations() {
-    return 0;
+    return g_abandonedCount.load(std::memory_order_relaxed);
 }
 
 // ------------------------------------------------------------ exported functions
