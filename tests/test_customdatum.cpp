@@ -1,4 +1,5 @@
 // The custom datum store over the "Custom Datums" section of a profile.
+#include "LocaleSupport.h"
 #include "TestSupport.h"
 #include "datum/CustomDatum.h"
 #include "kvproj/datum.h"
@@ -247,4 +248,73 @@ TEST(CustomDatum, OtherSectionsSurviveAndOverfullSectionIsNotRewritten) {
     EXPECT_FALSE(NDatDelete(p.c(), "Datum0"));
     EXPECT_TRUE(p.Read() == text);
     EXPECT_GT(NDatNumDatums(p.c()), 254 + 1000);
+}
+
+// A host under a decimal-comma locale writes the same profile as one under the
+// C locale, and reads a profile written anywhere back to the same values.
+TEST(CustomDatum, ProfileTextIsTheSameWhateverTheLocale) {
+    Profile p("locale");
+    kvtest::CommaLocale comma;
+    KVTEST_REQUIRE_COMMA_LOCALE(comma);
+    DATUM2WGS84 s = Molodensky(6378249.25, 0.0034075614, -263.5, 6.25, 431.125);
+    s.Method = DM_BURSA;
+    s.PMShift = 2.33722916666667;
+    s.rx = 0.5, s.ry = -0.25, s.rz = 0.125, s.k = -4.5;
+    ASSERT_TRUE(NDatSave(p.c(), "Comma", &s));
+    // The same line as the C locale writes (ValueFormat above).
+    EXPECT_TRUE(kvtest::Contains(p.Read(), "Comma=bursa,0,user-defined,6378249.2500000000,"
+                                           "0.0034075614,2.337229,-263.5000000000,6.2500000000,"
+                                           "431.1250000000,0.5000000000,-0.2500000000,"
+                                           "0.1250000000,-4.5000000000,\r\n"))
+        << p.Read();
+    // A profile written under the C locale keeps its fractions (IGN's NTF to WGS 84
+    // shift, rounded to the figures a user would type).
+    p.Write("[Custom Datums]\r\nNTF=molodensky,1,user-defined,6378249.2,0.0034075614,"
+            "2.5969213,-168.5,-60.25,320.75,\r\n");
+    DATUM2WGS84 back;
+    ASSERT_TRUE(NDatGetDatumParams(p.c(), "NTF", &back));
+    const struct {
+        double got, want;
+    } fields[] = {{back.MajorRadius, 6378249.2},
+                  {back.Flattening, 0.0034075614},
+                  {back.PMShift, 2.5969213},
+                  {back.dx, -168.5},
+                  {back.dy, -60.25},
+                  {back.dz, 320.75}};
+    for (const auto& f : fields)
+        EXPECT_EQ(f.got, f.want);
+    EXPECT_TRUE(back.bInverse);
+}
+
+// Blanks are part of a name: what is saved under a name is found under exactly
+// that name again, and names differing only in blanks are different datums.
+// A name starting with ';' makes a comment line: saved, never listed or found.
+TEST(CustomDatum, NamesKeepTheirBlanks) {
+    Profile p("blanks");
+    const struct {
+        const char* name;
+        double dx;
+        bool listed;
+    } rows[] = {{" Lead", 1, true}, {"Trail ", 2, true}, {"  Both  ", 3, true},
+                {"Lead", 4, true},  {"\tTab", 5, true},  {";Semi", 6, false}};
+    for (const auto& r : rows) {
+        DATUM2WGS84 s = Molodensky(6378137, 0.003, r.dx, 0, 0);
+        ASSERT_TRUE(NDatSave(p.c(), r.name, &s)) << r.name;
+    }
+    EXPECT_EQ(NDatNumDatums(p.c()), 254 + 5);
+    int index = 254;
+    for (const auto& r : rows) {
+        int found = -1;
+        DATUM2WGS84 back;
+        ASSERT_EQ(NDatExists(p.c(), r.name, &found), r.listed) << '"' << r.name << '"';
+        ASSERT_EQ(NDatGetDatumParams(p.c(), r.name, &back), r.listed) << r.name;
+        if (!r.listed) continue;
+        EXPECT_EQ(found, index) << r.name;
+        EXPECT_EQ(Name(p.c(), index++), r.name);
+        EXPECT_EQ(+back.dx, r.dx) << r.name;
+    }
+    ASSERT_TRUE(NDatDelete(p.c(), "Trail "));
+    EXPECT_TRUE(NDatExists(p.c(), " Lead", nullptr));
+    EXPECT_FALSE(NDatExists(p.c(), "Trail", nullptr));
+    EXPECT_EQ(NDatNumDatums(p.c()), 254 + 4);
 }

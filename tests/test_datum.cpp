@@ -7,6 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cmath>
 #include <cstring>
 #include <new>
@@ -257,6 +261,70 @@ TEST(DatumPipeline, HandleKeepsTheCallersRecordAndThreadsShareNothing) {
         th.join();
     EXPECT_EQ(std::memcmp(results[0].data(), results[2].data(), kPoints * sizeof(DATUMPOINT)), 0);
     EXPECT_EQ(std::memcmp(results[1].data(), results[3].data(), kPoints * sizeof(DATUMPOINT)), 0);
+}
+
+// A long array gives, point for point, what each point gives alone: the
+// conversion works through it in blocks without carrying anything across.
+TEST(DatumPipeline, LongArraysGiveWhatEachPointGivesAlone) {
+    constexpr int kPoints = 200003; // three blocks and a remainder
+    std::vector<DATUMPOINT> base(kPoints);
+    for (int i = 0; i < kPoints; ++i) {
+        const double t = i * 1e-5;
+        base[i] = {-400.0 + 800.0 * t / 2.00003, -120.0 + 240.0 * std::fmod(t * 7.0, 1.0)};
+    }
+    base[70000] = {std::nan(""), 10.0};
+    base[150000] = {kU, kU};
+    const std::pair<int, int> requests[] = {{2, 5}, {216, DATUM_WGS84}, {224, DATUM_WGS84}};
+    for (const auto& r : requests) {
+        std::vector<DATUMPOINT> all = base;
+        Xform x(Request(r.first, r.second));
+        ASSERT_TRUE(x.h && DatConvertDatum(x.h, all.data(), kPoints)) << r.first;
+        EXPECT_TRUE(DatHadUnplottables(x.h));
+        for (int i = 0; i < kPoints; i += (i % 65536 < 3 || i % 65536 > 65533) ? 1 : 97) {
+            DATUMPOINT one = base[i];
+            ASSERT_TRUE(DatConvertDatum(x.h, &one, 1));
+            ASSERT_EQ(std::memcmp(&one, &all[i], sizeof one), 0) << r.first << " point " << i;
+        }
+    }
+    // A grid that cannot be loaded fails in the first block; every point has
+    // still been folded and brought into -180..180, as before the shift.
+    kvtest::ReportRecorder rec;
+    std::vector<DATUMPOINT> far(kPoints, DATUMPOINT{190.0, 100.0});
+    Xform nadcon(Request(DATUM_NADCON_CONUS, DATUM_WGS84));
+    EXPECT_FALSE(DatConvertDatum(nadcon.h, far.data(), kPoints));
+    EXPECT_EQ(IdsOf(rec), Ids{20200});
+    for (int i = 0; i < kPoints; i += 65536 / 4)
+        EXPECT_TRUE(far[i].x == -170.0 && far[i].y == 80.0) << i;
+}
+
+// The scratch memory of a conversion does not grow with its count: a child
+// whose address space leaves 24 MB beyond its points converts 4 million
+// points (8 bytes of scratch per point would need 32 MB).
+TEST(DatumPipeline, ScratchMemoryDoesNotGrowWithTheCount) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers reserve address space of their own";
+#else
+    constexpr int kPoints = 4000000;
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        Xform x(Request(2, 5));
+        std::vector<DATUMPOINT> points(kPoints, DATUMPOINT{-95.0, 37.0});
+        long pages = 0;
+        std::FILE* statm = std::fopen("/proc/self/statm", "r");
+        if (!statm || std::fscanf(statm, "%ld", &pages) != 1) ::_exit(3);
+        std::fclose(statm);
+        const rlim_t limit = static_cast<rlim_t>(pages) * ::sysconf(_SC_PAGESIZE) + (24 << 20);
+        const struct rlimit rl = {limit, limit};
+        if (::setrlimit(RLIMIT_AS, &rl) != 0) ::_exit(4);
+        const bool ok = DatConvertDatum(x.h, points.data(), kPoints);
+        ::_exit(ok && points[kPoints - 1].x != -95.0 ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+#endif
 }
 
 TEST(DatumCheckParams, ResultsAndMessages) {

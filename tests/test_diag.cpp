@@ -1,11 +1,15 @@
 // Error reports, assertion reports, the diagnostic log and the floating-point hooks.
+#include "LocaleSupport.h"
 #include "TestSupport.h"
 #include "frame/StringTable.h"
 #include "frame/Util.h"
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <functional>
 
@@ -161,6 +165,16 @@ TEST(Log, LineFeedsBecomeCrLfAndLinesAreBounded) {
     }
 }
 
+// Parameter dumps read the same from every host.
+TEST(Log, NumbersUseAPointWhateverTheLocale) {
+    LogCapture log("locale");
+    kvtest::CommaLocale comma;
+    KVTEST_REQUIRE_COMMA_LOCALE(comma);
+    LogPrintf("    Scale:           %f\n", 0.9996);
+    CTRACE("%.2f|%g\n", -1.5, 2.5e-7);
+    EXPECT_EQ(log.Text(), "    Scale:           0.999600\r\nCTRACE:  -1.50|2.5e-07\r\n");
+}
+
 TEST(Log, DisabledDefaultAndUnwritable) {
     const bool was = LogIsEnabled();
     const std::string old = LogPath();
@@ -201,6 +215,35 @@ TEST(LogEnabling, VariableDecidesAndBannersFrameTheRun) {
     struct stat st;
     ASSERT_EQ(::stat(path.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);
+    std::remove(path.c_str());
+    ::rmdir(dir.c_str());
+}
+
+// A FIFO at the log path must neither hang a loading process (no reader: an
+// ordinary open would wait for one) nor receive log lines (a reader waiting).
+TEST(LogEnabling, AFifoAtTheLogPathNeitherBlocksNorIsWritten) {
+    const std::string dir = kvtest::TempPath("fifodir");
+    ::mkdir(dir.c_str(), 0700);
+    const std::string path = dir + "/kvproj.log";
+    std::remove(path.c_str());
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    const std::string cmd = "TMPDIR='" + dir +
+                            "' KVPROJLOG=1 timeout 20 '" KVPROJ_TOOL_PATH
+                            "' --version >/dev/null 2>&1";
+    const int status = std::system(cmd.c_str());
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "124: the load blocked on the FIFO";
+
+    const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    const bool was = LogIsEnabled();
+    const std::string old = LogPath();
+    LogSetup(true, path.c_str());
+    LogWrite("not for a pipe\n");
+    LogSetup(was, old.c_str());
+    char byte;
+    EXPECT_LE(::read(reader, &byte, 1), 0); // nothing was written into the pipe
+    ::close(reader);
     std::remove(path.c_str());
     ::rmdir(dir.c_str());
 }

@@ -55,7 +55,9 @@ TEST(IniProfile, ReadsWithWindowsSectionSemantics) {
         "; leading comment\r\n[Other]\r\nA=1\r\n"
         "[ custom DATUMS ]\r\n  Key One =  value 1  \r\n; a comment\r\n\r\nNoEquals\r\nk2=a=b\r\n"
         "[Custom Datums]\r\nSecond=ignored\r\n");
-    EXPECT_EQ(Section(p.path, "Custom Datums"), (Lines{"Key One=value 1", "NoEquals", "k2=a=b"}));
+    // Entries come back as they stand: a key's blanks are part of the key.
+    EXPECT_EQ(Section(p.path, "Custom Datums"),
+              (Lines{"  Key One =  value 1  ", "NoEquals", "k2=a=b"}));
     EXPECT_EQ(Section(p.path, "other"), (Lines{"A=1"}));
     EXPECT_TRUE(Section(p.path, "Missing").empty());
     EXPECT_TRUE(Section(p.path + ".absent", "Other").empty());

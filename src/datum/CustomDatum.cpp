@@ -3,6 +3,7 @@
 #include "datum/CustomDatum.h"
 
 #include "datum/DatumTable.h"
+#include "frame/CNumber.h"
 #include "frame/Diag.h"
 #include "frame/IniProfile.h"
 #include "frame/Util.h"
@@ -105,7 +106,7 @@ struct Fields {
         const char *b = nullptr, *e = nullptr;
         if (!next(b, e)) return 0.0;
         std::string field(b, e);
-        return std::strtod(field.c_str(), nullptr);
+        return StrtodC(field.c_str(), nullptr);
     }
 };
 
@@ -200,7 +201,7 @@ bool DatumParamsToText(const DATUM2WGS84& s, std::string* text) {
     if (!keyword || !text) return false;
     char buf[kValueLen];
     if (s.Method == DM_NOXFORM) {
-        std::snprintf(buf, sizeof buf, "%s,", keyword);
+        FormatC(buf, sizeof buf, "%s,", keyword);
         *text = buf;
         return true;
     }
@@ -213,14 +214,14 @@ bool DatumParamsToText(const DATUM2WGS84& s, std::string* text) {
         if (!EllipsoidInfo(s.Ellipsoid, name, &a, &f)) return false;
         ellipsoid = EscapeDatumName(name);
     }
-    int n =
-        std::snprintf(buf, sizeof buf, "%s,%d,%s,", keyword, s.bInverse ? 1 : 0, ellipsoid.c_str());
+    // The fields are written in the C locale: a decimal comma would split them.
+    int n = FormatC(buf, sizeof buf, "%s,%d,%s,", keyword, s.bInverse ? 1 : 0, ellipsoid.c_str());
     if (n > 0 && n < kValueLen && (s.Method == DM_MOLODENSKY || s.Method == DM_BURSA)) {
-        n += std::snprintf(buf + n, sizeof buf - n, "%.10f,%.10f,%.6f,%.10f,%.10f,%.10f,", a, f,
-                           double(s.PMShift), double(s.dx), double(s.dy), double(s.dz));
+        n += FormatC(buf + n, sizeof buf - n, "%.10f,%.10f,%.6f,%.10f,%.10f,%.10f,", a, f,
+                     double(s.PMShift), double(s.dx), double(s.dy), double(s.dz));
         if (n > 0 && n < kValueLen && s.Method == DM_BURSA)
-            std::snprintf(buf + n, sizeof buf - n, "%.10f,%.10f,%.10f,%.10f,", double(s.rx),
-                          double(s.ry), double(s.rz), double(s.k));
+            FormatC(buf + n, sizeof buf - n, "%.10f,%.10f,%.10f,%.10f,", double(s.rx), double(s.ry),
+                    double(s.rz), double(s.k));
     }
     *text = buf;
     return true;

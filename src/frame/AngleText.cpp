@@ -2,10 +2,10 @@
 // styles hosts display.
 #include "kvproj/angle.h"
 
+#include "frame/CNumber.h"
 #include "frame/Firewall.h"
 
 #include <charconv>
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -81,17 +81,6 @@ void SkipBlanksAndTabs(const char*& p) {
 // Every intermediate text, and so the whole result, fits in this many bytes.
 constexpr size_t kTextLen = LL_TEXT_LEN;
 
-// printf writes the locale's decimal point; the text must read back anywhere.
-void UseDecimalPoint(char* s) {
-    const char* point = std::localeconv()->decimal_point;
-    if (!point || !*point || std::strcmp(point, ".") == 0) return;
-    char* at = std::strstr(s, point);
-    if (!at) return;
-    const size_t len = std::strlen(point);
-    *at = '.';
-    std::memmove(at + 1, at + len, std::strlen(at + len) + 1);
-}
-
 class AngleText {
 public:
     const char* c_str() const { return text_; }
@@ -113,8 +102,7 @@ public:
 
     void AppendNumber(const char* format, double value) {
         char number[kTextLen];
-        std::snprintf(number, sizeof number, format, value);
-        UseDecimalPoint(number);
+        FormatC(number, sizeof number, format, value); // a point whatever the host's locale
         Append(number);
     }
 

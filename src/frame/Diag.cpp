@@ -1,6 +1,7 @@
 // Error reports, assertion reports and the diagnostic log.
 #include "frame/Diag.h"
 
+#include "frame/CNumber.h"
 #include "frame/Platform.h"
 #include "frame/StringTable.h"
 #include "kvlibw/kvlibw.h"
@@ -15,8 +16,7 @@ namespace {
 
 const char kModuleName[] = "KVProj";
 const char kMissingMessage[] = "Failed loading error message!";
-const char kRule[] =
-    "--------------------------------------------------------------------------\n";
+const char kRule[] = "--------------------------------------------------------------------------\n";
 static_assert(sizeof(kRule) == 76, "the banner rule is 74 minus signs and a line feed");
 
 // The log state is written once while the library is loaded and only read afterwards.
@@ -37,8 +37,8 @@ _KVERRINFO freshRecord(uint16_t messageId) {
     return info;
 }
 
-void fillDetails(_KVERRINFO& info, const KVCallerInstance* caller, const char* sourceFile,
-                 int line, const char* text) {
+void fillDetails(_KVERRINFO& info, const KVCallerInstance* caller, const char* sourceFile, int line,
+                 const char* text) {
     info.reserved = 0;
     info.moduleName = kModuleName;
     info.sourceFile = sourceFile;
@@ -97,9 +97,13 @@ void LogSetup(bool enabled, const char* path) {
     std::snprintf(g_logPath, sizeof g_logPath, "%s", path ? path : "debug.log");
 }
 
-bool LogIsEnabled() { return g_logEnabled; }
+bool LogIsEnabled() {
+    return g_logEnabled;
+}
 
-const char* LogPath() { return g_logPath; }
+const char* LogPath() {
+    return g_logPath;
+}
 
 void LogWrite(const char* text) {
     if (!g_logEnabled || !text) return;
@@ -118,7 +122,7 @@ void LogPrintf(const char* format, ...) {
     char buffer[kLogFormatLen];
     va_list args;
     va_start(args, format);
-    std::vsnprintf(buffer, sizeof buffer, format, args);
+    FormatCV(buffer, sizeof buffer, format, args); // a log reads alike on every host
     va_end(args);
     LogWrite(buffer);
 }
@@ -128,7 +132,7 @@ void CTRACE(const char* format, ...) {
     char buffer[kLogFormatLen];
     va_list args;
     va_start(args, format);
-    std::vsnprintf(buffer, sizeof buffer, format, args);
+    FormatCV(buffer, sizeof buffer, format, args); // a log reads alike on every host
     va_end(args);
     LogPrintf("CTRACE:  %s", buffer);
 }
@@ -149,7 +153,9 @@ void LogEndBanner() {
     LogPrintf("%s\n", kRule);
 }
 
-int AttachCount() { return g_attachCount.load(); }
+int AttachCount() {
+    return g_attachCount.load();
+}
 
 int _matherr(_exception* except) {
     CTRACE("Entered _matherr!\n");
@@ -157,14 +163,17 @@ int _matherr(_exception* except) {
     return 1;
 }
 
-bool MathErrorFlag() { return t_mathError; }
+bool MathErrorFlag() {
+    return t_mathError;
+}
 
-void SetMathErrorFlag(bool value) { t_mathError = value; }
+void SetMathErrorFlag(bool value) {
+    t_mathError = value;
+}
 
 int FPException(bool* flag, const FPExceptionInfo* info) {
     CTRACE("Entered FPException!\n");
-    if (!info || info->exceptionCode < kFltDenormalOperand ||
-        info->exceptionCode > kFltUnderflow)
+    if (!info || info->exceptionCode < kFltDenormalOperand || info->exceptionCode > kFltUnderflow)
         return 0;
     if (flag) *flag = true;
     // Off Windows the modules run with every exception masked, so only the

@@ -124,18 +124,16 @@ bool isComment(const std::string& text, size_t b, size_t e) {
     return b < e && text[b] == ';';
 }
 
-// Appends an entry line in its returned form: key and value trimmed.
-std::string entryText(const std::string& text, size_t b, size_t e) {
+// An entry line in its returned form: as it stands, less its line end. Keys
+// keep their blanks, so that a key written with a leading or trailing blank is
+// found again under the same text.
+std::string entryText(const std::string& text, const LineSpan& line) {
+    size_t e = line.end;
+    if (e > line.begin && text[e - 1] == '\r') --e; // CR-LF line end
     // A zero byte would end the entry early in the returned list: cut there.
-    const void* nul = std::memchr(text.data() + b, '\0', e - b);
+    const void* nul = std::memchr(text.data() + line.begin, '\0', e - line.begin);
     if (nul) e = static_cast<size_t>(static_cast<const char*>(nul) - text.data());
-    trim(text, b, e);
-    size_t eq = text.find('=', b);
-    if (eq == std::string::npos || eq >= e) return text.substr(b, e - b);
-    size_t kb = b, ke = eq, vb = eq + 1, ve = e;
-    trim(text, kb, ke);
-    trim(text, vb, ve);
-    return text.substr(kb, ke - kb) + "=" + text.substr(vb, ve - vb);
+    return text.substr(line.begin, e - line.begin);
 }
 
 std::string lineEnding(const std::string& text) {
@@ -194,7 +192,7 @@ size_t GetSection(const char* file, const char* section, char* buffer, size_t si
         size_t b = line.begin, e = line.end;
         trim(text, b, e);
         if (b >= e || isComment(text, b, e)) continue;
-        std::string entry = entryText(text, b, e);
+        std::string entry = entryText(text, line);
         if (entry.empty()) continue;
         if (used + entry.size() + 1 > room) {
             // Cut the entry so that the list still ends in two zeros.

@@ -18,8 +18,8 @@ namespace Ini {
 constexpr size_t kMaxProfileBytes = 64u * 1024u * 1024u;
 
 // Copies the entries of `section` into `buffer` as zero-terminated lines
-// ("key=value", key and value trimmed of blanks; lines without "=" as they
-// stand; blank and ";" comment lines skipped), followed by one more zero.
+// (each line as it stands, blanks around the key and value kept, less its LF or
+// CR-LF end; blank and ";" comment lines skipped), followed by one more zero.
 // Returns the number of characters written before that last zero; when the
 // section does not fit, the last line is cut, and the result is size - 2.
 // A missing file or section gives an empty list (result 0).

@@ -7,12 +7,15 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace KVProj {
 namespace Platform {
 
-bool EnvExists(const char* name) { return name && std::getenv(name) != nullptr; }
+bool EnvExists(const char* name) {
+    return name && std::getenv(name) != nullptr;
+}
 
 void DefaultLogPath(char* buffer, size_t size) {
     if (!buffer || size == 0) return;
@@ -27,8 +30,16 @@ void DefaultLogPath(char* buffer, size_t size) {
 
 bool AppendToFile(const char* path, const char* data, size_t size) {
     if (!path || !data) return false;
-    int fd = ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
+    // Non-blocking, so that a FIFO without a reader fails at once instead of
+    // waiting; anything but a regular file is then refused unwritten.
+    int fd =
+        ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600);
     if (fd < 0) return false;
+    struct stat st;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        return false;
+    }
     bool ok = true;
     while (size > 0) {
         ssize_t n = ::write(fd, data, size);
@@ -68,7 +79,9 @@ void CurrentTimeText(char* buffer, size_t size) {
     std::snprintf(buffer, size, "%s", text);
 }
 
-void ClearFloatStatus() { std::feclearexcept(FE_ALL_EXCEPT); }
+void ClearFloatStatus() {
+    std::feclearexcept(FE_ALL_EXCEPT);
+}
 
 } // namespace Platform
 } // namespace KVProj

@@ -14,7 +14,8 @@ bool EnvExists(const char* name);
 void DefaultLogPath(char* buffer, size_t size);
 
 // Appends `size` bytes to `path`, creating the file (mode 0600) when needed.
-// Symbolic links are not followed. Returns false when the file cannot be
+// Symbolic links are not followed, and anything but a regular file (a FIFO, a
+// device) is refused without blocking. Returns false when the file cannot be
 // opened or written.
 bool AppendToFile(const char* path, const char* data, size_t size);
 
