@@ -5,7 +5,7 @@ JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 WERROR     ?= OFF
 CMAKE_ARGS ?=
 
-.PHONY: all deps build demo test test-asan test-tsan bench fuzz install clean format
+.PHONY: all deps build demo test test-asan test-tsan bench fuzz fuzz-build fuzz-smoke install clean format
 
 all: build
 
@@ -43,10 +43,22 @@ bench:
 	cmake --build build-bench -j $(JOBS)
 	@for b in build-bench/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
 
-fuzz:
+# libFuzzer targets under ASan + UBSan (clang): `make fuzz-smoke` runs each for
+# FUZZ_SMOKE_SECONDS (CI), `make fuzz` for FUZZ_SECONDS (FUZZ_TARGETS='fuzz_ntv2*' picks some).
+FUZZ_BUILD         ?= build-fuzz
+FUZZ_SECONDS       ?= 600
+FUZZ_SMOKE_SECONDS ?= 20
+FUZZ_TARGETS       ?= fuzz_*
+fuzz-build:
 	@sh tools/deps.sh clang libclang-rt-14-dev
-	CXX=clang++ cmake -S . -B build-fuzz -DKVPROJ_BUILD_FUZZ=ON -DKVPROJ_BUILD_TESTS=OFF -DCMAKE_BUILD_TYPE=Debug
-	cmake --build build-fuzz -j $(JOBS)
+	CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DKVPROJ_BUILD_FUZZ=ON -DKVPROJ_BUILD_TESTS=OFF -DCMAKE_BUILD_TYPE=Debug $(CMAKE_ARGS)
+	cmake --build $(FUZZ_BUILD) -j $(JOBS)
+
+fuzz: fuzz-build
+	sh tools/fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) '$(FUZZ_TARGETS)'
+
+fuzz-smoke: fuzz-build
+	sh tools/fuzz.sh $(FUZZ_BUILD) $(FUZZ_SMOKE_SECONDS) '$(FUZZ_TARGETS)'
 
 install: build
 	cmake --install $(BUILD)

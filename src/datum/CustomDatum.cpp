@@ -5,6 +5,7 @@
 #include "datum/DatumTable.h"
 #include "frame/CNumber.h"
 #include "frame/Diag.h"
+#include "frame/Firewall.h"
 #include "frame/IniProfile.h"
 #include "frame/Util.h"
 
@@ -127,22 +128,11 @@ const char* methodKeyword(int method) {
     }
 }
 
-template <typename Fn> bool guarded(Fn fn) {
-    try {
-        return fn();
-    } catch (...) {
-        return KV_ASSERT_FAIL();
-    }
-}
-
-// Reads the section of `file` and hands it to fn(image), letting no
-// exception out.
+// Reads the section of `file` and hands it to fn(image).
 template <typename Fn> bool withSection(const char* file, Fn fn) {
-    return guarded([&] {
-        SectionImage image;
-        image.read(file);
-        return fn(image);
-    });
+    SectionImage image;
+    image.read(file);
+    return fn(image);
 }
 
 // The same for the entry of `name`: fn(image, index of its line), or false
@@ -215,13 +205,14 @@ bool DatumParamsToText(const DATUM2WGS84& s, std::string* text) {
         ellipsoid = EscapeDatumName(name);
     }
     // The fields are written in the C locale: a decimal comma would split them.
-    int n = FormatC(buf, sizeof buf, "%s,%d,%s,", keyword, s.bInverse ? 1 : 0, ellipsoid.c_str());
+    int n =
+        FormatC(buf, sizeof buf, "%s,%d,%s,", keyword, s.bInverse ? 1 : 0, ellipsoid.c_str());
     if (n > 0 && n < kValueLen && (s.Method == DM_MOLODENSKY || s.Method == DM_BURSA)) {
         n += FormatC(buf + n, sizeof buf - n, "%.10f,%.10f,%.6f,%.10f,%.10f,%.10f,", a, f,
                      double(s.PMShift), double(s.dx), double(s.dy), double(s.dz));
         if (n > 0 && n < kValueLen && s.Method == DM_BURSA)
-            FormatC(buf + n, sizeof buf - n, "%.10f,%.10f,%.10f,%.10f,", double(s.rx), double(s.ry),
-                    double(s.rz), double(s.k));
+            FormatC(buf + n, sizeof buf - n, "%.10f,%.10f,%.10f,%.10f,", double(s.rx),
+                    double(s.ry), double(s.rz), double(s.k));
     }
     *text = buf;
     return true;
@@ -287,105 +278,116 @@ bool TextToDatumParams(const char* text, DATUM2WGS84* out) {
 
 int NDatNumDatums(const char* file) {
     if (!file) return kFirstCustom;
-    try {
+    return KV_GUARDED(kFirstCustom, [&] {
         SectionImage image;
         image.read(file);
         return kFirstCustom + static_cast<int>(image.lines.size());
-    } catch (...) {
-        KV_ASSERT_FAIL();
-        return kFirstCustom;
-    }
+    });
 }
 
 bool NDatEnumDatumName(const char* file, char* out, int index) {
-    if (index < 0 || !out) return false;
-    if (index < kFirstCustom) {
-        DatGetDatumName(static_cast<DatumType>(index), out);
-        return true;
-    }
-    out[0] = '\0';
-    if (!file) return false;
-    return withSection(file, [&](const SectionImage& image) {
-        const size_t i = static_cast<size_t>(index - kFirstCustom);
-        if (i >= image.lines.size()) return false;
-        const char* line = image.line(i);
-        const char* eq = std::strchr(line, '=');
-        size_t keyLen = eq ? static_cast<size_t>(eq - line) : std::strlen(line);
-        CopyName(out, UnescapeDatumName(line, keyLen).c_str(), kNameLen);
-        return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (index < 0 || !out) return false;
+        if (index < kFirstCustom) {
+            DatGetDatumName(static_cast<DatumType>(index), out);
+            return true;
+        }
+        out[0] = '\0';
+        if (!file) return false;
+        return withSection(file, [&](const SectionImage& image) {
+            const size_t i = static_cast<size_t>(index - kFirstCustom);
+            if (i >= image.lines.size()) return false;
+            const char* line = image.line(i);
+            const char* eq = std::strchr(line, '=');
+            size_t keyLen = eq ? static_cast<size_t>(eq - line) : std::strlen(line);
+            CopyName(out, UnescapeDatumName(line, keyLen).c_str(), kNameLen);
+            return true;
+        });
     });
 }
 
 bool NDatSave(const char* file, const char* name, const DATUM2WGS84* params) {
-    if (!file || !name || !params || builtIn(name, nullptr)) return false;
-    return withSection(file, [&](const SectionImage& image) {
-        const std::string key = EscapeDatumName(name);
-        std::string value;
-        if (!DatumParamsToText(*params, &value)) return false;
-        const std::string line = key + "=" + value;
-        return writeSection(file, image, image.find(key), &line);
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!file || !name || !params || builtIn(name, nullptr)) return false;
+        return withSection(file, [&](const SectionImage& image) {
+            const std::string key = EscapeDatumName(name);
+            std::string value;
+            if (!DatumParamsToText(*params, &value)) return false;
+            const std::string line = key + "=" + value;
+            return writeSection(file, image, image.find(key), &line);
+        });
     });
 }
 
 bool NDatDelete(const char* file, const char* name) {
-    if (!file || !name || builtIn(name, nullptr)) return false;
-    return withEntry(file, name, [&](const SectionImage& image, int i) {
-        return writeSection(file, image, i, nullptr);
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!file || !name || builtIn(name, nullptr)) return false;
+        return withEntry(file, name, [&](const SectionImage& image, int i) {
+            return writeSection(file, image, i, nullptr);
+        });
     });
 }
 
 bool NDatGetDatumParams(const char* file, const char* name, DATUM2WGS84* out) {
-    if (!name || !out) return false;
-    DatumType id;
-    if (builtIn(name, &id)) return DatGetDatumParams(id, out);
-    if (!file) return false;
-    return withEntry(file, name, [&](const SectionImage& image, int i) {
-        const char* eq = std::strchr(image.line(static_cast<size_t>(i)), '=');
-        return eq && TextToDatumParams(eq + 1, out);
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!name || !out) return false;
+        DatumType id;
+        if (builtIn(name, &id)) return DatGetDatumParams(id, out);
+        if (!file) return false;
+        return withEntry(file, name, [&](const SectionImage& image, int i) {
+            const char* eq = std::strchr(image.line(static_cast<size_t>(i)), '=');
+            return eq && TextToDatumParams(eq + 1, out);
+        });
     });
 }
 
 bool NDatExists(const char* file, const char* name, int* index) {
-    if (!name) return false;
-    DatumType id;
-    if (builtIn(name, &id)) {
-        if (index) *index = id;
-        return true;
-    }
-    if (!file) return false;
-    return withEntry(file, name, [&](const SectionImage&, int i) {
-        if (index) *index = kFirstCustom + i;
-        return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!name) return false;
+        DatumType id;
+        if (builtIn(name, &id)) {
+            if (index) *index = id;
+            return true;
+        }
+        if (!file) return false;
+        return withEntry(file, name, [&](const SectionImage&, int i) {
+            if (index) *index = kFirstCustom + i;
+            return true;
+        });
     });
 }
 
 bool NDatIsBuiltIn(const char* /*file*/, const char* name, DatumType* out) {
-    return builtIn(name, out);
+    return KV_GUARDED(false, [&]() -> bool { return builtIn(name, out); });
 }
 
 // Both below hand an already escaped name to NDatGetDatumParams, which
 // escapes it again, so names that need escaping are not found. Existing hosts
 // and profiles depend on exactly this behaviour; it stays.
 bool NDatReversible(const char* file, const char* name) {
-    if (!name) return false;
-    DatumType id;
-    if (builtIn(name, &id)) return DatReversible(id);
-    return guarded([&] {
-        DATUM2WGS84 s;
-        if (!NDatGetDatumParams(file, EscapeDatumName(name).c_str(), &s)) return false;
-        return MethodReversible(s.Method);
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!name) return false;
+        DatumType id;
+        if (builtIn(name, &id)) return DatReversible(id);
+        return KV_GUARDED(false, [&] {
+            DATUM2WGS84 s;
+            if (!NDatGetDatumParams(file, EscapeDatumName(name).c_str(), &s)) return false;
+            return MethodReversible(s.Method);
+        });
     });
 }
 
 bool NDatGetDatumMethod(const char* file, const char* name, DatumMethod* out) {
-    if (!name || !out) return false;
-    DatumType id;
-    if (builtIn(name, &id)) return DatGetDatumMethod(id, out);
-    return guarded([&] {
-        DATUM2WGS84 s;
-        if (!NDatGetDatumParams(file, EscapeDatumName(name).c_str(), &s)) return false;
-        *out = s.Method;
-        return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!name || !out) return false;
+        DatumType id;
+        if (builtIn(name, &id)) return DatGetDatumMethod(id, out);
+        return KV_GUARDED(false, [&] {
+            DATUM2WGS84 s;
+            if (!NDatGetDatumParams(file, EscapeDatumName(name).c_str(), &s)) return false;
+            *out = s.Method;
+            return true;
+        });
     });
 }
 

@@ -1,5 +1,6 @@
 // The built-in datum table and its queries.
 #include "datum/DatumTable.h"
+#include "frame/Firewall.h"
 
 #include "frame/Util.h"
 
@@ -321,79 +322,93 @@ bool inRange(int id) {
 } // namespace
 
 int DatNumDatums() {
-    return DATUM_COUNT;
+    return KV_GUARDED(int(DATUM_COUNT), [&]() -> int { return DATUM_COUNT; });
 }
 
 void DatGetDatumName(DatumType id, char* out) {
-    if (!out) return;
-    out[0] = '\0';
-    if (id == DATUM_USER_DEFINED) {
-        CopyName(out, kUserDefined, kTextLen);
-        return;
-    }
-    int i = DatumFindRow(id);
-    if (i < kDatumRowCount) CopyName(out, kDatumRows[i].name, kTextLen);
+    KV_GUARDED_VOID([&] {
+        if (!out) return;
+        out[0] = '\0';
+        if (id == DATUM_USER_DEFINED) {
+            CopyName(out, kUserDefined, kTextLen);
+            return;
+        }
+        int i = DatumFindRow(id);
+        if (i < kDatumRowCount) CopyName(out, kDatumRows[i].name, kTextLen);
+    });
 }
 
 bool DatGetDatumFromName(DatumType* out, const char* name) {
-    if (!out || !name) return false;
-    if (equalNoCase(name, kUserDefined)) {
-        *out = DATUM_USER_DEFINED;
-        return true;
-    }
-    for (int i = 0; i < kDatumRowCount; ++i) {
-        if (equalNoCase(name, kDatumRows[i].name)) {
-            *out = static_cast<DatumType>(kDatumRows[i].id);
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!out || !name) return false;
+        if (equalNoCase(name, kUserDefined)) {
+            *out = DATUM_USER_DEFINED;
             return true;
         }
-    }
-    return false;
+        for (int i = 0; i < kDatumRowCount; ++i) {
+            if (equalNoCase(name, kDatumRows[i].name)) {
+                *out = static_cast<DatumType>(kDatumRows[i].id);
+                return true;
+            }
+        }
+        return false;
+    });
 }
 
 bool DatGetDatumPOSCNumber(DatumType id, int* out) {
-    if (id == DATUM_USER_DEFINED) return false;
-    int i = DatumFindRow(id);
-    if (i >= kDatumRowCount || kDatumRows[i].posc == 0) return false;
-    if (out) *out = kDatumRows[i].posc;
-    return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (id == DATUM_USER_DEFINED) return false;
+        int i = DatumFindRow(id);
+        if (i >= kDatumRowCount || kDatumRows[i].posc == 0) return false;
+        if (out) *out = kDatumRows[i].posc;
+        return true;
+    });
 }
 
 bool DatGetDatumFromPOSCNumber(DatumType* out, int number) {
-    if (!out || number == 0) return false;
-    for (int i = 0; i < kDatumRowCount; ++i) {
-        if (kDatumRows[i].posc == number) {
-            *out = static_cast<DatumType>(kDatumRows[i].id);
-            return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!out || number == 0) return false;
+        for (int i = 0; i < kDatumRowCount; ++i) {
+            if (kDatumRows[i].posc == number) {
+                *out = static_cast<DatumType>(kDatumRows[i].id);
+                return true;
+            }
         }
-    }
-    return false;
+        return false;
+    });
 }
 
 bool DatReversible(DatumType id) {
-    // The end marker's method (7) answers false for 0 and unknown ids.
-    int i = DatumFindRow(id);
-    if (i > kDatumRowCount) return false;
-    return MethodReversible(kDatumRows[i].method);
+    return KV_GUARDED(false, [&]() -> bool {
+        // The end marker's method (7) answers false for 0 and unknown ids.
+        int i = DatumFindRow(id);
+        if (i > kDatumRowCount) return false;
+        return MethodReversible(kDatumRows[i].method);
+    });
 }
 
 bool DatGetDatumParams(DatumType id, DATUM2WGS84* out) {
-    if (!out || !inRange(id)) return false;
-    int i = DatumFindDestRow(id);
-    if (i >= kDatumRowCount) return false;
-    DatumFillStep(kDatumRows[i], out);
-    if (out->Ellipsoid != ELLIPSOID_USER_DEFINED) {
-        out->MajorRadius = EllipsoidRadius(out->Ellipsoid);
-        out->Flattening = EllipsoidFlattening(out->Ellipsoid);
-    }
-    return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!out || !inRange(id)) return false;
+        int i = DatumFindDestRow(id);
+        if (i >= kDatumRowCount) return false;
+        DatumFillStep(kDatumRows[i], out);
+        if (out->Ellipsoid != ELLIPSOID_USER_DEFINED) {
+            out->MajorRadius = EllipsoidRadius(out->Ellipsoid);
+            out->Flattening = EllipsoidFlattening(out->Ellipsoid);
+        }
+        return true;
+    });
 }
 
 bool DatGetDatumMethod(DatumType id, DatumMethod* out) {
-    if (!out || !inRange(id)) return false;
-    int i = DatumFindRow(id);
-    if (i >= kDatumRowCount) return false;
-    *out = kDatumRows[i].method;
-    return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!out || !inRange(id)) return false;
+        int i = DatumFindRow(id);
+        if (i >= kDatumRowCount) return false;
+        *out = kDatumRows[i].method;
+        return true;
+    });
 }
 
 } // namespace KVProj

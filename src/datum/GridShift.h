@@ -7,6 +7,7 @@
 #ifndef KVPROJ_DATUM_GRIDSHIFT_H
 #define KVPROJ_DATUM_GRIDSHIFT_H
 
+#include "frame/SiblingFile.h" // the grid files' lookup
 #include "kvproj/datum.h"
 #include "kvproj/export.h"
 
@@ -14,21 +15,6 @@
 #include <cstdio>
 
 namespace KVProj {
-
-// ---------------------------------------------------------------- grid files
-
-// Directory searched for grid files instead of the executable's own (tests and
-// the tool). Null or "" goes back to the executable's directory.
-void GridSetSearchDirectory(const char* dir);
-
-// `out` receives the search directory followed by `fileName`. False when the
-// directory is unknown or the result does not fit in `size`.
-bool GridPathBeside(const char* fileName, char* out, size_t size);
-
-// Opens `path` for binary reading; when that fails, also tries the same file
-// name spelled all in lower case (grid files copied onto case-sensitive file
-// systems often are). Null when neither opens.
-std::FILE* GridOpenEitherCase(const char* path);
 
 // ---------------------------------------------------------------- NADCON
 

@@ -4,6 +4,7 @@
 #include "datum/Ntv2.h"
 
 #include "frame/Diag.h"
+#include "frame/Firewall.h"
 #include "frame/Platform.h"
 #include "frame/Util.h"
 
@@ -26,15 +27,6 @@ constexpr double kDegPerRad = 57.29577951308232;
 constexpr int kRecord = 16;
 constexpr int kHeaderBytes = 11 * kRecord;
 constexpr int kNodeBytes = 16; // latitude shift, longitude shift, two accuracies
-
-// ---------------------------------------------------------------- grid files
-
-std::mutex g_dirMutex;
-std::string g_searchDir; // empty: the executable's directory
-
-char lowerAscii(char c) {
-    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 // ---------------------------------------------------------------- file fields
 
@@ -291,48 +283,6 @@ int transformLocked(GlobalGrid& g, int count, DATUMPOINT* points, bool inverse) 
 
 } // namespace
 
-// ---------------------------------------------------------------- grid files
-
-void GridSetSearchDirectory(const char* dir) {
-    std::lock_guard<std::mutex> lock(g_dirMutex);
-    try {
-        g_searchDir = dir ? dir : "";
-        if (!g_searchDir.empty() && g_searchDir.back() != '/') g_searchDir += '/';
-    } catch (...) {
-        g_searchDir.clear();
-        KV_ASSERT_FAIL();
-    }
-}
-
-bool GridPathBeside(const char* fileName, char* out, size_t size) {
-    if (!out || size == 0) return false;
-    out[0] = '\0';
-    char dir[kPathLen] = "";
-    {
-        std::lock_guard<std::mutex> lock(g_dirMutex);
-        if (g_searchDir.size() >= sizeof dir) return false;
-        std::memcpy(dir, g_searchDir.c_str(), g_searchDir.size() + 1);
-    }
-    if (!dir[0] && !Platform::ExecutableDirectory(dir, sizeof dir)) return false;
-    int n = std::snprintf(out, size, "%s%s", dir, fileName ? fileName : "");
-    if (n < 0 || static_cast<size_t>(n) >= size) {
-        out[0] = '\0';
-        return false;
-    }
-    return true;
-}
-
-std::FILE* GridOpenEitherCase(const char* path) {
-    if (!path || !*path) return nullptr;
-    if (std::FILE* f = std::fopen(path, "rb")) return f;
-    char lower[kPathLen];
-    CopyName(lower, path, kPathLen);
-    char* name = std::strrchr(lower, '/');
-    for (char* p = name ? name + 1 : lower; *p; ++p)
-        *p = lowerAscii(*p);
-    return std::strcmp(lower, path) != 0 ? std::fopen(lower, "rb") : nullptr;
-}
-
 // ---------------------------------------------------------------- the tree
 
 void Ntv2Tree::Clear() {
@@ -492,21 +442,18 @@ int Ntv2TransformPoint(const Ntv2Tree& tree, double* lon, double* lat, bool inve
 // ---------------------------------------------------------------- the process-wide grid
 
 int NTV2Startup(const char* path) {
-    try {
+    return KV_GUARDED(int(NTV2_NO_MEMORY), [&] {
         GlobalGrid& g = global();
         std::unique_lock<std::shared_mutex> lock(g.mutex);
         return startupLocked(g, path);
-    } catch (...) {
-        KV_ASSERT_FAIL();
-        return NTV2_NO_MEMORY;
-    }
+    });
 }
 
 int NTV2Transform(int count, DATUMPOINT* points, bool inverse) {
     LogPrintf("NTV2Transform(iNumPoints=%d, pPoints=%p, bInverse=%s)\n", count,
               static_cast<void*>(points), inverse ? "true" : "false");
-    if (count < 1 || !points) return NTV2_OK;
-    try {
+    if (count < 1 || !points) return int(NTV2_OK);
+    return KV_GUARDED(int(NTV2_NO_MEMORY), [&]() -> int {
         GlobalGrid& g = global();
         for (;;) {
             {
@@ -519,29 +466,24 @@ int NTV2Transform(int count, DATUMPOINT* points, bool inverse) {
                 if (status != NTV2_OK) return status;
             }
         }
-    } catch (...) {
-        KV_ASSERT_FAIL();
-        return NTV2_NO_MEMORY;
-    }
+    });
 }
 
 void NTV2Shutdown() {
-    try {
+    KV_GUARDED_VOID([&] {
         GlobalGrid& g = global();
         std::unique_lock<std::shared_mutex> lock(g.mutex);
         LogPrintf("NTV2Shutdown\n");
         forget(g);
-    } catch (...) {
-        KV_ASSERT_FAIL();
-    }
+    });
 }
 
 bool NTV2HadUnplottables() {
-    return global().hadUnplottables;
+    return KV_GUARDED(false, [&] { return global().hadUnplottables.load(); });
 }
 
 int NTV2GetSubGrids(Ntv2SubGridInfo* out, int max) {
-    try {
+    return KV_GUARDED(0, [&] {
         GlobalGrid& g = global();
         std::shared_lock<std::shared_mutex> lock(g.mutex);
         int n = 0;
@@ -565,10 +507,7 @@ int NTV2GetSubGrids(Ntv2SubGridInfo* out, int max) {
             return true;
         });
         return n;
-    } catch (...) {
-        KV_ASSERT_FAIL();
-        return 0;
-    }
+    });
 }
 
 } // namespace KVProj

@@ -2,6 +2,7 @@
 // 1989): Δφ″ = Σ a(i,j) Uⁱ Vʲ and Δλ″ = Σ b(i,j) Uⁱ Vʲ with U = K (φ - φm) and
 // V = K (λ - λm), φ and λ in degrees.
 #include "datum/dMRE.h"
+#include "frame/Firewall.h"
 
 #include <array>
 
@@ -487,26 +488,30 @@ bool MreHasDatum(int id) {
 }
 
 bool MreDeltas(int id, double lat, double lon, double* dLatSec, double* dLonSec) {
-    if (!MreHasDatum(id) || !dLatSec || !dLonSec) return false;
-    const Origin& o = kOrigins[id - kFirstId];
-    const double U = o.K * (lat - o.lat);
-    const double V = o.K * (lon - o.lon);
-    *dLatSec = evaluate(kMatrices[id - kFirstId][kLat], U, V);
-    *dLonSec = evaluate(kMatrices[id - kFirstId][kLon], U, V);
-    return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!MreHasDatum(id) || !dLatSec || !dLonSec) return false;
+        const Origin& o = kOrigins[id - kFirstId];
+        const double U = o.K * (lat - o.lat);
+        const double V = o.K * (lon - o.lon);
+        *dLatSec = evaluate(kMatrices[id - kFirstId][kLat], U, V);
+        *dLonSec = evaluate(kMatrices[id - kFirstId][kLon], U, V);
+        return true;
+    });
 }
 
 bool MreShift(int id, DATUMPOINT* points, int count) {
-    if (!MreHasDatum(id) || !points || count < 0) return false;
-    for (int n = 0; n < count; ++n) {
-        DATUMPOINT& p = points[n];
-        if (p.x == KVPROJ_UNPLOTTABLE || p.y == KVPROJ_UNPLOTTABLE) continue;
-        double dLat = 0.0, dLon = 0.0;
-        MreDeltas(id, p.y, p.x, &dLat, &dLon);
-        p.x += dLon / 3600.0;
-        p.y += dLat / 3600.0;
-    }
-    return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!MreHasDatum(id) || !points || count < 0) return false;
+        for (int n = 0; n < count; ++n) {
+            DATUMPOINT& p = points[n];
+            if (p.x == KVPROJ_UNPLOTTABLE || p.y == KVPROJ_UNPLOTTABLE) continue;
+            double dLat = 0.0, dLon = 0.0;
+            MreDeltas(id, p.y, p.x, &dLat, &dLon);
+            p.x += dLon / 3600.0;
+            p.y += dLat / 3600.0;
+        }
+        return true;
+    });
 }
 
 } // namespace KVProj

@@ -4,6 +4,7 @@
 #include "datum/dNadcon.h"
 
 #include "frame/Diag.h"
+#include "frame/Firewall.h"
 
 #include <climits>
 #include <cmath>
@@ -93,44 +94,48 @@ void NadconShiftPoints(std::FILE* las, std::FILE* los, const NadconHeader& h, DA
 }
 
 bool NadconShift(const char* area, DATUMPOINT* points, int count) {
-    LogPrintf("----------------NADCON--------------\n");
-    char las[kPathLen] = "", los[kPathLen] = "", name[kPathLen];
-    std::snprintf(name, sizeof name, "%s.LAS", area ? area : "");
-    GridPathBeside(name, las, sizeof las);
-    std::snprintf(name, sizeof name, "%s.LOS", area ? area : "");
-    GridPathBeside(name, los, sizeof los);
+    return KV_GUARDED(false, [&]() -> bool {
+        LogPrintf("----------------NADCON--------------\n");
+        char las[kPathLen] = "", los[kPathLen] = "", name[kPathLen];
+        std::snprintf(name, sizeof name, "%s.LAS", area ? area : "");
+        GridPathBeside(name, las, sizeof las);
+        std::snprintf(name, sizeof name, "%s.LOS", area ? area : "");
+        GridPathBeside(name, los, sizeof los);
 
-    std::FILE* lasFile = GridOpenEitherCase(las);
-    std::FILE* losFile = GridOpenEitherCase(los);
-    if (!lasFile || !losFile) {
-        if (lasFile) std::fclose(lasFile);
-        if (losFile) std::fclose(losFile);
-        KV_ASSERT_FAIL();
-        LogPrintf("Failed opening grid files (%s and %s)\n", las, los);
-        return false;
-    }
-    if (points && count > 0)
-        NadconShiftPoints(lasFile, losFile, NadconReadHeader(lasFile), points, count);
-    std::fclose(lasFile);
-    std::fclose(losFile);
-    return true;
+        std::FILE* lasFile = GridOpenEitherCase(las);
+        std::FILE* losFile = GridOpenEitherCase(los);
+        if (!lasFile || !losFile) {
+            if (lasFile) std::fclose(lasFile);
+            if (losFile) std::fclose(losFile);
+            KV_ASSERT_FAIL();
+            LogPrintf("Failed opening grid files (%s and %s)\n", las, los);
+            return false;
+        }
+        if (points && count > 0)
+            NadconShiftPoints(lasFile, losFile, NadconReadHeader(lasFile), points, count);
+        std::fclose(lasFile);
+        std::fclose(losFile);
+        return true;
+    });
 }
 
 bool NadconReadGridInfo(const char* path, NadconGridInfo* info) {
-    if (!path || !info) return false;
-    std::FILE* f = std::fopen(path, "rb");
-    if (!f) return false;
-    bool whole = std::fseek(f, 0, SEEK_END) == 0 && std::ftell(f) >= kHeaderOffset + 28;
-    NadconHeader h = NadconReadHeader(f);
-    std::fclose(f);
-    if (!whole) return false;
-    info->columns = h.columns;
-    info->rows = h.rows;
-    info->west = h.xMin;
-    info->south = h.yMin;
-    info->dx = h.dx;
-    info->dy = h.dy;
-    return true;
+    return KV_GUARDED(false, [&]() -> bool {
+        if (!path || !info) return false;
+        std::FILE* f = std::fopen(path, "rb");
+        if (!f) return false;
+        bool whole = std::fseek(f, 0, SEEK_END) == 0 && std::ftell(f) >= kHeaderOffset + 28;
+        NadconHeader h = NadconReadHeader(f);
+        std::fclose(f);
+        if (!whole) return false;
+        info->columns = h.columns;
+        info->rows = h.rows;
+        info->west = h.xMin;
+        info->south = h.yMin;
+        info->dx = h.dx;
+        info->dy = h.dy;
+        return true;
+    });
 }
 
 } // namespace KVProj

@@ -1,6 +1,13 @@
 #include "frame/SiblingFile.h"
 
+#include "frame/Diag.h"
+#include "frame/Firewall.h"
 #include "frame/Platform.h"
+#include "frame/TextFile.h"
+#include "frame/Util.h"
+
+#include <cstring>
+#include <mutex>
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -8,7 +15,12 @@
 namespace KVProj {
 namespace {
 
-char LowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+char LowerAscii(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+std::mutex g_gridDirMutex;
+std::string g_gridDir; // empty: the executable's directory
 
 bool IsRegularFile(const std::string& path) {
     struct stat st;
@@ -51,8 +63,9 @@ std::string FindIgnoringCase(const std::string& path) {
 std::string WithExtension(const std::string& path, const char* extension) {
     size_t slash = path.rfind('/');
     size_t dot = path.rfind('.');
-    std::string stem =
-        (dot != std::string::npos && (slash == std::string::npos || dot > slash)) ? path.substr(0, dot) : path;
+    std::string stem = (dot != std::string::npos && (slash == std::string::npos || dot > slash))
+                           ? path.substr(0, dot)
+                           : path;
     return stem + (extension ? extension : "");
 }
 
@@ -60,6 +73,40 @@ std::string BesideExecutable(const char* name) {
     char dir[4096];
     if (!Platform::ExecutableDirectory(dir, sizeof dir)) return std::string();
     return std::string(dir) + (name ? name : "");
+}
+
+void GridSetSearchDirectory(const char* dir) {
+    std::lock_guard<std::mutex> lock(g_gridDirMutex);
+    KV_GUARDED_VOID([&] {
+        g_gridDir.clear();
+        g_gridDir = dir ? dir : "";
+        if (!g_gridDir.empty() && g_gridDir.back() != '/') g_gridDir += '/';
+    });
+}
+
+bool GridPathBeside(const char* fileName, char* out, size_t size) {
+    if (!out || size == 0) return false;
+    out[0] = '\0';
+    return KV_GUARDED(false, [&] {
+        std::string path;
+        {
+            std::lock_guard<std::mutex> lock(g_gridDirMutex);
+            path = g_gridDir;
+        }
+        const char* name = fileName ? fileName : "";
+        path = path.empty() ? BesideExecutable(name) : path + name;
+        if (path.empty() || path.size() >= size) return false;
+        std::memcpy(out, path.c_str(), path.size() + 1);
+        return true;
+    });
+}
+
+std::FILE* GridOpenEitherCase(const char* path) {
+    if (!path || !*path) return nullptr;
+    return KV_GUARDED(static_cast<std::FILE*>(nullptr), [&] {
+        const std::string found = FindIgnoringCase(path);
+        return found.empty() ? nullptr : OpenRegularFile(found.c_str());
+    });
 }
 
 } // namespace KVProj

@@ -7,6 +7,8 @@
 #ifndef KVPROJ_FRAME_SIBLINGFILE_H
 #define KVPROJ_FRAME_SIBLINGFILE_H
 
+#include <cstddef>
+#include <cstdio>
 #include <string>
 
 namespace KVProj {
@@ -25,6 +27,23 @@ std::string WithExtension(const std::string& path, const char* extension);
 
 // `name` in the folder of the running executable; "" when that folder is unknown.
 std::string BesideExecutable(const char* name);
+
+// ---------------------------------------------------------------- grid files
+// The datum grids (NTv2, NADCON) are looked up beside the executable, or in a
+// directory set instead (tests and the tool).
+
+// Directory searched for grid files instead of the executable's own. Null or
+// "" goes back to the executable's directory.
+void GridSetSearchDirectory(const char* dir);
+
+// `out` receives the search directory followed by `fileName`. False when the
+// directory is unknown or the result does not fit in `size`.
+bool GridPathBeside(const char* fileName, char* out, size_t size);
+
+// Opens the regular file `path` names, as it stands or differing only in the
+// letter case of its file name (FindIgnoringCase), for binary reading; null
+// when there is none.
+std::FILE* GridOpenEitherCase(const char* path);
 
 } // namespace KVProj
 

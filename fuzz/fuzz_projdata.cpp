@@ -1,0 +1,120 @@
+// libFuzzer target: a PROJDATA record and points through validation, handle
+// creation, forward and inverse conversion and the preclipping calls, with the
+// contract of every call checked.
+//
+// Input: one mode byte, the 396-byte record, then points (two doubles each).
+// Mode bit 0 folds the type, ellipsoid and zone into their valid ranges, so
+// that most inputs reach a projection module.
+#include "FuzzSupport.h"
+#include "kvproj/projcheck.h"
+#include "kvproj/projection.h"
+
+#include <cmath>
+#include <cstring>
+
+using namespace KVProj;
+using kvfuzz::Check;
+
+namespace {
+
+constexpr size_t kMaxPoints = 64;
+
+bool FiniteRecord(const PROJDATA& d) {
+    const double fields[] = {d.Scale, d.xOrg, d.yOrg, d.Lat0,  d.Lon0,        d.Lat1,
+                             d.Lat2,  d.Lat3, d.Lon1, d.Lon2,  d.Lon3,        d.K0,
+                             d.Alpha, d.MajorRadius,  d.Flattening};
+    for (double f : fields)
+        if (!std::isfinite(f)) return false;
+    return true;
+}
+
+// Reads every point handed to a callback, so that an out-of-range piece is caught.
+double g_sink = 0.0;
+bool Piece(void*, int count, const PROJPOINT* points) {
+    Check(count >= 0 && (count == 0 || points));
+    for (int i = 0; i < count; ++i)
+        g_sink += points[i].x + points[i].y;
+    return true;
+}
+bool Polygon(void*, int parts, const int* partCounts, const PROJPOINT* points) {
+    Check(parts >= 0 && (parts == 0 || partCounts));
+    int total = 0;
+    for (int i = 0; i < parts; ++i) {
+        Check(partCounts[i] >= 0);
+        total += partCounts[i];
+    }
+    return Piece(nullptr, total, points);
+}
+
+// Converts in place and checks each point and the handle's result code.
+void Convert(void* h, const std::vector<PROJPOINT>& input, bool forward, bool checkValues) {
+    std::vector<PROJPOINT> points = input;
+    const int count = static_cast<int>(points.size());
+    const bool ok = forward ? ProjForward(h, points.data(), count) : ProjInverse(h, points.data(), count);
+    if (!ok || count == 0) return;
+    bool anyNew = false, anyMarked = false;
+    for (int i = 0; i < count; ++i) {
+        if (checkValues) kvfuzz::CheckPoint(input[i], points[i]);
+        const bool marked = kvfuzz::IsMarker(points[i].x) || kvfuzz::IsMarker(points[i].y);
+        anyMarked |= marked;
+        anyNew |= marked && !kvfuzz::IsMarker(input[i].x) && !kvfuzz::IsMarker(input[i].y);
+    }
+    const int result = ProjResult(h);
+    Check(result == 0 || result == 1);
+    if (checkValues) {
+        if (anyNew) Check(result == 1); // a point made unplottable is always reported
+        if (result == 1) Check(anyMarked);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    kvfuzz::Bytes in(data, size);
+    const uint8_t mode = in.Take<uint8_t>();
+    PROJDATA record;
+    in.TakeInto(&record, sizeof record);
+    if (mode & 1) {
+        record.Type = static_cast<ProjType>(static_cast<unsigned>(record.Type) % PT_COUNT);
+        record.Ellipsoid =
+            static_cast<EllipsoidType>(static_cast<unsigned>(record.Ellipsoid) % ELLIPSOID_COUNT);
+        record.Zone = static_cast<StateZoneType>(static_cast<unsigned>(record.Zone) % STATEZONE_COUNT);
+    }
+    for (bool* flag : {&record.bSouth, &record.bUseAlpha, &record.bRotate, &record.bUOffset,
+                       &record.bWrapLon})
+        kvfuzz::NormaliseFlag(*flag);
+    const std::vector<PROJPOINT> points = kvfuzz::TakePoints<PROJPOINT>(in, kMaxPoints);
+
+    char message[256];
+    std::memset(message, 0x5A, sizeof message);
+    const int check = ProjCheckParams(&record, message, false);
+    Check(std::memchr(message, '\0', sizeof message) != nullptr);
+
+    PROJDATA caller = record;
+    void* h = ProjCreateProjection(&caller);
+    if (!h) return 0;
+    Check(check == 0); // a record that fails validation never makes a handle
+    PROJDATA kept;
+    Check(ProjGetHandleInfo(h, &kept));
+    const bool checkValues = FiniteRecord(kept);
+
+    Convert(h, points, true, checkValues);
+    Convert(h, points, false, checkValues);
+
+    const int count = static_cast<int>(points.size());
+    if (count > 0) {
+        ProjLLInProjection(h, &points[0]);
+        ProjLLInProjection(h, count, points.data());
+        double dx = 0.0, dy = 0.0;
+        ProjLLOffsetSplitObject(h, points.data(), static_cast<unsigned>(count), &dx, &dy);
+        ProjLLPreclipPolyline(h, nullptr, count, points.data(), Piece);
+        const int parts[2] = {count / 2, count - count / 2};
+        if (mode & 2)
+            ProjLLPreclipPolygon(h, nullptr, 2, parts, points.data(), Polygon, Piece);
+        else
+            ProjLLPreclipPolygon(h, nullptr, 1, &count, points.data(), Polygon,
+                                 (mode & 4) ? Piece : nullptr);
+    }
+    ProjDeleteProjection(h);
+    return 0;
+}
