@@ -57,7 +57,12 @@ void Convert(void* h, const std::vector<PROJPOINT>& input, bool forward, bool ch
         if (checkValues) kvfuzz::CheckPoint(input[i], points[i]);
         const bool marked = kvfuzz::IsMarker(points[i].x) || kvfuzz::IsMarker(points[i].y);
         anyMarked |= marked;
-        anyNew |= marked && !kvfuzz::IsMarker(input[i].x) && !kvfuzz::IsMarker(input[i].y);
+        // An inverse call does not count the points its pre-scan marks
+        // (non-finite input) nor points that arrive marked.
+        const PROJPOINT& p = input[i];
+        bool arrivedMarked = kvfuzz::IsMarker(p.x) || kvfuzz::IsMarker(p.y);
+        if (!forward) arrivedMarked |= !std::isfinite(p.x) || !std::isfinite(p.y);
+        anyNew |= marked && !arrivedMarked;
     }
     const int result = ProjResult(h);
     Check(result == 0 || result == 1);
