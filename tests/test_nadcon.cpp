@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <climits>
 #include <fstream>
 #include <sstream>
@@ -120,6 +122,22 @@ TEST_F(NadconFiles, MissingFilesFailWithBothNames) {
               "Failed opening grid files (" + d + "conus.LAS and " + d + "conus.LOS)\r\n"})
             EXPECT_NE(text.str().find(line), std::string::npos) << text.str();
     }
+}
+
+// Grid files copied from a file system that ignores case are found in any
+// spelling; something that is not a regular file is no grid.
+TEST_F(NadconFiles, GridNamesMatchInAnyLetterCaseAndOnlyRegularFiles) {
+    const std::string las = dir.Write("Conus.Las", LasFile()),
+                      los = dir.Write("CONUS.los", LosFile());
+    DATUMPOINT p{-99.0, 31.0};
+    ASSERT_TRUE(NadconShift("conus", &p, 1));
+    EXPECT_NEAR((p.x + 99.0) * 3600, Las(5, 5), 1e-7);
+    std::remove(los.c_str());
+    const std::string fake = dir.Path() + "conus.LOS";
+    ASSERT_EQ(::mkdir(fake.c_str(), 0700), 0);
+    EXPECT_FALSE(NadconShift("conus", &p, 1));
+    ::rmdir(fake.c_str());
+    EXPECT_EQ(g_reports, std::vector<int>{20200});
 }
 
 // The conversion engine shifts datums 232 and 233 with their own file pairs.

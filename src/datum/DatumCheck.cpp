@@ -1,9 +1,9 @@
 // Validation of a conversion request, and its field-by-field trace dump.
-#include "datum/DatumMessages.h"
 #include "datum/DatumTable.h"
 #include "datum/kvDatum.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
+#include "frame/MessageIds.h"
 #include "frame/StringTable.h"
 #include "frame/Util.h"
 

@@ -1,6 +1,7 @@
 // The parametric shifts between a datum and WGS 84: standard Molodensky on
 // longitude and latitude, and the seven-parameter Bursa-Wolf transformation
 // through geocentric coordinates.
+#include "frame/Angles.h"
 #include "datum/kvDatum.h"
 
 #include "datum/DatumTable.h"
@@ -9,15 +10,6 @@
 
 namespace KVProj {
 namespace {
-
-constexpr double kUnplottable = KVPROJ_UNPLOTTABLE;
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kDegToRad = kPi / 180.0;
-constexpr double kRadToDeg = 180.0 / kPi;
-
-bool isUnplottable(const DATUMPOINT& p) {
-    return p.x == kUnplottable || p.y == kUnplottable;
-}
 
 struct Ellipse {
     double a, f;
@@ -67,11 +59,11 @@ bool MolodenskyStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     const double sin1 = std::sin(4.84813681109536e-6); // sine of one arcsecond
     const double daTerm = da * e2 / a;                 // Δa e²/a
     const double dfM = df * a / b, dfN = df * b / a;   // Δf a/b, Δf b/a
-    const double toDegrees = 1.0 / (sin1 * 3600.0);
+    const double toDegrees = 1.0 / (sin1 * kArcSecPerDeg);
 
     for (int n = 0; n < count; ++n) {
         DATUMPOINT& p = points[n];
-        if (isUnplottable(p)) continue;
+        if (IsUnplottable(p)) continue;
         const double lonDeg = p.x + pm;
         const double lam = lonDeg * kDegToRad, phi = p.y * kDegToRad;
         const double sp = std::sin(phi), cp = std::cos(phi);
@@ -97,16 +89,15 @@ bool BursaWolfStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     const bool inverse = step.bInverse;
     const double sign = fr.sign, dx = fr.dx, dy = fr.dy, dz = fr.dz, pm = fr.pm;
     const Ellipse from = fr.from, to = fr.to;
-    const double secToRad = kPi / 180.0 / 3600.0;
-    const double rx = sign * step.rx * secToRad;
-    const double ry = sign * step.ry * secToRad;
-    const double rz = sign * step.rz * secToRad;
+    const double rx = sign * step.rx * kArcSecToRad;
+    const double ry = sign * step.ry * kArcSecToRad;
+    const double rz = sign * step.rz * kArcSecToRad;
     const double S = inverse ? 1.0 / (1.0 + step.k * 1e-6) : 1.0 + step.k * 1e-6;
 
     const double a = from.a, e2 = (2.0 - from.f) * from.f;
     for (int n = 0; n < count; ++n) {
         DATUMPOINT& pt = points[n];
-        if (isUnplottable(pt)) continue;
+        if (IsUnplottable(pt)) continue;
         const double lam = (pt.x + pm) * kDegToRad, phi = pt.y * kDegToRad;
         const double sp = std::sin(phi), cp = std::cos(phi);
         double X = 0.0, Y = 0.0, Z = 0.0;

@@ -3,6 +3,7 @@
 // a tree of sub-grids, and the process-wide grid of the conversion engine.
 #include "datum/Ntv2.h"
 
+#include "frame/Angles.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
 #include "frame/Platform.h"
@@ -20,10 +21,6 @@ namespace KVProj {
 namespace {
 
 constexpr int kPathLen = 260; // path buffers, terminator included
-constexpr double kUnplottable = KVPROJ_UNPLOTTABLE;
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kRadPerDeg = 0.017453292519943295;
-constexpr double kDegPerRad = 57.29577951308232;
 constexpr int kRecord = 16;
 constexpr int kHeaderBytes = 11 * kRecord;
 constexpr int kNodeBytes = 16; // latitude shift, longitude shift, two accuracies
@@ -107,11 +104,10 @@ int readSubGrid(std::FILE* f, const unsigned char* h, int index, Ntv2SubGrid* g)
     g->rows = static_cast<int32_t>(rows);
     // One factor for arcseconds to radians: edges on whole degrees then meet
     // points given in degrees exactly, more often than with two roundings.
-    const double radPerArcsec = kRadPerDeg / 3600.0;
-    g->x0 = x0 * radPerArcsec;
-    g->y0 = y0 * radPerArcsec;
-    g->dx = lonInc * radPerArcsec;
-    g->dy = latInc * radPerArcsec;
+    g->x0 = x0 * kArcSecToRad;
+    g->y0 = y0 * kArcSecToRad;
+    g->dx = lonInc * kArcSecToRad;
+    g->dy = latInc * kArcSecToRad;
     g->x1 = g->x0 + (g->columns - 1) * g->dx;
     g->y1 = g->y0 + (g->rows - 1) * g->dy;
 
@@ -130,7 +126,6 @@ int readSubGrid(std::FILE* f, const unsigned char* h, int index, Ntv2SubGrid* g)
         LogPrintf("Out of memory!\n");
         return NTV2_NO_MEMORY;
     }
-    const double arcsecToRad = kPi / 180.0 / 3600.0;
     for (int32_t r = 0; r < g->rows; ++r) {
         if (std::fread(row.data(), 1, row.size(), f) != row.size()) {
             LogPrintf("Read subgrid header %d failed!\n", index);
@@ -141,8 +136,8 @@ int readSubGrid(std::FILE* f, const unsigned char* h, int index, Ntv2SubGrid* g)
         for (int32_t c = 0; c < g->columns; ++c) {
             const unsigned char* p = &row[static_cast<size_t>(c) * kNodeBytes];
             Ntv2Node& node = out[g->columns - c - 1];
-            node.lon = static_cast<float>(f32(p + 4) * arcsecToRad);
-            node.lat = static_cast<float>(f32(p) * arcsecToRad);
+            node.lon = static_cast<float>(f32(p + 4) * kArcSecToRad);
+            node.lat = static_cast<float>(f32(p) * kArcSecToRad);
         }
     }
     return NTV2_OK;
@@ -258,8 +253,8 @@ int startupLocked(GlobalGrid& g, const char* path) {
 int transformLocked(GlobalGrid& g, int count, DATUMPOINT* points, bool inverse) {
     g.hadUnplottables = false;
     for (int n = 0; n < count; ++n) {
-        if (points[n].x != kUnplottable) points[n].x *= kRadPerDeg;
-        if (points[n].y != kUnplottable) points[n].y *= kRadPerDeg;
+        if (points[n].x != kUnplottable) points[n].x *= kDegToRad;
+        if (points[n].y != kUnplottable) points[n].y *= kDegToRad;
     }
     for (int n = 0; n < count; ++n) {
         int status = Ntv2TransformPoint(g.tree, &points[n].x, &points[n].y, inverse);
@@ -274,7 +269,7 @@ int transformLocked(GlobalGrid& g, int count, DATUMPOINT* points, bool inverse) 
             if (*c == kUnplottable)
                 unplottable = true;
             else
-                *c *= kDegPerRad;
+                *c *= kRadToDeg;
         }
     }
     g.hadUnplottables = unplottable;
@@ -487,7 +482,7 @@ int NTV2GetSubGrids(Ntv2SubGridInfo* out, int max) {
         GlobalGrid& g = global();
         std::shared_lock<std::shared_mutex> lock(g.mutex);
         int n = 0;
-        const double arcsec = 3600.0 / kRadPerDeg;
+        const double arcsec = 3600.0 / kDegToRad;
         g.tree.Visit([&](const Ntv2SubGrid& s, int depth) {
             if (out && n < max) {
                 Ntv2SubGridInfo& i = out[n];
@@ -496,10 +491,10 @@ int NTV2GetSubGrids(Ntv2SubGridInfo* out, int max) {
                 i.depth = depth;
                 i.columns = s.columns;
                 i.rows = s.rows;
-                i.west = s.x0 * kDegPerRad;
-                i.south = s.y0 * kDegPerRad;
-                i.east = s.x1 * kDegPerRad;
-                i.north = s.y1 * kDegPerRad;
+                i.west = s.x0 * kRadToDeg;
+                i.south = s.y0 * kRadToDeg;
+                i.east = s.x1 * kRadToDeg;
+                i.north = s.y1 * kRadToDeg;
                 i.dx = s.dx * arcsec;
                 i.dy = s.dy * arcsec;
             }

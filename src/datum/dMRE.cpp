@@ -2,6 +2,7 @@
 // 1989): Δφ″ = Σ a(i,j) Uⁱ Vʲ and Δλ″ = Σ b(i,j) Uⁱ Vʲ with U = K (φ - φm) and
 // V = K (λ - λm), φ and λ in degrees.
 #include "datum/dMRE.h"
+#include "frame/Angles.h"
 #include "frame/Firewall.h"
 
 #include <array>
@@ -504,7 +505,7 @@ bool MreShift(int id, DATUMPOINT* points, int count) {
         if (!MreHasDatum(id) || !points || count < 0) return false;
         for (int n = 0; n < count; ++n) {
             DATUMPOINT& p = points[n];
-            if (p.x == KVPROJ_UNPLOTTABLE || p.y == KVPROJ_UNPLOTTABLE) continue;
+            if (IsUnplottable(p)) continue;
             double dLat = 0.0, dLon = 0.0;
             MreDeltas(id, p.y, p.x, &dLat, &dLon);
             p.x += dLon / 3600.0;

@@ -3,6 +3,7 @@
 // shifts (arcseconds) of grid row r from the south, after a record marker.
 #include "datum/dNadcon.h"
 
+#include "frame/Angles.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
 
@@ -14,7 +15,6 @@ namespace KVProj {
 namespace {
 
 constexpr int kPathLen = 260;
-constexpr double kUnplottable = KVPROJ_UNPLOTTABLE;
 constexpr long kHeaderOffset = 64; // after the identification and program texts
 
 uint32_t u32(const unsigned char* p) {

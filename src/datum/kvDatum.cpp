@@ -1,12 +1,13 @@
 // Datum conversion: handles, and the conversion of longitude/latitude arrays
 // from a source datum to WGS 84 and on to a destination datum.
+#include "frame/Angles.h"
 #include "datum/kvDatum.h"
 
-#include "datum/DatumMessages.h"
 #include "datum/DatumTable.h"
 #include "datum/GridShift.h"
 #include "datum/dMRE.h"
 #include "frame/Diag.h"
+#include "frame/MessageIds.h"
 #include "frame/Firewall.h"
 #include "frame/Util.h"
 
@@ -19,32 +20,14 @@
 namespace KVProj {
 namespace {
 
-constexpr double kUnplottable = KVPROJ_UNPLOTTABLE;
 // Points are converted this many at a time, so that the scratch memory of a
 // call does not grow with its count.
 constexpr int kBlockPoints = 1 << 16;
 
-bool isUnplottable(const DATUMPOINT& p) {
-    return p.x == kUnplottable || p.y == kUnplottable;
-}
-
-// Reduces a point to longitude (-360, 360) and latitude [-90, 90].
+// Reduces a screened point to longitude (-360, 360) and latitude [-90, 90].
 void normalise(DATUMPOINT& p) {
-    if (std::isinf(p.x))
-        p.x = kUnplottable;
-    else if (p.x != kUnplottable && !std::isnan(p.x))
-        p.x = std::fmod(p.x, 360.0);
-    if (p.y == kUnplottable || std::isnan(p.y)) return;
-    if (std::isinf(p.y)) {
-        p.y = kUnplottable;
-        return;
-    }
-    double y = std::fmod(p.y, 180.0);
-    if (y > 90.0)
-        y = 180.0 - y;
-    else if (y < -90.0)
-        y = std::fabs(y) - 180.0;
-    p.y = y;
+    p.x = FoldLongitude(p.x);
+    p.y = FoldLatitude(p.y);
 }
 
 // Marks non-finite points unplottable; true when any point is unplottable.
@@ -52,8 +35,8 @@ bool screen(DATUMPOINT* points, int count) {
     bool any = false;
     for (int n = 0; n < count; ++n) {
         DATUMPOINT& p = points[n];
-        if (!std::isfinite(p.x) || !std::isfinite(p.y)) p.x = p.y = kUnplottable;
-        if (isUnplottable(p)) any = true;
+        if (!std::isfinite(p.x) || !std::isfinite(p.y)) MarkUnplottable(p);
+        if (IsUnplottable(p)) any = true;
     }
     return any;
 }
@@ -135,7 +118,7 @@ struct Conversion {
             DATUMPOINT& p = points[n];
             wrap[n] = 0;
             normalise(p);
-            if (isUnplottable(p)) continue;
+            if (IsUnplottable(p)) continue;
             if (p.x >= -360.0 && p.x < -180.0) {
                 wrap[n] = -1;
                 p.x += 360.0;
