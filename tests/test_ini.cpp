@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstring>
@@ -101,6 +103,29 @@ TEST(IniProfile, RefusesWhatItCannotDo) {
     EXPECT_EQ(Ini::GetSection(nullptr, "S", buf, sizeof buf), 0u);
     EXPECT_EQ(buf[0], '\0');
     EXPECT_EQ(Ini::GetSection("x", "S", nullptr, 10), 0u);
+}
+
+// A FIFO named as the profile is refused at once: reading it would wait for a
+// writer (the child is killed after 10 s if it does).
+TEST(IniProfile, AFifoIsNoProfileAndNeverBlocks) {
+    const std::string path = kvtest::TempPath("ini_fifo");
+    std::remove(path.c_str());
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        ::alarm(10);
+        char buf[16];
+        const size_t n = Ini::GetSection(path.c_str(), "S", buf, sizeof buf);
+        const bool written = Ini::WriteSection(path.c_str(), "S", List({"a=1"}).c_str());
+        ::_exit(n == 0 && !written ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    struct stat st;
+    EXPECT_TRUE(::stat(path.c_str(), &st) == 0 && S_ISFIFO(st.st_mode)); // not replaced
+    std::remove(path.c_str());
 }
 
 TEST(IniProfile, HostileAndOversizedFilesNeverOverrun) {

@@ -1,9 +1,9 @@
 // Private-profile sections read and written whole, with Windows semantics.
 #include "frame/IniProfile.h"
 
-#include <atomic>
+#include "frame/TextFile.h"
+
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -18,7 +18,8 @@ enum class Load { Ok, Missing, Failed };
 Load readFile(const char* path, std::string& out) {
     out.clear();
     errno = 0;
-    std::FILE* f = std::fopen(path, "rb");
+    // Only a regular file is a profile: a FIFO or a device would block or never end.
+    std::FILE* f = OpenRegularFile(path);
     if (!f) return errno == ENOENT ? Load::Missing : Load::Failed;
     char chunk[16384];
     bool ok = true;
@@ -142,34 +143,6 @@ std::string lineEnding(const std::string& text) {
     return "\r\n";
 }
 
-std::atomic<unsigned> g_tempCounter{0};
-
-// Writes `data` to a fresh sibling of `path` and renames it over `path`.
-bool replaceFile(const char* path, const std::string& data) {
-    std::string temp;
-    std::FILE* f = nullptr;
-    for (int attempt = 0; attempt < 16 && !f; ++attempt) {
-        unsigned long long tag =
-            static_cast<unsigned long long>(
-                std::chrono::steady_clock::now().time_since_epoch().count()) ^
-            (static_cast<unsigned long long>(g_tempCounter.fetch_add(1)) << 40);
-        char suffix[40];
-        std::snprintf(suffix, sizeof suffix, ".~kv%llx.tmp", tag);
-        temp = std::string(path) + suffix;
-        f = std::fopen(temp.c_str(), "wbx");
-    }
-    if (!f) return false;
-    bool ok = std::fwrite(data.data(), 1, data.size(), f) == data.size();
-    ok = std::fflush(f) == 0 && ok;
-    ok = std::fclose(f) == 0 && ok;
-    if (ok && std::rename(temp.c_str(), path) != 0) {
-        // Where rename will not replace an existing file, remove it first.
-        ok = std::remove(path) == 0 && std::rename(temp.c_str(), path) == 0;
-    }
-    if (!ok) std::remove(temp.c_str());
-    return ok;
-}
-
 } // namespace
 
 size_t GetSection(const char* file, const char* section, char* buffer, size_t size) {
@@ -255,7 +228,7 @@ bool WriteSection(const char* file, const char* section, const char* lines) {
         if (!out.empty() && out.back() != '\n') out += eol;
         out.append("[").append(section).append("]").append(eol).append(body);
     }
-    return replaceFile(file, out);
+    return WriteFileReplacing(file, out);
 }
 
 } // namespace Ini
