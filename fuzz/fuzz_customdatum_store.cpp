@@ -1,7 +1,7 @@
 // libFuzzer target: save-then-find on a profile file. Whatever name a datum is
 // saved under, it is listed and found under exactly that name, unless the
-// name begins (after blanks) with ';' or '[' and so makes a line no profile
-// reader takes for an entry.
+// name makes a line no profile reader takes for an entry (a comment or a
+// section header).
 #include "FuzzSupport.h"
 #include "datum/CustomDatum.h"
 #include "kvproj/datum.h"
@@ -20,9 +20,14 @@ namespace {
 
 std::string g_profile;
 
-bool Holdable(const std::string& name) {
-    const size_t first = name.find_first_not_of(' ');
-    return first == std::string::npos || (name[first] != ';' && name[first] != '[');
+// Whether the profile line "key=value" is read back as an entry: not when it
+// begins (after blanks) with ';' (a comment) or is a section header ('[' with
+// a ']' somewhere after it).
+bool Holdable(const std::string& line) {
+    const size_t first = line.find_first_not_of(' ');
+    if (first == std::string::npos) return true;
+    if (line[first] == ';') return false;
+    return !(line[first] == '[' && line.find(']', first + 1) != std::string::npos);
 }
 
 } // namespace
@@ -56,7 +61,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         Check(NDatIsBuiltIn(file, name.c_str(), &id) || !DatumParamsToText(record, &text));
         return 0;
     }
-    const bool holdable = Holdable(name);
+    std::string value;
+    Check(DatumParamsToText(record, &value));
+    const bool holdable = Holdable(EscapeDatumName(name.c_str()) + "=" + value);
     int index = -1;
     Check(NDatExists(file, name.c_str(), &index) == holdable);
     Check(NDatNumDatums(file) == DATUM_COUNT + (holdable ? 1 : 0));
@@ -64,14 +71,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Check(index == DATUM_COUNT);
 
     // The value reads back as the record it was written from.
-    std::string saved, again;
+    const std::string& saved = value;
+    std::string again;
     DATUM2WGS84 back;
-    Check(DatumParamsToText(record, &saved));
-    const bool readable = record.Method == DM_NOXFORM || record.Method == DM_BURSA ||
-                          record.Method == DM_MOLODENSKY;
+    const bool readable =
+        record.Method == DM_NOXFORM || record.Method == DM_BURSA || record.Method == DM_MOLODENSKY;
     Check(NDatGetDatumParams(file, name.c_str(), &back) == readable);
-    if (readable && saved.size() < 255)
-        Check(DatumParamsToText(back, &again) && again == saved);
+    if (readable && saved.size() < 255) Check(DatumParamsToText(back, &again) && again == saved);
     Check(NDatDelete(file, name.c_str()));
     Check(!NDatExists(file, name.c_str(), nullptr));
     std::remove(file);
