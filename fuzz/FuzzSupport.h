@@ -43,15 +43,6 @@ private:
     size_t m_pos = 0;
 };
 
-// Host flag bytes are handed over as 0 or 1: other byte values in a bool
-// field are the host's fault and are normalised at the library's entry.
-inline void NormaliseFlag(bool& flag) {
-    unsigned char byte;
-    std::memcpy(&byte, &flag, 1);
-    byte = byte & 1;
-    std::memcpy(&flag, &byte, 1);
-}
-
 // Up to `limit` points of two doubles from the rest of the bytes, in an array
 // of exactly that size so that a write past it is caught.
 template <typename Point> std::vector<Point> TakePoints(Bytes& in, size_t limit) {

@@ -22,7 +22,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     DATUM2WGS84 record;
     in.TakeInto(&record, sizeof record);
     record.Method = static_cast<DatumMethod>(static_cast<unsigned>(record.Method) % 8);
-    kvfuzz::NormaliseFlag(record.bInverse);
     std::vector<char> text(in.Left() + 1, '\0');
     in.TakeInto(text.data(), text.size() - 1);
 

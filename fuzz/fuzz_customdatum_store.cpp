@@ -46,7 +46,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     record.Method = static_cast<DatumMethod>(static_cast<unsigned>(record.Method) % (DM_NTV2 + 1));
     record.Ellipsoid =
         static_cast<EllipsoidType>(static_cast<unsigned>(record.Ellipsoid) % ELLIPSOID_COUNT);
-    kvfuzz::NormaliseFlag(record.bInverse);
     std::string name(in.Left(), '\0');
     in.TakeInto(&name[0], name.size());
     name = name.c_str(); // a C name ends at its first zero

@@ -35,9 +35,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         FoldStep(x.Step1);
         FoldStep(x.Step2);
     }
-    kvfuzz::NormaliseFlag(x.Step1.bInverse);
-    kvfuzz::NormaliseFlag(x.Step2.bInverse);
-    kvfuzz::NormaliseFlag(x.bUnplottable);
     const std::vector<DATUMPOINT> input = kvfuzz::TakePoints<DATUMPOINT>(in, kMaxPoints);
 
     char message[256];

@@ -93,8 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     for (bool* flag :
          {&record.bSouth, &record.bUseAlpha, &record.bRotate, &record.bUOffset, &record.bWrapLon})
-        kvfuzz::NormaliseFlag(*flag);
-    const std::vector<PROJPOINT> points = kvfuzz::TakePoints<PROJPOINT>(in, kMaxPoints);
+        const std::vector<PROJPOINT> points = kvfuzz::TakePoints<PROJPOINT>(in, kMaxPoints);
 
     char message[256];
     std::memset(message, 0x5A, sizeof message);

@@ -327,6 +327,29 @@ TEST(DatumPipeline, ScratchMemoryDoesNotGrowWithTheCount) {
 #endif
 }
 
+// A C host may store any non-zero byte for true in bInverse and bUnplottable:
+// every such byte gives what 1 gives (and UBSan sees no bool load of it).
+TEST(DatumPipeline, HostFlagBytesOtherThanOneMeanTrue) {
+    auto convert = [](unsigned char inverse, unsigned char unplottable, DATUMPOINT& p) {
+        DATUMXFORM x = Request(0, DATUM_WGS84);
+        x.Step1.Method = DM_MOLODENSKY;
+        x.Step1.Ellipsoid = ELLIPSOID_CLARKE_1866;
+        x.Step1.dx = -8, x.Step1.dy = 160, x.Step1.dz = 176;
+        std::memcpy(&x.Step1.bInverse, &inverse, 1);
+        std::memcpy(&x.bUnplottable, &unplottable, 1);
+        Xform h(x);
+        const bool before = DatHadUnplottables(h.h);
+        return before && DatConvertDatum(h.h, &p, 1);
+    };
+    DATUMPOINT one{-95.0, 37.0};
+    ASSERT_TRUE(convert(1, 1, one));
+    for (unsigned char byte : {2, 0x80, 0xFF}) {
+        DATUMPOINT p{-95.0, 37.0};
+        ASSERT_TRUE(convert(byte, byte, p)) << int(byte);
+        EXPECT_TRUE(p.x == one.x && p.y == one.y) << int(byte);
+    }
+}
+
 TEST(DatumCheckParams, ResultsAndMessages) {
     const char* kMethod = "Invalid datum transformation method specified";
     const char* kRz = "Z axis rotation was outside the rnage of -3600 to +3600 arcseconds";

@@ -205,7 +205,8 @@ bool DatumParamsToText(const DATUM2WGS84& s, std::string* text) {
         ellipsoid = EscapeDatumName(name);
     }
     // The fields are written in the C locale: a decimal comma would split them.
-    int n = FormatC(buf, sizeof buf, "%s,%d,%s,", keyword, s.bInverse ? 1 : 0, ellipsoid.c_str());
+    int n = FormatC(buf, sizeof buf, "%s,%d,%s,", keyword, HostFlag(s.bInverse) ? 1 : 0,
+                    ellipsoid.c_str());
     if (n > 0 && n < kValueLen && (s.Method == DM_MOLODENSKY || s.Method == DM_BURSA)) {
         n += FormatC(buf + n, sizeof buf - n, "%.10f,%.10f,%.6f,%.10f,%.10f,%.10f,", a, f,
                      double(s.PMShift), double(s.dx), double(s.dy), double(s.dz));

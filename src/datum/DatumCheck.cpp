@@ -92,7 +92,7 @@ void dumpStep(const DATUM2WGS84* s) {
     LogPrintf("  DATUM2WGS84 (Pointer=%p)\n", static_cast<const void*>(s));
     const int method = s->Method;
     LogPrintf("    Method:          %d (%s)\n", method, methodName(method));
-    LogPrintf("    bInverse:        %s\n", s->bInverse ? "true" : "false");
+    LogPrintf("    bInverse:        %s\n", HostFlag(s->bInverse) ? "true" : "false");
     LogPrintf("    PMShift:         %f\n", double(s->PMShift));
     if (method == DM_MOLODENSKY || method == DM_BURSA) {
         LogPrintf("    dx:              %f\n", double(s->dx));
@@ -125,7 +125,7 @@ void DatDumpXform(const DATUMXFORM* x) {
     dumpStep(&x->Step1);
     LogPrintf("Step2:\n");
     dumpStep(&x->Step2);
-    LogPrintf("  bUnplottable: %s\n", x->bUnplottable ? "true" : "false");
+    LogPrintf("  bUnplottable: %s\n", HostFlag(x->bUnplottable) ? "true" : "false");
 }
 
 // ---------------------------------------------------------------- exported

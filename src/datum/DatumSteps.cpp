@@ -5,6 +5,7 @@
 #include "datum/kvDatum.h"
 
 #include "datum/DatumTable.h"
+#include "frame/Util.h"
 
 #include <cmath>
 
@@ -34,7 +35,7 @@ struct StepFrame {
 bool makeStepFrame(const DATUM2WGS84& step, StepFrame* frame) {
     const Ellipse datum{step.MajorRadius, step.Flattening};
     if (!usableEllipse(datum)) return false;
-    const bool inverse = step.bInverse;
+    const bool inverse = HostFlag(step.bInverse);
     frame->from = inverse ? wgs84() : datum;
     frame->to = inverse ? datum : wgs84();
     frame->sign = inverse ? -1.0 : 1.0;
@@ -86,7 +87,7 @@ bool MolodenskyStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
 bool BursaWolfStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     StepFrame fr;
     if (!makeStepFrame(step, &fr)) return false;
-    const bool inverse = step.bInverse;
+    const bool inverse = HostFlag(step.bInverse);
     const double sign = fr.sign, dx = fr.dx, dy = fr.dy, dz = fr.dz, pm = fr.pm;
     const Ellipse from = fr.from, to = fr.to;
     const double rx = sign * step.rx * kArcSecToRad;

@@ -261,14 +261,18 @@ bool DatConvertDatum(void* handle, DATUMPOINT* points, int count) {
         if (x.SrcDatum < 0 || x.SrcDatum > DATUM_NONE || x.DestDatum < 0 ||
             x.DestDatum > DATUM_NONE)
             return KV_ASSERT_FAIL();
+        // The host's flag bytes are read once, as bytes: any non-zero byte is true.
+        NormaliseHostFlag(x.Step1.bInverse);
+        NormaliseHostFlag(x.Step2.bInverse);
         h->bUnplottable = false;
         return convert(h, x, points, count);
     });
 }
 
 bool DatHadUnplottables(void* handle) {
-    return KV_GUARDED(
-        false, [&] { return handle && static_cast<const DATUMXFORM*>(handle)->bUnplottable; });
+    return KV_GUARDED(false, [&] {
+        return handle && HostFlag(static_cast<const DATUMXFORM*>(handle)->bUnplottable);
+    });
 }
 
 bool DatGetHandleInfo(void* handle, DATUMXFORM* out) {
