@@ -334,6 +334,36 @@ TEST(GeoTiffKeys, FillTheRecordInTheSpecifiedOrder) {
     }
 }
 
+TEST(GeoTiffKeys, DirectoryItemCounts) {
+    struct {
+        const char* what;
+        std::vector<uint16_t> dir;
+        unsigned flags;
+    } const rows[] = {
+        {"three items: no directory", {1, 1, 0}, 0},
+        {"header only", {1, 1, 0, 5}, 0},
+        {"65535 items of 65535", std::vector<uint16_t>(65535, 0xFFFF), 0},
+        {"a partial last entry is not read", {1, 1, 0, 1, 1024, 0, 1, 1, 3075, 0, 1}, 0},
+        {"65535 items after a projected model key",
+         [] {
+             std::vector<uint16_t> d(65535, 0);
+             const uint16_t head[] = {1, 1, 0, 0xFFFF, 1024, 0, 1, 1, 3075, 0, 1, 7};
+             std::copy(std::begin(head), std::end(head), d.begin());
+             return d;
+         }(),
+         GEOPARAM_PROJECTION},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        KVBitmapTagList tags;
+        PutShorts(tags, KVTAG_GEO_KEY_DIRECTORY, row.dir);
+        Read r;
+        ReadTags(tags, r);
+        EXPECT_TRUE(r.ok);
+        EXPECT_EQ(r.flags, row.flags);
+    }
+}
+
 TEST(GeoTiffKeys, UserDefinedEllipsoidAxes) {
     struct {
         double inverse, minor, flattening;
@@ -997,5 +1027,67 @@ TEST(GeoTiffTrace, ReadingTracesWordForWord) {
         EXPECT_TRUE(kvtest::Contains(text, line)) << line;
 }
 
+
+
+// ---------------------------------------------------------------- bitmap lookup
+
+struct BitmapRow {
+    const char* what;
+    bool world, rsf;
+    const char* tiff; // fixture copied as the image; null: no image file
+    unsigned flags;
+    int method, type, datum;
+    double C; // the GEOREF's C coefficient
+};
+
+// World file: C 1000; RSF: 3 controls; fixtures as in the table above.
+const BitmapRow kBitmapRows[] = {
+    {"nothing at all", false, false, nullptr, 0, 0, 0, 3, 0},
+    {"a world file alone: coefficients without flags", true, false, nullptr, 0, 5, 0, 3, 1000},
+    {"an RSF file alone", false, true, nullptr, 0x18, 0, 0, 3, 0},
+    {"world and RSF: the RSF reading rewrites the record", true, true, nullptr, 0x18, 0, 0, 3, 0},
+    {"GeoTIFF tags win over the world file", true, false, "utm32633", 0x17, 5, 4, 3, 500000},
+    {"RSF controls stay beside a GeoTIFF without georeference", false, true, "rot32633", 0x1b, 0, 4, 3, 0},
+    {"geographic GeoTIFF over an RSF file", false, true, "geo4326", 0x14, 5, 0, 3, 10},
+};
+
+TEST(GeoTiffBitmap, WorldThenRsfThenGeoTiff) {
+    const std::string image = kvtest::TempPath("bitmap") + ".tif";
+    for (const BitmapRow& row : kBitmapRows) {
+        SCOPED_TRACE(row.what);
+        if (row.world) {
+            GEOREF w{};
+            w.Method = TM_PRECALCULATED;
+            w.A = 2, w.E = -2, w.C = 1000, w.F = 2000;
+            ASSERT_TRUE(KVProjWriteESRIWorld(image.c_str(), &w));
+        }
+        if (row.rsf) {
+            GEOREF c{};
+            ASSERT_TRUE(RefAllocControls(&c, 3));
+            c.Method = TM_HELMERT;
+            c.pSrc[1] = {10, 0}, c.pSrc[2] = {0, 10};
+            c.pDest[0] = {5, 5}, c.pDest[1] = {25, 5}, c.pDest[2] = {5, -15};
+            ASSERT_TRUE(KVProjWriteBlueMarbleRSF(image.c_str(), &c));
+            RefFreeControls(&c);
+        }
+        if (row.tiff) std::ofstream(image, std::ios::binary) << kvtest::ReadFile(kDir + row.tiff + ".tif");
+        unsigned flags = 99;
+        PROJDATA proj{};
+        proj.Type = PT_MERCATOR;
+        DatumType datum = DATUM_NONE;
+        GEOREF g{};
+        ASSERT_TRUE(KVProjGetBitmapGeoParams(image.c_str(), &flags, &proj, &datum, nullptr, &g));
+        EXPECT_EQ(flags, row.flags);
+        EXPECT_EQ(+g.Method, row.method);
+        EXPECT_EQ(+g.C, row.C);
+        EXPECT_EQ(+proj.Type, row.type);
+        EXPECT_EQ(datum, row.datum);
+        RefFreeControls(&g);
+        EXPECT_TRUE(KVProjRefFilesDelete(image.c_str()));
+        std::remove(image.c_str());
+    }
+    EXPECT_FALSE(KVProjGetBitmapGeoParams(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_TRUE(KVProjGetBitmapGeoParams(image.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr));
+}
 
 } // namespace

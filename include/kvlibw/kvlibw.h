@@ -83,6 +83,6 @@ KVLIBW_API bool KVGetFileExt(const char* path, char* ext, size_t extSize);
 KVLIBW_API bool KVDropFileExt(char* path);
 
 // TIFF tag access (KVBitLib, KVBitmapTag, KVBitmapTagList) is declared in
-// kvlibw/bitmaptag.h once GeoTIFF support is built on libtiff.
+// kvlibw/bitmaptag.h.
 
 #endif

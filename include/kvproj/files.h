@@ -102,6 +102,12 @@ KVPROJ_API bool KVProjGetGeoTIFF(const char* fileName, PROJDATA* proj, DatumType
 KVPROJ_API bool KVProjBuildGeoTIFFTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType datum,
                                        DATUM2WGS84* datumParams, GEOREF* georef);
 KVPROJ_API void KVProjDiscardGeoTIFFTags(KVBitmapTagList& tags);
+// The georeference of an image from its world file, then its RSF file, then its
+// GeoTIFF tags; every output may be null. The RSF reading resets the flags the
+// world file set, so coefficients of a world file alone come back without
+// flags. The projection defaults to unprojected and the datum to WGS 84.
+KVPROJ_API bool KVProjGetBitmapGeoParams(const char* imageName, unsigned int* flags, PROJDATA* proj,
+                                         DatumType* datum, DATUM2WGS84* datumParams, GEOREF* georef);
 
 } // namespace KVProj
 

@@ -413,6 +413,51 @@ bool KVProjBuildGeoTIFFTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType dat
     return KV_GUARDED(false, [&] { return buildTags(tags, proj, datum, datumParams, georef); });
 }
 
+// ---------------------------------------------------------------- bitmap lookup
+
+namespace {
+
+bool bitmapGeoParams(const char* imageName, unsigned int* flagsOut, PROJDATA* projOut,
+                     DatumType* datumOut, DATUM2WGS84* paramsOut, GEOREF* georefOut) {
+    LogPrintf("KVProjGetBitmapGeoParams\n");
+    if (!imageName) return false;
+    PROJDATA proj{};
+    DatumType datum = DATUM_WGS84;
+    DATUM2WGS84 params{};
+    GEOREF georef{}, tiffRef{};
+    unsigned int flags = 0, tiffFlags = 0;
+    // Each reader resets the flag word: what the RSF reading reports replaces
+    // what the world file reported, while the world file's coefficients stay.
+    if (!KVProjReadESRIWorld(imageName, &georef, &flags) || !KVProjReadBlueMarbleRSF(imageName, &georef, &flags) ||
+        !KVProjGetGeoTIFF(imageName, &proj, &datum, &params, &tiffRef, &tiffFlags)) {
+        RefFreeControls(&georef);
+        return false;
+    }
+    if (tiffFlags & (GEOPARAM_COEFFICIENTS | GEOPARAM_CONTROLS)) {
+        RefFreeControls(&georef);
+        georef = tiffRef;
+        flags = tiffFlags;
+    }
+    flags |= tiffFlags & (GEOPARAM_PROJECTION | GEOPARAM_DATUM);
+    if (flags) flags |= GEOPARAM_FILE_FOUND;
+    if (flagsOut) *flagsOut = flags;
+    if (projOut) *projOut = proj;
+    if (datumOut) *datumOut = datum;
+    if (paramsOut) *paramsOut = params;
+    if (georefOut)
+        *georefOut = georef;
+    else
+        RefFreeControls(&georef);
+    return true;
+}
+
+} // namespace
+
+bool KVProjGetBitmapGeoParams(const char* imageName, unsigned int* flags, PROJDATA* proj,
+                              DatumType* datum, DATUM2WGS84* datumParams, GEOREF* georef) {
+    return KV_GUARDED(false, [&] { return bitmapGeoParams(imageName, flags, proj, datum, datumParams, georef); });
+}
+
 void KVProjDiscardGeoTIFFTags(KVBitmapTagList& tags) {
     KV_GUARDED_VOID([&] {
         LogPrintf("KVProjDiscardGeoTIFFTags\n");
