@@ -4,6 +4,7 @@
 #include "formats/SideFile.h"
 #include "frame/CNumber.h"
 #include "frame/SiblingFile.h"
+#include "kvlibw/bitmaptag.h"
 
 #include <cstring>
 #include <iterator>
@@ -118,6 +119,34 @@ bool WriteRsf(const std::string& image, SideRecords& in, std::string* error) {
     return false;
 }
 
+// ---------------------------------------------------------------- GeoTIFF
+
+std::string GeoTiffFileFor(const std::string& image) {
+    const std::string found = FindSideFile(image);
+    return found.empty() ? image : found;
+}
+
+bool ReadGeoTiff(const std::string& image, SideRecords* out, bool* found, std::string* error) {
+    GEOREF g{};
+    unsigned int flags = 0;
+    if (!KVProjGetGeoTIFF(GeoTiffFileFor(image).c_str(), &out->proj, &out->datum, &out->params, &g,
+                          &flags)) {
+        *error = "cannot read the GeoTIFF tags of " + image;
+        return false;
+    }
+    *found = (flags & GEOPARAM_FILE_FOUND) != 0;
+    out->hasProj = (flags & GEOPARAM_PROJECTION) != 0;
+    out->hasDatum = (flags & GEOPARAM_DATUM) != 0;
+    out->hasGeoref = (flags & (GEOPARAM_COEFFICIENTS | GEOPARAM_CONTROLS)) != 0;
+    out->TakeControls(g);
+    return true;
+}
+
+// Writes the tags into the image itself (rewritten through a temporary).
+bool WriteGeoTiff(const std::string& image, SideRecords& in, std::string* error) {
+    return WriteGeoTiffCopy(GeoTiffFileFor(image), image, in, error);
+}
+
 // ---------------------------------------------------------------- description
 
 std::string ParamValue(PROJDATA proj, int id) {
@@ -198,6 +227,7 @@ constexpr FileKind kKindTable[] = {
     {"kvr", "reference file", RefFileFor, ReadRef, WriteRef},
     {"world", "world file", WorldFileFor, ReadWorld, WriteWorld},
     {"rsf", "RSF file", RsfFileFor, ReadRsf, WriteRsf},
+    {"geotiff", "GeoTIFF tags", GeoTiffFileFor, ReadGeoTiff, WriteGeoTiff},
 };
 const std::vector<FileKind> kKinds(std::begin(kKindTable), std::end(kKindTable));
 
@@ -220,6 +250,49 @@ GEOREF* SideRecords::Attach() {
 }
 
 const std::vector<FileKind>& FileKinds() { return kKinds; }
+
+bool WriteGeoTiffCopy(const std::string& source, const std::string& target, SideRecords& in,
+                      std::string* error) {
+    KVBitmapTagList tags;
+    if (!KVProjBuildGeoTIFFTags(tags, in.hasProj ? &in.proj : nullptr, in.hasDatum ? in.datum : DATUM_NONE,
+                                in.hasDatum ? &in.params : nullptr, in.hasGeoref ? in.Attach() : nullptr)) {
+        *error = "cannot build the GeoTIFF tags";
+        return false;
+    }
+    // The library keeps a rotated georeference's matrix at 33920, which other
+    // readers (GDAL among them) ignore; the same matrix under the published
+    // number 34264 lets them see it. The library's reader ignores 34264.
+    if (const KVBitmapTag* matrix = tags.Find(KVTAG_MATRIX)) tags.Merge(KVTAG_MODEL_TRANSFORMATION, *matrix);
+    if (KVBitLib().WriteCopyWithTags(source.c_str(), target.c_str(), tags)) return true;
+    *error = "cannot write " + target + " (is " + source + " a TIFF image?)";
+    return false;
+}
+
+// Which file the look-up's georeference came from: the image's own tags, the
+// RSF file, or a world file (whose coefficients come back without flags).
+static std::string GeorefSource(const std::string& image, unsigned int flags, const GEOREF& g) {
+    unsigned int tiffFlags = 0;
+    KVProjGetGeoTIFF(GeoTiffFileFor(image).c_str(), nullptr, nullptr, nullptr, nullptr, &tiffFlags);
+    if (tiffFlags & (GEOPARAM_COEFFICIENTS | GEOPARAM_CONTROLS)) return GeoTiffFileFor(image);
+    if (flags & GEOPARAM_CONTROLS) return RsfFileFor(image);
+    if (g.Method == TM_PRECALCULATED) return WorldFileFor(image) + " (not shown by the flags)";
+    return "none";
+}
+
+std::string DescribeBitmapLookup(const std::string& image) {
+    unsigned int flags = 0;
+    SideRecords r;
+    GEOREF g{};
+    if (!KVProjGetBitmapGeoParams(image.c_str(), &flags, &r.proj, &r.datum, &r.params, &g))
+        return "  (the look-up failed)\n";
+    r.hasProj = (flags & GEOPARAM_PROJECTION) != 0;
+    r.hasDatum = (flags & GEOPARAM_DATUM) != 0;
+    const std::string from = GeorefSource(image, flags, g);
+    r.hasGeoref = from != "none";
+    r.TakeControls(g);
+    return "  flags: " + FormatCString("0x%02X", flags) + "\n  georeference from: " + from + "\n" +
+           DescribeRecords(r);
+}
 
 const FileKind* FindFileKind(const std::string& format) {
     for (const FileKind& k : kKinds)

@@ -47,6 +47,14 @@ const FileKind* FindFileKind(const std::string& format);
 // "kvr, world, rsf": the --format words.
 std::string FileKindWords();
 
+// Writes a copy of the TIFF image `source` as `target` with the GeoTIFF tags of
+// `in` (the matrix of a rotated georeference also under 34264, for other readers).
+bool WriteGeoTiffCopy(const std::string& source, const std::string& target, SideRecords& in,
+                      std::string* error);
+// What KVProjGetBitmapGeoParams finds for `image`: flags, the file the
+// georeference came from, and the records, each line indented by two blanks.
+std::string DescribeBitmapLookup(const std::string& image);
+
 // The text "kvproj info" prints for what one file holds, each line indented by two blanks.
 std::string DescribeRecords(const SideRecords& r);
 
