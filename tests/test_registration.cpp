@@ -225,6 +225,41 @@ TEST(Registration, SmoothWarpAccuracyAtOneHundredControls) {
     }
 }
 
+TEST(Registration, VectorKernelsMatchTheirDefinitions) {
+    // The sums of the vector code against the scalar kernels of the fit, near
+    // the controls, on them, and far outside (where the exponentials underflow).
+    const RPoints src = RandomPoints(21, 40, 0, 10000, 0, 10000);
+    RPoints dst(src.size());
+    std::transform(src.begin(), src.end(), dst.begin(), SmoothWarp);
+    RPoints queries = RandomPoints(22, 61, -2000, 12000, -2000, 12000);
+    queries.insert(queries.end(), src.begin(), src.begin() + 5);
+    queries.push_back(RPoint{-1e6, 3e6});
+    for (WarpingMethod method : kAll) {
+        Registration::WarpModel m;
+        std::string reason;
+        ASSERT_TRUE(Registration::FitWarp(src, dst, method, m, reason)) << reason;
+        RPoints out = queries;
+        ASSERT_EQ(Registration::EvaluateWarp(m, out.data(), out.size()), 0u);
+        for (size_t q = 0; q < queries.size(); ++q) {
+            const double u = (queries[q].x - m.cx) * m.inv, v = (queries[q].y - m.cy) * m.inv;
+            double fx = 0, fy = 0;
+            if (method == WARP_INVERSE_DISTANCE) {
+                Registration::InverseDistanceScalar(m, u, v, fx, fy);
+            } else {
+                fx = m.ax[0] + m.ax[1] * u + m.ax[2] * v, fy = m.ay[0] + m.ay[1] * u + m.ay[2] * v;
+                for (size_t i = 0; i < m.n; ++i) {
+                    const double du = u - m.u[i], dv = v - m.v[i];
+                    const double phi = Registration::Phi(method, du * du + dv * dv, m.k);
+                    fx += m.wx[i] * phi, fy += m.wy[i] * phi;
+                }
+            }
+            const double tol = 1e-12 * (std::fabs(fx) + std::fabs(fy) + 3e5);
+            EXPECT_NEAR(out[q].x, m.ox + fx, tol) << "method " << method << " point " << q;
+            EXPECT_NEAR(out[q].y, m.oy + fy, tol) << "method " << method << " point " << q;
+        }
+    }
+}
+
 TEST(Registration, RefusesBadControls) {
     const RPoints tri = {{0, 0}, {10, 0}, {0, 10}};
     const RPoints big = RandomPoints(1, kMaxRegistrationControls + 1, 0, 1e4, 0, 1e4);
@@ -251,6 +286,11 @@ TEST(Registration, RefusesBadControls) {
          {{0, 0}, {1, 0}, {0, 1}, {2, 0}},
          2,
          "controls 1 and 4 have the same source position"},
+        {"nearly coincident",
+         {{0, 0}, {1e4, 0}, {0, 1e4}, {3e-6, 0}},
+         {{0, 0}, {1, 0}, {0, 1}, {2, 0}},
+         3,
+         "the linear system is singular to working precision"},
         {"all identical", {{5, 5}, {5, 5}, {5, 5}}, tri, 5, "have the same source position"},
         {"collinear",
          {{0, 0}, {1, 1}, {2, 2}, {5, 5}},
@@ -264,6 +304,7 @@ TEST(Registration, RefusesBadControls) {
          4,
          "control 3 of 3 is not finite"},
         {"overflowing spread", {{-1e308, 0}, {1e308, 0}, {0, 1e308}}, tri, 0, "spread too far"},
+        {"subnormal spread", {{0, 0}, {1e-310, 0}, {0, 1e-310}}, tri, 1, "too close together"},
         {"too many", big, big, 0, "5001 controls: more than the limit of 5000"},
     };
     for (const Case& c : cases) {
@@ -307,22 +348,28 @@ TEST(Registration, TransformEdges) {
     EXPECT_EQ(pts[4].y, y2);
 }
 
-TEST(Registration, SeparateObjectsOnTwoThreads) {
+TEST(Registration, ObjectsOnTwoThreads) {
+    // Two objects calibrated and used at once, and one object shared by two
+    // threads that only transform.
     const RPoints src = RandomPoints(3, 60, 0, 10000, 0, 10000);
     RPoints dst(src.size());
     std::transform(src.begin(), src.end(), dst.begin(), SmoothWarp);
     const RPoints queries = RandomPoints(4, 5000, 0, 10000, 0, 10000);
     RPoints expected = queries;
-    CImageRegistration reference;
-    ASSERT_EQ(reference.Calibrate(src, dst, WARP_THIN_PLATE_SPLINE), WARP_THIN_PLATE_SPLINE);
-    ASSERT_TRUE(reference.Transform(expected));
-    RPoints results[2] = {queries, queries};
-    std::thread workers[2];
-    for (int t = 0; t < 2; ++t)
+    CImageRegistration shared;
+    ASSERT_EQ(shared.Calibrate(src, dst, WARP_THIN_PLATE_SPLINE), WARP_THIN_PLATE_SPLINE);
+    ASSERT_TRUE(shared.Transform(expected));
+    RPoints results[4] = {queries, queries, queries, queries};
+    std::thread workers[4];
+    for (int t = 0; t < 4; ++t)
         workers[t] = std::thread([&, t] {
-            CImageRegistration reg;
-            if (reg.Calibrate(src, dst, WARP_THIN_PLATE_SPLINE) == WARP_THIN_PLATE_SPLINE)
-                reg.Transform(results[t]);
+            if (t >= 2) {
+                shared.Transform(results[t]);
+                return;
+            }
+            CImageRegistration own;
+            if (own.Calibrate(src, dst, WARP_THIN_PLATE_SPLINE) == WARP_THIN_PLATE_SPLINE)
+                own.Transform(results[t]);
         });
     for (std::thread& w : workers)
         w.join();

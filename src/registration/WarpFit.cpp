@@ -24,8 +24,8 @@ using Eigen::Vector3d;
 constexpr double kDuplicateFraction = 1e-10;
 // Controls all within this fraction of the diameter of one line are collinear.
 constexpr double kCollinearFraction = 1e-9;
-// Largest accepted relative residual |b - A x| / (|A| |x| + |b|) of the system.
-constexpr double kMaxBackwardError = 1e-10;
+// Largest accepted miss at the controls, relative to the destination spread.
+constexpr double kMaxMissed = 1e-10;
 // Smallest accepted reciprocal condition estimate of the system.
 constexpr double kMinRcond = 1e-18;
 
@@ -120,6 +120,10 @@ bool NormaliseSource(const RPoints& source, Normalised& nm, std::string& reason)
     for (size_t i = 0; i < n; ++i)
         nm.u[i] /= diameter, nm.v[i] /= diameter;
     nm.inv = 1.0 / (extent * diameter);
+    if (!std::isfinite(nm.inv)) {
+        reason = "the source controls lie too close together to be represented";
+        return false;
+    }
     return true;
 }
 
@@ -180,32 +184,40 @@ MatrixXd SystemMatrix(const WarpModel& m) {
     return a;
 }
 
-// r = b - A x for the model's matrix rebuilt on the fly (the factorisation
-// overwrote it), with the infinity norm of A.
-void Residual(const WarpModel& m, const MatrixXd& b, const MatrixXd& x, MatrixXd& r,
-              double& normA) {
+// Puts the solution [w; a] of the system into the model.
+void SetWeights(WarpModel& m, const MatrixXd& x) {
     const Index n = static_cast<Index>(m.n);
-    r = b;
-    normA = 0;
-    for (Index i = 0; i < n; ++i) {
-        double row = 3.0 + std::fabs(m.u[i]) + std::fabs(m.v[i]);
-        double rx = x(n, 0) + x(n + 1, 0) * m.u[i] + x(n + 2, 0) * m.v[i];
-        double ry = x(n, 1) + x(n + 1, 1) * m.u[i] + x(n + 2, 1) * m.v[i];
-        for (Index j = 0; j < n; ++j) {
-            const double du = m.u[i] - m.u[j], dv = m.v[i] - m.v[j];
-            const double phi = Phi(m.method, du * du + dv * dv, m.k);
-            row += std::fabs(phi);
-            rx += phi * x(j, 0), ry += phi * x(j, 1);
+    m.wx.assign(x.col(0).data(), x.col(0).data() + n);
+    m.wy.assign(x.col(1).data(), x.col(1).data() + n);
+    for (int c = 0; c < 3; ++c)
+        m.ax[c] = x(n + c, 0), m.ay[c] = x(n + c, 1);
+}
+
+// r = b - A x with x the model's weights: K w + P a is the warp itself at the
+// controls (evaluated by the same vector kernels as every other point), and the
+// last three rows are the side conditions -P' w.
+MatrixXd Residual(const WarpModel& m, const Normalised& nm) {
+    const Index n = static_cast<Index>(m.n);
+    MatrixXd r(n + 3, 2);
+    PointBlock block;
+    for (size_t start = 0; start < m.n; start += kBlock) {
+        const size_t count = std::min(kBlock, m.n - start);
+        const size_t padded = (count + kSumLanes - 1) / kSumLanes * kSumLanes;
+        for (size_t j = 0; j < padded; ++j) {
+            block.u[j] = j < count ? m.u[start + j] : 0.0;
+            block.v[j] = j < count ? m.v[start + j] : 0.0;
         }
-        r(i, 0) -= rx, r(i, 1) -= ry;
-        normA = std::max(normA, row);
+        KernelSums(m, block, padded);
+        for (size_t j = 0; j < count; ++j) {
+            r(static_cast<Index>(start + j), 0) = nm.fx[start + j] - block.fx[j];
+            r(static_cast<Index>(start + j), 1) = nm.fy[start + j] - block.fy[j];
+        }
     }
-    for (int c = 0; c < 2; ++c) {
-        r(n, c) -= x.col(c).head(n).sum();
-        r(n + 1, c) -= x.col(c).head(n).dot(Eigen::Map<const Eigen::VectorXd>(m.u.data(), n));
-        r(n + 2, c) -= x.col(c).head(n).dot(Eigen::Map<const Eigen::VectorXd>(m.v.data(), n));
-    }
-    normA = std::max(normA, static_cast<double>(n));
+    const Eigen::Map<const Eigen::VectorXd> u(m.u.data(), n), v(m.v.data(), n);
+    const Eigen::Map<const Eigen::VectorXd> w[2] = {{m.wx.data(), n}, {m.wy.data(), n}};
+    for (int c = 0; c < 2; ++c)
+        r(n, c) = -w[c].sum(), r(n + 1, c) = -w[c].dot(u), r(n + 2, c) = -w[c].dot(v);
+    return r;
 }
 
 bool SolveRadial(WarpModel& m, const Normalised& nm, std::string& reason) {
@@ -217,22 +229,25 @@ bool SolveRadial(WarpModel& m, const Normalised& nm, std::string& reason) {
     Eigen::PartialPivLU<Eigen::Ref<MatrixXd>> lu(a); // factorised in place
     const double rcond = lu.rcond();
     MatrixXd x = lu.solve(b);
-    MatrixXd r;
-    double normA = 0;
-    Residual(m, b, x, r, normA);
-    const double backward =
-        r.cwiseAbs().maxCoeff() / (normA * x.cwiseAbs().maxCoeff() + b.cwiseAbs().maxCoeff());
-    if (!(rcond >= kMinRcond) || !(backward <= kMaxBackwardError) || !x.allFinite()) {
+    SetWeights(m, x);
+    x += lu.solve(Residual(m, nm)); // one step of iterative refinement
+    SetWeights(m, x);
+    const MatrixXd r = Residual(m, nm);
+    // How far the warp misses its controls, relative to their spread, and how
+    // far the weights miss their side conditions, relative to their size and to
+    // the spread.
+    const double missed = r.topRows(n).cwiseAbs().maxCoeff() / b.cwiseAbs().maxCoeff();
+    const double sides =
+        r.bottomRows(3).cwiseAbs().maxCoeff() /
+        (x.topRows(n).cwiseAbs().colwise().sum().maxCoeff() + b.cwiseAbs().maxCoeff());
+    const bool exact = b.cwiseAbs().maxCoeff() == 0 && r.cwiseAbs().maxCoeff() == 0;
+    if (!(rcond >= kMinRcond) || !x.allFinite() ||
+        !(exact || (missed <= kMaxMissed && !(sides > kMaxMissed)))) {
         reason = FormatCString("the linear system is singular to working precision (reciprocal "
-                               "condition %.3g, relative residual %.3g)",
-                               rcond, backward);
+                               "condition %.3g, controls missed by %.3g of their spread)",
+                               rcond, missed);
         return false;
     }
-    x += lu.solve(r); // one step of iterative refinement
-    m.wx.assign(x.col(0).data(), x.col(0).data() + n);
-    m.wy.assign(x.col(1).data(), x.col(1).data() + n);
-    for (int c = 0; c < 3; ++c)
-        m.ax[c] = x(n + c, 0), m.ay[c] = x(n + c, 1);
     return true;
 }
 
