@@ -3,7 +3,6 @@
 // affine fit from controls, and rescaling for a resized image.
 #include "georef/kvGeoRef.h"
 
-#include "frame/Angles.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
 
@@ -38,17 +37,14 @@ bool ScaleSourceControls(GEOREF& r, double sx, double sy) {
 
 bool RefInitializeCoeff(GeoRefHandle* h) {
     if (h->ref.Method != TM_PRECALCULATED) KV_ASSERT_FAIL();
+    const GEOREF& r = h->ref;
+    h->kernel = PolyKernel{3, {r.C, r.A, r.B}, {r.F, r.D, r.E}, 0, 0, 1, 0, 0};
     return true;
 }
 
 bool CoeffForward(const GeoRefHandle* h, GEOREFPOINT* pts, int n) {
     if (!pts || n < 1) return KV_ASSERT_FAIL();
-    const GEOREF r = h->ref;
-    for (int i = 0; i < n; ++i) {
-        GEOREFPOINT& p = pts[i];
-        if (IsUnplottable(p)) continue;
-        p = AffineImage(r, p);
-    }
+    ForwardPolyKernel(h->kernel, pts, static_cast<size_t>(n));
     return true;
 }
 

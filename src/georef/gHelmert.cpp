@@ -2,7 +2,6 @@
 // fitted to the controls by closed-form least squares.
 #include "georef/kvGeoRef.h"
 
-#include "frame/Angles.h"
 #include "frame/Diag.h"
 
 #include <cmath>
@@ -43,6 +42,7 @@ void FitTranslation(GeoRefHandle* h) {
     h->helmert[1] = 0.0;
     h->helmert[2] = d.x - s.x;
     h->helmert[3] = d.y - s.y;
+    h->kernel = PolyKernel{3, {h->helmert[2], 1.0, 0.0}, {h->helmert[3], 0.0, 1.0}, 0, 0, 1, 0, 0};
 }
 
 } // namespace
@@ -73,19 +73,14 @@ bool RefInitializeHelmert(GeoRefHandle* h) {
     h->helmert[3] = d + f.dy0 - b * f.x0 - a * f.y0;
     for (double v : h->helmert)
         if (!std::isfinite(v)) return KV_ASSERT_FAIL();
+    // Evaluated about the centres: x' = dx0 + c + a (x - x0) - b (y - y0).
+    h->kernel = PolyKernel{3, {c, a, -b}, {d, b, a}, f.x0, f.y0, 1.0, f.dx0, f.dy0};
     return true;
 }
 
 bool HelmertForward(const GeoRefHandle* h, GEOREFPOINT* pts, int n) {
     if (!pts || n < 1) return KV_ASSERT_FAIL();
-    const double a = h->helmert[0], b = h->helmert[1], c = h->helmert[2], d = h->helmert[3];
-    for (int i = 0; i < n; ++i) {
-        GEOREFPOINT& p = pts[i];
-        if (IsUnplottable(p)) continue;
-        const double x = p.x, y = p.y;
-        p.x = a * x - b * y + c;
-        p.y = b * x + a * y + d;
-    }
+    ForwardPolyKernel(h->kernel, pts, static_cast<size_t>(n));
     return true;
 }
 

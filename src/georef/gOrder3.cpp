@@ -3,7 +3,6 @@
 // equals the term count) and solved by Gauss-Jordan elimination.
 #include "georef/kvGeoRef.h"
 
-#include "frame/Angles.h"
 #include "frame/Diag.h"
 
 #include <algorithm>
@@ -130,27 +129,6 @@ void SwapRows(double* a, int m, double* r1, double* r2, int i, int k) {
     std::swap(r2[i], r2[k]);
 }
 
-template <int M, bool SquareFourth>
-void EvaluatePolynomial(const GeoRefHandle* h, GEOREFPOINT* pts, int n) {
-    const FitFrame f = h->frame;
-    double cx[M], cy[M];
-    std::copy(h->cx, h->cx + M, cx);
-    std::copy(h->cy, h->cy + M, cy);
-    for (int i = 0; i < n; ++i) {
-        GEOREFPOINT& p = pts[i];
-        if (IsUnplottable(p)) continue;
-        double t[M];
-        FillTerms((p.x - f.x0) * f.invScale, (p.y - f.y0) * f.invScale, M, SquareFourth, t);
-        double x = 0.0, y = 0.0;
-        for (int j = 0; j < M; ++j) {
-            x += cx[j] * t[j];
-            y += cy[j] * t[j];
-        }
-        p.x = x + f.dx0;
-        p.y = y + f.dy0;
-    }
-}
-
 int TermIndex(Exponents e, int m, bool squareFourth) {
     for (int j = 0; j < m; ++j) {
         const Exponents t = TermExponents(j, squareFourth);
@@ -232,27 +210,19 @@ bool RefInitializeOrder3(GeoRefHandle* h, int order) {
     std::fill(h->cy, h->cy + kMaxTerms, 0.0);
     std::copy(s.rx, s.rx + m, h->cx);
     std::copy(s.ry, s.ry + m, h->cy);
+    const FitFrame& f = h->frame;
+    PolyKernel& k = h->kernel;
+    k = PolyKernel{m, {}, {}, f.x0, f.y0, f.invScale, f.dx0, f.dy0};
+    std::copy(h->cx, h->cx + kMaxTerms, k.cx);
+    std::copy(h->cy, h->cy + kMaxTerms, k.cy);
     return true;
 }
 
 bool Order3Forward(const GeoRefHandle* h, int order, GEOREFPOINT* pts, int n) {
     if (!pts || n < 1) return KV_ASSERT_FAIL();
-    switch (order) {
-    case kOrderBilinear:
-        EvaluatePolynomial<4, false>(h, pts, n);
-        return true;
-    case 1:
-        EvaluatePolynomial<3, true>(h, pts, n);
-        return true;
-    case 2:
-        EvaluatePolynomial<6, true>(h, pts, n);
-        return true;
-    case 3:
-        EvaluatePolynomial<10, true>(h, pts, n);
-        return true;
-    default:
-        return KV_ASSERT_FAIL();
-    }
+    if (PolyTermCount(order) != h->kernel.terms) return KV_ASSERT_FAIL();
+    ForwardPolyKernel(h->kernel, pts, static_cast<size_t>(n));
+    return true;
 }
 
 // Each frame term ((x - x0) / s)^px ((y - y0) / s)^py expanded binomially into

@@ -4,6 +4,8 @@
 
 #include "kvproj/georef.h"
 
+#include <cstddef>
+
 namespace KVProj {
 
 class CImageRegistration;
@@ -24,6 +26,19 @@ struct FitFrame {
     double dx0, dy0;
 };
 
+// What the forward transformation of methods 0..5 evaluates: a polynomial of
+// `terms` terms (3: 1, x, y; 4: bilinear; 6; 10) in u = (x - x0) * invScale,
+// v = (y - y0) * invScale, plus (dx0, dy0).
+struct PolyKernel {
+    int terms;
+    double cx[kMaxTerms], cy[kMaxTerms];
+    double x0, y0, invScale, dx0, dy0;
+};
+
+// Transforms the points in place through the kernel, vectorised; points with
+// the unplottable marker pass through.
+void ForwardPolyKernel(const PolyKernel& k, GEOREFPOINT* pts, size_t count);
+
 // The private block behind a georeference handle.
 struct GeoRefHandle {
     GEOREF ref;        // the creator's record; pSrc and pDest point at the handle's copies
@@ -31,6 +46,7 @@ struct GeoRefHandle {
     double cx[kMaxTerms];
     double cy[kMaxTerms]; // polynomial coefficients of x' and y' in the fit frame
     FitFrame frame;
+    PolyKernel kernel; // the fit of methods 0..5 as the forward transformation evaluates it
     CImageRegistration* registration;
 };
 
