@@ -283,6 +283,30 @@ TEST(GeorefFit, HelmertOfTwoControlsIsExact) {
     }
 }
 
+// The fit handed out in source coordinates sums to what the handle computes.
+TEST(GeorefFit, FitInSourceCoordinatesMatchesForward) {
+    Controls c = OracleControls();
+    for (int method : {TM_HELMERT, TM_AFFINE, TM_FIRST_ORDER, TM_SECOND_ORDER, TM_THIRD_ORDER}) {
+        SCOPED_TRACE(method);
+        Handle h(c.Record(method));
+        GEOREFFIT fit{};
+        ASSERT_TRUE(RefGetFit(h.h, &fit));
+        for (const GEOREFPOINT& p : RandomPoints(kPixels, 5, 11)) {
+            const double x = p.x, y = p.y;
+            const double fourth = method == TM_FIRST_ORDER ? x * y : x * x;
+            const double terms[10] = {1,     x,         y,         fourth,    x * y,
+                                      y * y, x * x * x, x * x * y, x * y * y, y * y * y};
+            double fx = 0, fy = 0;
+            for (int j = 0; j < fit.nTerms; ++j)
+                fx += fit.X[j] * terms[j], fy += fit.Y[j] * terms[j];
+            const GEOREFPOINT want = h.Forward(x, y);
+            EXPECT_NEAR(fx, want.x, 1e-6);
+            EXPECT_NEAR(fy, want.y, 1e-6);
+        }
+    }
+    EXPECT_FALSE(RefGetFit(nullptr, nullptr));
+}
+
 // Controls on a square stretched along x and squeezed along y by eps: the
 // stretch has no similarity part, so the fit is the identity and every
 // control is off by eps times its distance from the centre.
