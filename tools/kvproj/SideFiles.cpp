@@ -37,6 +37,7 @@ bool ReadRef(const std::string& name, SideRecords* out, bool* found, std::string
     out->hasProj = (flags & GEOPARAM_PROJECTION) != 0;
     out->hasDatum = (flags & GEOPARAM_DATUM) != 0;
     out->hasGeoref = g.Method != TM_NONE;
+    out->partialCoefficients = g.Method == TM_PRECALCULATED;
     out->TakeControls(g);
     return true;
 }
@@ -76,7 +77,15 @@ bool ReadWorld(const std::string& image, SideRecords* out, bool* found, std::str
     return true;
 }
 
+// Coefficients read from a reference file lack B to F: not enough for a world or RSF file.
+bool WholeCoefficients(const SideRecords& in, std::string* error) {
+    if (!in.partialCoefficients) return true;
+    *error = "a reference file keeps only the first coefficient: give all six with --coeff";
+    return false;
+}
+
 bool WriteWorld(const std::string& image, SideRecords& in, std::string* error) {
+    if (!WholeCoefficients(in, error)) return false;
     GEOREF g = *in.Attach();
     if (!in.hasGeoref || (g.Method != TM_PRECALCULATED && !RefControlsToCoeff(&g))) {
         *error = "a world file needs coefficients, or at least three control points to fit them";
@@ -108,6 +117,7 @@ bool ReadRsf(const std::string& image, SideRecords* out, bool* found, std::strin
 }
 
 bool WriteRsf(const std::string& image, SideRecords& in, std::string* error) {
+    if (!WholeCoefficients(in, error)) return false;
     const GEOREF& g = *in.Attach();
     const bool controls = g.Method != TM_NONE && g.Method != TM_PRECALCULATED && g.nControls > 0;
     if (!in.hasGeoref || (!controls && g.Method != TM_PRECALCULATED)) {
@@ -213,6 +223,8 @@ std::string DescribeGeoref(const SideRecords& r) {
         const double c[6] = {g.A, g.B, g.C, g.D, g.E, g.F};
         for (int i = 0; i < 6; ++i)
             text += std::string("    ") + char('A' + i) + ": " + Number(c[i]) + "\n";
+        if (r.partialCoefficients)
+            text += "    (a reference file keeps only the first coefficient, in A)\n";
         return text;
     }
     text += "    control points: " + std::to_string(g.nControls) + "\n";

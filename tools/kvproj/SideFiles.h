@@ -19,6 +19,9 @@ struct SideRecords {
     KVProj::DatumType datum = KVProj::DATUM_NONE;
     KVProj::DATUM2WGS84 params{};
     bool hasGeoref = false;
+    // A reference file keeps only the first of the six coefficients: a
+    // georeference read from one with method 5 lacks the other five.
+    bool partialCoefficients = false;
     KVProj::GEOREF georef{};
     std::vector<KVProj::GEOREFPOINT> src, dest;
 
