@@ -883,3 +883,62 @@ TEST(EsriPrjParis, BothWaysAgainstGdal) {
               "GEOGCS[\"GCS_NTF\",DATUM[\"D_NTF\",SPHEROID[\"Clarke 1880 (IGN)\",6378249.2,293.466021293627]],"
               "PRIMEM[\"Greenwich\",0],UNIT[\"Degree\",0.0174532925199433]]");
 }
+
+// Written then read back by this reader: every projection type and every state
+// plane zone of both systems. Expected differences, by the writer's rules:
+// "Unknown" types read as 999; Longitude_Of_Point_2 and _3 carry Lon1;
+// Lambert azimuthal writes its Lat1 as the origin latitude.
+TEST(EsriPrjWrite, RoundTripEveryTypeAndZone) {
+    const std::map<int, int> readAs = {{13, 999}, {18, 999}, {22, 999}};
+    for (int t = 0; t < PT_COUNT; ++t) {
+        if (t == PT_STATE_PLANE_27 || t == PT_STATE_PLANE_83) continue;
+        PROJDATA p = Proj(static_cast<ProjType>(t));
+        p.Lon0 = 10, p.Lat0 = 40, p.Lat1 = 30, p.Lat2 = 50, p.Lat3 = 20, p.Lon1 = 5, p.Lon2 = 15;
+        p.K0 = 0.9996, p.Alpha = 30, p.xOrg = 1000, p.yOrg = 2000;
+        if (t == PT_UTM) p.Lon0 = 9; // a zone's central meridian
+        const PrjRecord r = ReadNew(WriteText(&p, DATUM_WGS84, nullptr));
+        const int type = readAs.count(t) ? readAs.at(t) : t;
+        EXPECT_EQ(+r.proj.Type, type) << t;
+        EXPECT_EQ(+r.datum, DATUM_WGS84) << t;
+        if (type == 999 || t == 0) continue;
+        struct {
+            int id;
+            double written, read;
+        } fields[] = {{3, p.xOrg, r.proj.xOrg}, {4, p.yOrg, r.proj.yOrg}, {6, p.Lon0, r.proj.Lon0},
+                      {7, p.Lat1, r.proj.Lat1}, {8, p.Lat2, r.proj.Lat2}, {10, p.Lon1, r.proj.Lon1},
+                      {11, p.Lon1, r.proj.Lon2}, {13, p.K0, r.proj.K0}, {17, p.Alpha, r.proj.Alpha}};
+        for (const auto& f : fields) {
+            if (!ProjUsesParam(static_cast<ProjType>(t), f.id)) continue;
+            // "Azimuth" also sets Lat1 when read, and is written after Standard_Parallel_1.
+            const bool azimuthWins = f.id == 7 && ProjUsesParam(static_cast<ProjType>(t), 17);
+            EXPECT_EQ(f.read, azimuthWins ? p.Alpha : f.written) << "type " << t << " id " << f.id;
+        }
+        if (ProjUsesParam(static_cast<ProjType>(t), 5)) {
+            EXPECT_EQ(+r.proj.Lat0, p.Lat0) << t;
+        }
+    }
+    int zones = 0;
+    for (int system : {PT_STATE_PLANE_27, PT_STATE_PLANE_83}) {
+        for (int z = 0; z < STATEZONE_COUNT; ++z) {
+            PROJDATA p = Proj(static_cast<ProjType>(system));
+            p.Zone = static_cast<StateZoneType>(z);
+            PROJDATA expanded = p;
+            ProjGetStateZoneParams(&expanded);
+            const std::string text = WriteText(&p, DATUM_NONE, nullptr);
+            if (expanded.Zone == STATEZONE_NONE) {
+                EXPECT_EQ(text, "") << system << " " << z; // a zone the system does not have
+                continue;
+            }
+            ++zones;
+            const PrjRecord r = ReadNew(text);
+            EXPECT_EQ(+r.proj.Type, system) << text;
+            // Zones that share a USGS code read back as the first of them.
+            int usgs = 0, usgsBack = 0;
+            char name[kStateZoneNameLen];
+            ProjGetStateZoneInfo(p.Zone, name, &usgs);
+            ProjGetStateZoneInfo(r.proj.Zone, name, &usgsBack);
+            EXPECT_EQ(usgsBack, usgs) << text;
+        }
+    }
+    EXPECT_EQ(zones, 2 * STATEZONE_COUNT - 19); // state_plane_zones.tsv: 4 zones without NAD 27, 15 without NAD 83
+}
