@@ -1,6 +1,7 @@
 #include "SideFiles.h"
 
 #include "DatumArgs.h"
+#include "formats/EsriPrj.h"
 #include "formats/SideFile.h"
 #include "frame/CNumber.h"
 #include "frame/SiblingFile.h"
@@ -157,6 +158,51 @@ bool WriteGeoTiff(const std::string& image, SideRecords& in, std::string* error)
     return WriteGeoTiffCopy(GeoTiffFileFor(image), image, in, error);
 }
 
+// ---------------------------------------------------------------- ESRI projection file
+
+std::string PrjFileFor(const std::string& name) {
+    const std::string file = PrjFileName(name.c_str());
+    const std::string found = FindSideFile(file);
+    return found.empty() ? file : found;
+}
+
+bool ReadPrj(const std::string& name, SideRecords* out, bool* found, std::string* error) {
+    unsigned int flags = 0;
+    if (!KVProjEsriPrjFileRead(name.c_str(), &out->proj, &out->datum, &out->params, &flags)) {
+        *error = "cannot read the projection file " + PrjFileFor(name) + " (no well-known text tree)";
+        return false;
+    }
+    *found = (flags & GEOPARAM_FILE_FOUND) != 0;
+    out->hasProj = (flags & GEOPARAM_PROJECTION) != 0;
+    out->hasDatum = (flags & GEOPARAM_DATUM) != 0;
+    return true;
+}
+
+// The library answers true when it has nothing to write; say so instead of
+// pretending a file was made.
+bool WritePrj(const std::string& name, SideRecords& in, std::string* error) {
+    PROJDATA proj{};
+    proj.Type = PT_UNDEFINED;
+    proj.Scale = 1.0;
+    proj.Ellipsoid = ELLIPSOID_NONE;
+    DATUM2WGS84 params{};
+    params.Ellipsoid = ELLIPSOID_NONE;
+    const DatumType datum = in.hasDatum ? in.datum : DATUM_NONE;
+    WktNode tree;
+    if (!GenWktNodesForProjectionAndDatum(tree, in.hasProj ? in.proj : proj, in.hasProj, datum,
+                                          in.hasDatum ? in.params : params, in.hasDatum) ||
+        tree.Children.empty()) {
+        *error = "nothing a projection file can hold: no projection, no datum with an EPSG "
+                 "geographic system, or a projection ellipsoid that differs from the datum's";
+        return false;
+    }
+    if (KVProjEsriPrjFileWrite(name.c_str(), in.hasProj ? &in.proj : nullptr, datum,
+                               in.hasDatum ? &in.params : nullptr))
+        return true;
+    *error = "cannot write " + PrjFileFor(name);
+    return false;
+}
+
 // ---------------------------------------------------------------- description
 
 std::string ParamValue(PROJDATA proj, int id) {
@@ -240,6 +286,7 @@ constexpr FileKind kKindTable[] = {
     {"world", "world file", WorldFileFor, ReadWorld, WriteWorld},
     {"rsf", "RSF file", RsfFileFor, ReadRsf, WriteRsf},
     {"geotiff", "GeoTIFF tags", GeoTiffFileFor, ReadGeoTiff, WriteGeoTiff},
+    {"prj", "ESRI projection file", PrjFileFor, ReadPrj, WritePrj},
 };
 const std::vector<FileKind> kKinds(std::begin(kKindTable), std::end(kKindTable));
 
