@@ -24,7 +24,11 @@ const Case kCases[] = {
      "30\xE2\x80\xB2"
      "15.00\xE2\x80\xB3N\n"},
     {"dms 5.5 --decimals 0 --marks dms", 0, "5d30m0sE\n"},
-    {"dms -- -77.25", 2, "kvproj: dms: unknown option '--'"},
+    {"dms -- -77.25", 0, "77d15'00.00\"W\n"}, // "--" ends the options
+    // Rounding carries into minutes and degrees: 45d59'59.999964" is 46d00'00.00".
+    {"dms 45.99999999", 0, "46d00'00.00\"E\n"},
+    {"dms 45.9999", 0, "45d59'59.64\"E\n"},
+    {"dms --lat --style dm -- -45.999999999", 0, "46d00.0000'S\n"},
     {"dms", 2, "kvproj: dms: missing <degrees>\n"},
     {"dms abc", 2, "kvproj: dms: 'abc' is not a number of degrees\n"},
     {"dms nan", 2, "kvproj: dms: 'nan' is not a number"},
@@ -47,7 +51,7 @@ const Case kCases[] = {
     {"deg --mark '\xC2\xBA' '12\xC2\xBA"
      "30m'",
      0, "12.5\n"},
-    {"deg -- -12.5", 2, "kvproj: deg: unknown option '--'"},
+    {"deg -- -12.5", 0, "-12.5\n"},
     {"deg '12 30'", 2, "kvproj: deg: cannot read '12 30' as an angle\n"},
     {"deg", 2, "kvproj: deg: missing <text>\n"},
     {"deg 12 --mark xy", 2, "kvproj: deg: --mark needs one character\n"},

@@ -82,7 +82,7 @@ TEST(ToolDatum, UsageErrors) {
         {"datum 4326", "no built-in datum has EPSG code '4326'"},
         {"datum EPSG:x", "EPSG code"},
         {"datum 'No Such Datum'", "unknown datum 'No Such Datum'"},
-        {"datum 2 --profile", "--profile needs a file"},
+        {"datum 2 --profile", "--profile needs a value"},
         {"datum 2 --bogus", "unknown option '--bogus'"},
         {"datum --list extra", "unexpected argument 'extra'"},
     };

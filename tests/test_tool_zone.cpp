@@ -114,7 +114,7 @@ TEST(ToolCheck, VerdictsOnArgumentsAndInput) {
         {"check", 2, "<stdin>:2: expected key=value", "", "type=5\nlat1 30\n"},
         {"check", 2, "bad value 'maybe' for Projection in Southern Hemisphere", "",
          "bSouth=maybe\n"},
-        {"check /nonexistent/record.txt", 2, "cannot open"},
+        {"check /nonexistent/record.txt", 1, "cannot open"}, // a failed read
     });
 }
 

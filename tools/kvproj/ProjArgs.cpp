@@ -1,12 +1,17 @@
 // Projection records from command-line words.
 #include "ProjArgs.h"
 
+#include "Numbers.h"
+#include "Text.h"
+
 #include "kvproj/kvproj.h"
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
+#include <cmath>
 
 namespace kvtool {
 namespace {
@@ -70,22 +75,7 @@ int ParamIdOf(const std::string& key) {
 }
 
 bool ParseInt(const std::string& text, long long* value) {
-    if (text.empty()) return false;
-    errno = 0;
-    char* end = nullptr;
-    const long long n = std::strtoll(text.c_str(), &end, 10);
-    if (errno != 0 || *end != '\0' || n < INT32_MIN || n > INT32_MAX) return false;
-    *value = n;
-    return true;
-}
-
-bool ParseNumber(const std::string& text, double* value) {
-    if (text.empty()) return false;
-    char* end = nullptr;
-    const double v = std::strtod(text.c_str(), &end);
-    if (*end != '\0') return false;
-    *value = v;
-    return true;
+    return ParseInteger(text, INT32_MIN, INT32_MAX, value);
 }
 
 bool IsAngle(int id) {
@@ -93,11 +83,9 @@ bool IsAngle(int id) {
 }
 
 bool ParseDouble(int id, const std::string& text, double* value) {
+    // "nan" and "inf" are read so that the check can name the parameter.
     if (ParseNumber(text, value)) return true;
-    if (!IsAngle(id)) return false;
-    std::vector<char> buffer(text.begin(), text.end());
-    buffer.push_back('\0');
-    return KVProj::LatLonToDegrees(buffer.data(), value, 'd');
+    return IsAngle(id) && ParseAngle(text, value);
 }
 
 bool ParseBool(const std::string& text, bool* value) {
@@ -177,13 +165,82 @@ std::vector<std::string> Words(const std::string& text, bool* balanced) {
     return words;
 }
 
-std::string Trim(const std::string& s) {
-    const size_t a = s.find_first_not_of(" \t");
-    if (a == std::string::npos) return "";
-    return s.substr(a, s.find_last_not_of(" \t") - a + 1);
+} // namespace
+
+std::string ParamLabel(int id) {
+    char label[KVPROJ_NAME_LEN] = "";
+    return KVProj::ProjParamInfo(id, label, nullptr, nullptr, nullptr) ? label : "?";
+}
+
+namespace {
+
+// A parameter the record's projection uses (the false origin always) that
+// holds NaN or an infinity; 0 when there is none. The library's checks let
+// such values through and the pipeline then returns unmarked non-finite
+// numbers, so the tool refuses them.
+int NonFiniteParameter(const PROJDATA& data) {
+    const KVProj::ProjType type = data.Type;
+    std::vector<int> ids = {2, 3, 4};
+    for (int i = 0; i < KVProj::ProjNumParams(type); ++i)
+        ids.push_back(KVProj::ProjEnumParam(type, i));
+    for (int id : ids) {
+        KVProj::ProjDataType dataType;
+        if (!KVProj::ProjParamInfo(id, nullptr, &dataType, nullptr, nullptr) ||
+            dataType != KVProj::PDT_DOUBLE)
+            continue;
+        PROJDATA copy = data;
+        double v = 0.0;
+        if (KVProj::ProjGetParam(&copy, id, &v) && !std::isfinite(v)) return id;
+    }
+    return 0;
+}
+
+// True when the projection converts at least one point of a coarse lon/lat
+// net: Lambert with parallels 30 and -30 passes the library's checks but has
+// no cone to project onto.
+bool ConvertsSomething(const PROJDATA& data) {
+    PROJDATA copy = data;
+    void* h = KVProj::ProjCreateProjection(&copy);
+    if (!h) return false;
+    std::vector<KVProj::PROJPOINT> net;
+    for (int lat = -80; lat <= 80; lat += 10)
+        for (int lon = -175; lon <= 175; lon += 10)
+            net.push_back({data.Lon0 + lon, static_cast<double>(lat)});
+    net.push_back({data.Lon0, data.Lat0});
+    bool any = false;
+    if (KVProj::ProjForward(h, net.data(), static_cast<int>(net.size())))
+        for (const KVProj::PROJPOINT& p : net)
+            any = any || (p.x != KVPROJ_UNPLOTTABLE && p.y != KVPROJ_UNPLOTTABLE &&
+                          std::isfinite(p.x) && std::isfinite(p.y));
+    KVProj::ProjDeleteProjection(h);
+    return any;
 }
 
 } // namespace
+
+RecordVerdict CheckRecord(const PROJDATA& data) {
+    RecordVerdict verdict;
+    PROJDATA copy = data;
+    char message[KVProj::kProjCheckMessageLen] = "";
+    verdict.parameter = KVProj::ProjCheckParams(&copy, message, false);
+    if (verdict.parameter != 0) {
+        verdict.message = message;
+        return verdict;
+    }
+    if ((verdict.parameter = NonFiniteParameter(data)) != 0) {
+        verdict.message = ParamLabel(verdict.parameter) + " is not a finite number";
+        return verdict;
+    }
+    // Zones come from the library's tables; the probe is for records typed in.
+    const bool table = data.Type == KVProj::PT_UNDEFINED ||
+                       data.Type == KVProj::PT_STATE_PLANE_27 ||
+                       data.Type == KVProj::PT_STATE_PLANE_83;
+    if (!table && !ConvertsSomething(data)) {
+        verdict.parameter = 1;
+        verdict.message = "the parameters leave no point that can be converted";
+    }
+    return verdict;
+}
 
 PROJDATA EmptyProjRecord() {
     PROJDATA d;
@@ -312,46 +369,33 @@ bool UtmRecord(const std::string& text, PROJDATA* data, std::string* error) {
     return true;
 }
 
-bool TakeProjectionRequest(std::vector<std::string>& args, const std::vector<std::string>& prefixes,
-                           ProjRequest* request, std::string* error) {
-    *request = ProjRequest();
-    std::vector<std::string> rest;
-    for (size_t i = 0; i < args.size(); ++i) {
-        std::string opt = args[i], value;
-        const size_t eq = opt.find('=');
-        const bool inlineValue = opt.rfind("--", 0) == 0 && eq != std::string::npos;
-        if (inlineValue) {
-            value = opt.substr(eq + 1);
-            opt = opt.substr(0, eq);
-        }
-        std::string kind;
+void AddProjectionOptions(CLI::App& app, const std::vector<std::string>& prefixes, const char* side,
+                          ProjOptions* o) {
+    auto names = [&](const char* kind) {
+        std::string list;
         for (const std::string& prefix : prefixes)
-            for (const char* k : {"proj", "zone", "utm"})
-                if (opt == "--" + prefix + k) kind = k;
-        if (kind.empty()) {
-            rest.push_back(args[i]);
-            continue;
-        }
-        if (!inlineValue) {
-            if (i + 1 >= args.size()) {
-                *error = opt + " needs a value";
-                return false;
-            }
-            value = args[++i];
-        }
-        if (kind == "proj") {
-            request->params += (request->params.empty() ? "" : " ") + value;
-        } else {
-            if (!request->baseKind.empty()) {
-                *error = "give only one zone or UTM option for a projection (" + opt + ")";
-                return false;
-            }
-            request->baseKind = kind;
-            request->base = value;
-        }
-        request->given = true;
+            list += (list.empty() ? "--" : ",--") + prefix + kind;
+        return list;
+    };
+    const std::string of = side[0] ? std::string(" of the ") + side + " projection" : "";
+    app.add_option(names("proj"), o->proj, "key=value words" + of)
+        ->allow_extra_args(false)
+        ->type_name("WORDS");
+    o->zoneOpt = app.add_option(names("zone"), o->zone, "state plane zone" + of)->type_name("ZONE");
+    o->utmOpt =
+        app.add_option(names("utm"), o->utm, "UTM zone" + of + " (33N, 33S)")->type_name("ZONE");
+}
+
+bool RequestFrom(const ProjOptions& o, ProjRequest* request, std::string* error) {
+    *request = ProjRequest();
+    if (o.zoneOpt->count() && o.utmOpt->count()) {
+        *error = "give only one zone or UTM option for a projection (" + o.utmOpt->get_name() + ")";
+        return false;
     }
-    args = rest;
+    request->params = Join(o.proj);
+    if (o.zoneOpt->count()) request->baseKind = "zone", request->base = o.zone;
+    if (o.utmOpt->count()) request->baseKind = "utm", request->base = o.utm;
+    request->given = !o.proj.empty() || !request->baseKind.empty();
     return true;
 }
 
@@ -368,14 +412,6 @@ bool BuildProjection(const ProjRequest& request, const ProjFigure* figure, PROJD
         data->Flattening = figure->flattening;
     }
     return ApplyProjParams(request.params, data, error);
-}
-
-bool TakeProjectionOptions(std::vector<std::string>& args, PROJDATA* data, bool* given,
-                           std::string* error) {
-    ProjRequest request;
-    if (!TakeProjectionRequest(args, {""}, &request, error)) return false;
-    *given = request.given;
-    return BuildProjection(request, nullptr, data, error);
 }
 
 } // namespace kvtool

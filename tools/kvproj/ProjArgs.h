@@ -12,11 +12,25 @@
 
 #include "kvproj/projdata.h"
 
+#include <CLI/CLI.hpp>
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace kvtool {
+
+// The label of parameter `id` ("False Easting"), "?" for none.
+std::string ParamLabel(int id);
+
+// What the tool thinks of a record: `parameter` 0 when it can be used,
+// otherwise the id of the parameter at fault (the library's own checks first,
+// then non-finite values and projections that convert no point) and why.
+struct RecordVerdict {
+    int parameter = 0;
+    std::string message;
+};
+RecordVerdict CheckRecord(const KVProj::PROJDATA& data);
 
 // A record with nothing chosen: zeros, Scale 1, WGS 84, no state zone.
 KVProj::PROJDATA EmptyProjRecord();
@@ -54,22 +68,25 @@ struct ProjFigure {
     double flattening = 0.0;
 };
 
-// Takes the projection options "--<prefix>proj", "--<prefix>zone" and
-// "--<prefix>utm" for every prefix in `prefixes` (and their --opt=value forms)
-// out of `args`, leaving the other words in order.
-bool TakeProjectionRequest(std::vector<std::string>& args, const std::vector<std::string>& prefixes,
-                           ProjRequest* request, std::string* error);
+// The projection options of one side: "--<prefix>proj" (repeatable, the
+// words joined), "--<prefix>zone" and "--<prefix>utm", for every prefix.
+struct ProjOptions {
+    std::vector<std::string> proj;
+    std::string zone, utm;
+    CLI::Option* zoneOpt = nullptr;
+    CLI::Option* utmOpt = nullptr;
+};
+void AddProjectionOptions(CLI::App& app, const std::vector<std::string>& prefixes, const char* side,
+                          ProjOptions* o);
+
+// What the options said; false when both a zone and a UTM zone were given.
+bool RequestFrom(const ProjOptions& o, ProjRequest* request, std::string* error);
 
 // Builds the record: --zone or --utm first, then `figure` unless the record is
 // a state plane zone (a zone brings its own figure), then the --proj words on
 // top, so that an ellipsoid named there wins.
 bool BuildProjection(const ProjRequest& request, const ProjFigure* figure, KVProj::PROJDATA* data,
                      std::string* error);
-
-// Takes --proj, --zone and --utm out of `args` and builds the record
-// ("--utm 18N --proj ellipsoid=15" works). *given is false when none was there.
-bool TakeProjectionOptions(std::vector<std::string>& args, KVProj::PROJDATA* data, bool* given,
-                           std::string* error);
 
 } // namespace kvtool
 

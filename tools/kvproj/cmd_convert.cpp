@@ -6,249 +6,37 @@
 // Input: one point per line, "x y" separated by blanks or a comma (longitude
 // first going forward); further columns are passed through as they stand;
 // blank lines and lines starting with '#' are copied unchanged. Lines are
-// converted in batches, so memory use does not grow with the input.
+// converted in blocks, so memory use does not grow with the input.
 #include "Command.h"
+#include "ConvertStream.h"
 #include "DatumArgs.h"
+#include "Numbers.h"
 #include "ProjArgs.h"
 
 #include "kvlibw/kvlibw.h"
 #include "kvproj/kvproj.h"
 
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <iostream>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#if defined(_WIN32)
-#include <io.h>
-#define KV_ISATTY(fd) _isatty(fd)
-#else
-#include <unistd.h>
-#define KV_ISATTY(fd) isatty(fd)
-#endif
-
 namespace kvtool {
 namespace {
 
-constexpr size_t kBatch = 4096;
-constexpr long long kProgressEvery = 1000000;
-
 struct Options {
-    std::string direction; // "--fwd", "--inv" or "" for the plain projection options
+    ProjOptions plain, src, dst;
+    bool fwd = false, inv = false;
     std::string srcDatum, dstDatum, profile;
     bool strict = false;
-    int precision = -1; // default: 3 decimals for metres, 9 for degrees
+    std::string precision;
     std::string marker = "unplottable";
     std::string input = "-";
 };
 
-// One input line: either passed through verbatim or a point with the text
-// that follows its two coordinates.
-struct Line {
-    bool point = false;
-    std::string text; // the whole line, or the rest after the coordinates
-    bool comma = false;
-};
-
-bool ReadNumber(const std::string& s, size_t* pos, double* value) {
-    const size_t start = *pos;
-    size_t end = start;
-    while (end < s.size() && s[end] != ' ' && s[end] != '\t' && s[end] != ',')
-        ++end;
-    if (end == start) return false;
-    const std::string word = s.substr(start, end - start);
-    char* stop = nullptr;
-    *value = std::strtod(word.c_str(), &stop);
-    if (*stop != '\0') return false;
-    *pos = end;
-    return true;
-}
-
-void SkipBlanks(const std::string& s, size_t* pos) {
-    while (*pos < s.size() && (s[*pos] == ' ' || s[*pos] == '\t'))
-        ++*pos;
-}
-
-// Splits "x y rest" / "x,y,rest"; false when the line has no two numbers.
-bool ParsePoint(const std::string& s, KVProj::PROJPOINT* p, Line* line) {
-    size_t pos = 0;
-    SkipBlanks(s, &pos);
-    if (!ReadNumber(s, &pos, &p->x)) return false;
-    SkipBlanks(s, &pos);
-    if (pos < s.size() && s[pos] == ',') {
-        line->comma = true;
-        ++pos;
-        SkipBlanks(s, &pos);
-    }
-    if (!ReadNumber(s, &pos, &p->y)) return false;
-    line->text = s.substr(pos);
-    line->point = true;
-    return true;
-}
-
-std::string Format(double v, int precision) {
-    char buffer[64];
-    std::snprintf(buffer, sizeof(buffer), "%.*f", precision, v);
-    return buffer;
-}
-
-// The handles of one run; a null handle is a stage left out.
-struct Pipeline {
-    void* inverse = nullptr; // source projection
-    void* datum = nullptr;
-    void* forward = nullptr; // destination projection
-
-    Pipeline() = default;
-    Pipeline(const Pipeline&) = delete;
-    Pipeline& operator=(const Pipeline&) = delete;
-    ~Pipeline() {
-        KVProj::ProjDeleteProjection(inverse);
-        KVProj::DatDeleteDatum(datum);
-        KVProj::ProjDeleteProjection(forward);
-    }
-};
-
-class Converter {
-public:
-    Converter(const Pipeline& stages, const Options& o) : m_stages(stages), m_opt(o) {
-        m_precision = o.precision >= 0 ? o.precision : (stages.forward ? 3 : 9);
-        m_lines.reserve(kBatch);
-        m_points.reserve(kBatch);
-    }
-
-    // False when the conversion itself failed (not for a bad line).
-    bool Add(const Line& line, const KVProj::PROJPOINT& p) {
-        m_lines.push_back(line);
-        if (line.point) m_points.push_back(p);
-        return m_lines.size() < kBatch || Flush();
-    }
-
-    bool Flush() {
-        if (!Convert()) return false;
-        size_t k = 0;
-        std::string out;
-        for (const Line& l : m_lines) {
-            if (!l.point) {
-                out += l.text;
-            } else {
-                const KVProj::PROJPOINT& p = m_points[k++];
-                const bool bad = p.x == KVPROJ_UNPLOTTABLE || p.y == KVPROJ_UNPLOTTABLE;
-                const char* sep = l.comma ? "," : " ";
-                out += bad ? m_opt.marker + sep + m_opt.marker
-                           : Format(p.x, m_precision) + sep + Format(p.y, m_precision);
-                out += l.text;
-            }
-            out += '\n';
-        }
-        std::fwrite(out.data(), 1, out.size(), stdout);
-        m_lines.clear();
-        m_points.clear();
-        return true;
-    }
-
-private:
-    // Every stage passes the unplottable marker of an earlier one through.
-    bool Convert() {
-        const int n = static_cast<int>(m_points.size());
-        if (n == 0) return true;
-        KVProj::PROJPOINT* pts = m_points.data();
-        if (m_stages.inverse && !KVProj::ProjInverse(m_stages.inverse, pts, n)) return false;
-        if (m_stages.datum) {
-            m_datumPoints.resize(m_points.size());
-            for (size_t i = 0; i < m_points.size(); ++i)
-                m_datumPoints[i] = KVProj::DATUMPOINT{m_points[i].x, m_points[i].y};
-            if (!KVProj::DatConvertDatum(m_stages.datum, m_datumPoints.data(), n)) return false;
-            for (size_t i = 0; i < m_points.size(); ++i)
-                m_points[i] = KVProj::PROJPOINT{m_datumPoints[i].x, m_datumPoints[i].y};
-        }
-        return !m_stages.forward || KVProj::ProjForward(m_stages.forward, pts, n);
-    }
-
-    const Pipeline& m_stages;
-    const Options& m_opt;
-    int m_precision = 3;
-    std::vector<Line> m_lines;
-    std::vector<KVProj::PROJPOINT> m_points;
-    std::vector<KVProj::DATUMPOINT> m_datumPoints;
-};
-
 int Usage(const std::string& message) {
     return UsageError("convert: " + message);
-}
-
-const char kHelp[] =
-    "usage: kvproj convert [stages] [options] [file]\n"
-    "\n"
-    "Reads one point per line from the file or standard input (\"x y\" or \"x,y\";\n"
-    "further columns, blank lines and '#' lines pass through) and runs it through\n"
-    "the stages given, in this order:\n"
-    "  1. source projection, inverted: --src-proj \"k=v ...\", --src-zone Z, --src-utm 33N\n"
-    "  2. datum shift:                 --src-datum D --dst-datum D [--profile FILE]\n"
-    "  3. destination projection:      --dst-proj \"k=v ...\", --dst-zone Z, --dst-utm 33N\n"
-    "Longitude and latitude in degrees flow between the stages.\n"
-    "\n"
-    "  --fwd | --inv       with --proj, --zone or --utm: that projection is the\n"
-    "                      destination (--fwd) or the source (--inv)\n"
-    "  --inv-* / --fwd-*   same as --src-* / --dst-* (--fwd-utm 16N)\n"
-    "  D                   a built-in datum by id, name, EPSG code (6267, EPSG:6267)\n"
-    "                      or short name (WGS84, NAD27, ...), or a custom datum\n"
-    "                      saved in the --profile file\n"
-    "  --precision N       decimals printed (default 3 for projected, 9 for degrees)\n"
-    "  --marker TEXT       printed for unplottable points (default \"unplottable\")\n"
-    "  --strict            stop at the first line without two numbers\n"
-    "\n"
-    "A projection on a side with a datum takes that datum's ellipsoid unless the\n"
-    "projection words name one; state plane zones keep their own. Zone Z is\n"
-    "spcs27:NAME|FIPS, spcs83:NAME|FIPS or epsg:CODE.\n"
-    "\n"
-    "  kvproj convert --src-datum NAD27 --dst-datum WGS84 < lonlat.txt\n"
-    "  kvproj convert --inv --zone spcs27:101 --src-datum NAD27 --dst-datum WGS84 \\\n"
-    "                 --dst-utm 16N < alabama-east.txt\n";
-
-bool ParseOptions(std::vector<std::string> args, Options* o, std::string* error) {
-    bool haveInput = false;
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        if (a == "--fwd" || a == "--inv") {
-            if (!o->direction.empty() && o->direction != a)
-                return (*error = "give only one of --fwd and --inv"), false;
-            o->direction = a;
-        } else if (a == "--strict") {
-            o->strict = true;
-        } else if (a == "--precision" || a == "--marker" || a == "--src-datum" ||
-                   a == "--dst-datum" || a == "--profile") {
-            if (i + 1 >= args.size()) return (*error = a + " needs a value"), false;
-            const std::string& v = args[++i];
-            if (a == "--marker") {
-                o->marker = v;
-                continue;
-            }
-            if (a != "--precision") {
-                std::string& target = a == "--src-datum"   ? o->srcDatum
-                                      : a == "--dst-datum" ? o->dstDatum
-                                                           : o->profile;
-                if (v.empty()) return (*error = a + " needs a value"), false;
-                target = v;
-                continue;
-            }
-            char* end = nullptr;
-            const long p = std::strtol(v.c_str(), &end, 10);
-            if (v.empty() || *end != '\0' || p < 0 || p > 17)
-                return (*error = "--precision takes 0 to 17, not '" + v + "'"), false;
-            o->precision = static_cast<int>(p);
-        } else if (!haveInput && (a == "-" || a.rfind("--", 0) != 0)) {
-            o->input = a;
-            haveInput = true;
-        } else {
-            return (*error = "unexpected argument '" + a + "'"), false;
-        }
-    }
-    return true;
 }
 
 // The plain --proj/--zone/--utm words belong to the side --fwd or --inv names.
@@ -275,15 +63,14 @@ bool PlaceProjections(const ProjRequest& plain, const std::string& direction, Pr
 }
 
 void* MakeHandle(KVProj::PROJDATA* data, const char* side) {
-    char message[KVProj::kProjCheckMessageLen] = "";
-    const int bad = KVProj::ProjCheckParams(data, message, false);
-    if (bad != 0) {
-        std::fprintf(stderr, "kvproj: convert: invalid %s projection: %s (parameter %d)\n", side,
-                     message, bad);
+    const RecordVerdict verdict = CheckRecord(*data);
+    if (verdict.parameter != 0) {
+        Usage(std::string("invalid ") + side + " projection: " + verdict.message + " (parameter " +
+              std::to_string(verdict.parameter) + ", " + ParamLabel(verdict.parameter) + ")");
         return nullptr;
     }
     void* h = KVProj::ProjCreateProjection(data);
-    if (!h) std::fprintf(stderr, "kvproj: convert: cannot create the %s projection\n", side);
+    if (!h) Usage(std::string("cannot create the ") + side + " projection");
     return h;
 }
 
@@ -321,65 +108,21 @@ int KVCALLBACK PrintReport(const _KVERRINFO* info) {
     return 0;
 }
 
-int Run(std::istream& in, const std::string& source, const Pipeline& stages, const Options& o) {
-    Converter conv(stages, o);
-    const bool progress = KV_ISATTY(2) != 0;
-    long long number = 0, badLines = 0;
-    std::string text;
-    const KVProj::PROJPOINT none{0.0, 0.0};
-    while (std::getline(in, text)) {
-        ++number;
-        if (!text.empty() && text.back() == '\r') text.pop_back();
-        Line line;
-        KVProj::PROJPOINT p = none;
-        const size_t first = text.find_first_not_of(" \t");
-        if (first == std::string::npos || text[first] == '#') {
-            line.text = text;
-        } else if (!ParsePoint(text, &p, &line)) {
-            std::fprintf(stderr,
-                         "kvproj: convert: %s:%lld: cannot read two coordinates from '%s'\n",
-                         source.c_str(), number, text.c_str());
-            ++badLines;
-            if (o.strict) {
-                conv.Flush();
-                return EXIT_USAGE;
-            }
-            continue;
-        }
-        if (!conv.Add(line, p)) {
-            std::fprintf(stderr, "kvproj: convert: %s: the conversion failed near line %lld\n",
-                         source.c_str(), number);
-            return EXIT_FAILED;
-        }
-        if (progress && number % kProgressEvery == 0)
-            std::fprintf(stderr, "\rkvproj: convert: %lld lines", number);
-    }
-    if (!conv.Flush()) {
-        std::fprintf(stderr, "kvproj: convert: %s: the conversion failed\n", source.c_str());
-        return EXIT_FAILED;
-    }
-    if (progress && number >= kProgressEvery) std::fprintf(stderr, "\n");
-    std::fflush(stdout);
-    return badLines ? EXIT_FAILED : EXIT_OK;
-}
-
-int CmdConvert(const std::vector<std::string>& argsIn) {
-    std::vector<std::string> args = argsIn;
-    for (const std::string& a : args)
-        if (a == "--help" || a == "-h") {
-            std::fputs(kHelp, stdout);
-            return EXIT_OK;
-        }
+int Run(const Options& o) {
     ProjRequest plain, src, dst;
     std::string error;
-    if (!TakeProjectionRequest(args, {""}, &plain, &error) ||
-        !TakeProjectionRequest(args, {"src-", "inv-"}, &src, &error) ||
-        !TakeProjectionRequest(args, {"dst-", "fwd-"}, &dst, &error))
+    if (!RequestFrom(o.plain, &plain, &error) || !RequestFrom(o.src, &src, &error) ||
+        !RequestFrom(o.dst, &dst, &error))
         return Usage(error);
-    Options o;
-    if (!ParseOptions(args, &o, &error) ||
-        !PlaceProjections(plain, o.direction, &src, &dst, &error))
-        return Usage(error);
+    if (o.fwd && o.inv) return Usage("give only one of --fwd and --inv");
+    const std::string direction = o.fwd ? "--fwd" : o.inv ? "--inv" : "";
+    if (!PlaceProjections(plain, direction, &src, &dst, &error)) return Usage(error);
+    StreamOptions stream;
+    stream.marker = o.marker;
+    stream.strict = o.strict;
+    stream.precision = dst.given ? 3 : 9;
+    if (!o.precision.empty() && !ParseInteger(o.precision, 0, kMaxDecimals, &stream.precision))
+        return Usage("--precision takes 0 to 17, not '" + o.precision + "'");
     const bool datums = !o.srcDatum.empty() || !o.dstDatum.empty();
     if (!src.given && !dst.given && !datums)
         return Usage("give a projection (--proj, --zone or --utm with --fwd or --inv, or "
@@ -401,25 +144,51 @@ int CmdConvert(const std::vector<std::string>& argsIn) {
         if (!BuildProjection(dst, &dstFigure, &data, &error)) return Usage(error);
         if (!(stages.forward = MakeHandle(&data, "destination"))) return EXIT_USAGE;
     }
-
     KVRegisterCallerInstance(PrintReport, nullptr);
-    int status;
-    std::ios::sync_with_stdio(false);
-    if (o.input == "-") {
-        status = Run(std::cin, "<stdin>", stages, o);
-    } else {
-        std::ifstream file(o.input);
-        status = file ? Run(file, o.input, stages, o) : Usage("cannot open '" + o.input + "'");
-    }
+    const int status = ConvertStream(o.input, stages, stream);
     KVUnregisterCallerInstance();
     return status;
 }
 
-KVCommand convertCommand(
-    "convert", "convert [--src-PROJ] [--src-datum D --dst-datum D] [--dst-PROJ] [file]",
-    "convert points through a source projection inverted, a datum shift and a projection; "
-    "--fwd|--inv PROJ for one side (--help)",
-    CmdConvert);
+Runner SetUp(CLI::App& app) {
+    auto o = std::make_shared<Options>();
+    app.description("Reads one point per line from FILE or standard input (\"x y\" or \"x,y\";\n"
+                    "further columns, blank lines and '#' lines pass through) and runs it\n"
+                    "through the stages given, in this order:\n"
+                    "  1. source projection, inverted: --src-proj, --src-zone or --src-utm\n"
+                    "  2. datum shift: --src-datum D --dst-datum D [--profile FILE]\n"
+                    "  3. destination projection: --dst-proj, --dst-zone or --dst-utm\n"
+                    "Longitude and latitude in degrees flow between the stages. A projection\n"
+                    "on a side with a datum takes that datum's ellipsoid unless its words name\n"
+                    "one; state plane zones keep their own. A zone is spcs27:NAME|FIPS,\n"
+                    "spcs83:NAME|FIPS or epsg:CODE; a datum D is an id, name, EPSG code\n"
+                    "(6267, EPSG:6267), short name (WGS84, NAD27) or a custom datum.");
+    app.add_option("file", o->input, "input file (default: standard input)");
+    AddProjectionOptions(app, {"src-", "inv-"}, "source", &o->src);
+    AddProjectionOptions(app, {"dst-", "fwd-"}, "destination", &o->dst);
+    AddProjectionOptions(app, {""}, "", &o->plain);
+    app.add_flag("--fwd", o->fwd, "--proj/--zone/--utm is the destination");
+    app.add_flag("--inv", o->inv, "--proj/--zone/--utm is the source");
+    app.add_option("--src-datum", o->srcDatum, "the datum of the input points");
+    app.add_option("--dst-datum", o->dstDatum, "the datum of the output points");
+    app.add_option("--profile", o->profile, "FILE holding custom datums");
+    app.add_option("--precision", o->precision, "decimals: 0-17 (3 projected, 9 degrees)");
+    app.add_option("--marker", o->marker, "text for unplottable points");
+    app.add_flag("--strict", o->strict, "stop at the first bad line (status 2)");
+    return [o] { return Run(*o); };
+}
+
+const KVCommand
+    command({"convert", "convert [stages] [options] [file]",
+             "convert points: source projection, datum shift, destination projection",
+             "  kvproj convert --src-datum NAD27 --dst-datum WGS84 < lonlat.txt\n"
+             "  kvproj convert --src-zone spcs27:101 --src-datum NAD27 \\\n"
+             "      --dst-datum WGS84 --dst-utm 16N alabama-east.txt\n",
+             "  0  every line converted\n"
+             "  1  a line could not be read (reported, the others converted), a read or\n"
+             "     write failed, or the conversion failed (a missing grid file)\n"
+             "  2  bad usage, or a bad line with --strict\n"},
+            SetUp);
 
 } // namespace
 } // namespace kvtool

@@ -7,6 +7,7 @@
 #include "kvproj/kvproj.h"
 
 #include <cstdio>
+#include <memory>
 #include <string>
 
 namespace kvtool {
@@ -14,7 +15,7 @@ namespace {
 
 using namespace KVProj;
 
-std::string ellipsoidText(int e) {
+std::string EllipsoidText(int e) {
     char name[KVPROJ_NAME_LEN];
     double a = 0, f = 0;
     if (e == ELLIPSOID_USER_DEFINED) return "user-defined";
@@ -22,32 +23,12 @@ std::string ellipsoidText(int e) {
     return name;
 }
 
-std::string epsgText(DatumType id) {
+std::string EpsgText(DatumType id) {
     int code = 0;
     return DatGetDatumPOSCNumber(id, &code) ? std::to_string(code) : "-";
 }
 
-// Splits off "--profile FILE"; false (after a usage message) on a bad option.
-bool takeProfile(const std::vector<std::string>& args, const char* command,
-                 std::vector<std::string>* rest, std::string* profile, int* status) {
-    for (size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--profile") {
-            if (i + 1 >= args.size()) {
-                *status = UsageError(std::string(command) + ": --profile needs a file");
-                return false;
-            }
-            *profile = args[++i];
-        } else if (args[i].size() > 2 && args[i].compare(0, 2, "--") == 0) {
-            *status = UsageError(std::string(command) + ": unknown option '" + args[i] + "'");
-            return false;
-        } else {
-            rest->push_back(args[i]);
-        }
-    }
-    return true;
-}
-
-void printDatum(const DatumChoice& d, const std::string& profile) {
+void PrintDatum(const DatumChoice& d, const std::string& profile) {
     const DATUM2WGS84& s = d.step;
     const int method = s.Method;
     if (d.custom)
@@ -55,14 +36,14 @@ void printDatum(const DatumChoice& d, const std::string& profile) {
     else
         std::printf("id:             %d\n", int(d.type));
     std::printf("name:           %s\n", d.name.c_str());
-    std::printf("epsg:           %s\n", d.custom ? "-" : epsgText(d.type).c_str());
+    std::printf("epsg:           %s\n", d.custom ? "-" : EpsgText(d.type).c_str());
     std::printf("method:         %s\n", DatumMethodText(method));
     const bool reversible =
         d.custom ? (method == DM_MOLODENSKY || method == DM_BURSA || method == DM_NOXFORM)
                  : DatReversible(d.type);
     std::printf("direction:      %s\n", reversible ? "to and from WGS 84" : "to WGS 84 only");
     if (method != DM_MOLODENSKY && method != DM_BURSA) return;
-    std::printf("ellipsoid:      %d %s\n", int(s.Ellipsoid), ellipsoidText(s.Ellipsoid).c_str());
+    std::printf("ellipsoid:      %d %s\n", int(s.Ellipsoid), EllipsoidText(s.Ellipsoid).c_str());
     std::printf("semi-major:     %.4f m\n", double(s.MajorRadius));
     if (s.Flattening > 0)
         std::printf("inverse flat.:  %.9f\n", 1.0 / s.Flattening);
@@ -77,40 +58,43 @@ void printDatum(const DatumChoice& d, const std::string& profile) {
     }
 }
 
-int runDatum(const std::vector<std::string>& args) {
-    std::vector<std::string> rest;
+struct Options {
+    std::vector<std::string> words;
     std::string profile;
     bool list = false;
-    std::vector<std::string> words;
-    for (const std::string& a : args) {
-        if (a == "--list")
-            list = true;
-        else
-            words.push_back(a);
+};
+
+int Run(const Options& o) {
+    if (o.list) {
+        if (!o.words.empty()) return UsageError("datum: unexpected argument '" + o.words[0] + "'");
+        return ListDatums(o.profile);
     }
-    if (list) return ListDatums(words);
-    int status = EXIT_OK;
-    if (!takeProfile(words, "datum", &rest, &profile, &status)) return status;
-    if (rest.size() != 1)
+    if (o.words.size() != 1)
         return UsageError("datum: name one datum (id, name, EPSG code or custom name)");
     DatumChoice choice;
     std::string error;
-    if (!ResolveDatum(rest[0], profile, &choice, &error)) return UsageError("datum: " + error);
-    printDatum(choice, profile);
+    if (!ResolveDatum(o.words[0], o.profile, &choice, &error)) return UsageError("datum: " + error);
+    PrintDatum(choice, o.profile);
     return EXIT_OK;
 }
 
-static KVCommand cmd("datum", "datum <name|id|epsg> [--profile F]",
-                     "show a datum's step to WGS 84 (--list lists them all)", runDatum);
+Runner SetUp(CLI::App& app) {
+    auto o = std::make_shared<Options>();
+    app.add_option("datum", o->words, "id, name, EPSG code (6267, EPSG:6267) or custom name");
+    app.add_option("--profile", o->profile, "a profile FILE holding custom datums");
+    app.add_flag("--list", o->list, "list every datum (as kvproj list datums)");
+    return [o] { return Run(*o); };
+}
+
+const KVCommand command({"datum", "datum <name|id|epsg> [--profile F]",
+                         "show a datum's step to WGS 84",
+                         "  kvproj datum NAD27\n"
+                         "  kvproj datum 'My site' --profile datums.ini\n"},
+                        SetUp);
 
 } // namespace
 
-int ListDatums(const std::vector<std::string>& args) {
-    std::vector<std::string> rest;
-    std::string profile;
-    int status = EXIT_OK;
-    if (!takeProfile(args, "list datums", &rest, &profile, &status)) return status;
-    if (!rest.empty()) return UsageError("list datums: unexpected argument '" + rest[0] + "'");
+int ListDatums(const std::string& profile) {
     char name[256];
     for (int id = 0; id < DatNumDatums(); ++id) {
         DatumType d = static_cast<DatumType>(id);
@@ -120,8 +104,8 @@ int ListDatums(const std::vector<std::string>& args) {
         DATUM2WGS84 s;
         std::string ellipsoid = "-";
         if (DatGetDatumParams(d, &s) && (method == DM_MOLODENSKY || method == DM_BURSA))
-            ellipsoid = ellipsoidText(s.Ellipsoid);
-        std::printf("%3d  %-58s  %5s  %-20s  %s\n", id, name, epsgText(d).c_str(),
+            ellipsoid = EllipsoidText(s.Ellipsoid);
+        std::printf("%3d  %-58s  %5s  %-20s  %s\n", id, name, EpsgText(d).c_str(),
                     methodText.c_str(), ellipsoid.c_str());
     }
     if (profile.empty()) return EXIT_OK;
@@ -132,7 +116,7 @@ int ListDatums(const std::vector<std::string>& args) {
         bool readable = NDatGetDatumParams(profile.c_str(), name, &s);
         std::printf("%3d  %-58s  %5s  %-20s  %s\n", i, name, "-",
                     readable ? DatumMethodText(s.Method) : "(unreadable)",
-                    readable && s.Method != DM_NOXFORM ? ellipsoidText(s.Ellipsoid).c_str() : "-");
+                    readable && s.Method != DM_NOXFORM ? EllipsoidText(s.Ellipsoid).c_str() : "-");
     }
     return EXIT_OK;
 }

@@ -8,9 +8,9 @@
 namespace kvtool {
 
 // "kvproj list datums [--profile FILE]": one line per datum with its id, name,
-// EPSG code, method and ellipsoid; with a profile, its custom datums follow.
-// `args` are the words after "datums". Returns a tool exit code.
-int ListDatums(const std::vector<std::string>& args);
+// EPSG code, method and ellipsoid; with a profile (unless empty), its custom
+// datums follow. Returns a tool exit code.
+int ListDatums(const std::string& profile);
 
 } // namespace kvtool
 

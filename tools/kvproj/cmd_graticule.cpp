@@ -18,6 +18,7 @@
 // to it (a pole of Van der Grinten is stretched without bound yet sits on the
 // map's circle). The lines are cut at the frame.
 #include "Command.h"
+#include "Numbers.h"
 #include "ProjArgs.h"
 
 #include "kvproj/kvproj.h"
@@ -26,7 +27,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -74,12 +75,7 @@ struct Options {
 };
 
 bool ParseReal(const std::string& text, double* value) {
-    if (text.empty()) return false;
-    char* end = nullptr;
-    const double v = std::strtod(text.c_str(), &end);
-    if (*end != '\0' || !std::isfinite(v)) return false;
-    *value = v;
-    return true;
+    return ParseFinite(text, value);
 }
 
 bool ParseWindow(const std::string& text, Window* w, std::string* error) {
@@ -104,61 +100,36 @@ bool ParseWindow(const std::string& text, Window* w, std::string* error) {
     return true;
 }
 
-// One option's value, from "--opt value" or "--opt=value".
-bool TakeValue(const std::vector<std::string>& args, size_t* i, const std::string& name,
-               std::string* value, std::string* error) {
-    const std::string& a = args[*i];
-    if (a.size() > name.size() && a.compare(0, name.size() + 1, name + "=") == 0) {
-        *value = a.substr(name.size() + 1);
-        return true;
+struct Words {
+    ProjOptions proj;
+    std::string step, densify, width, window, title, output;
+    CLI::Option* outputOpt = nullptr;
+};
+
+bool ParseOptions(const Words& words, Options* o, std::string* error) {
+    for (const bool step : {true, false}) {
+        const std::string& v = step ? words.step : words.densify;
+        const std::string name = step ? "--step" : "--densify";
+        double d = 0;
+        if (v.empty()) continue;
+        if (!ParseReal(v, &d) || d <= 0.0 || d > (step ? 180.0 : 10.0))
+            return (*error = name + " takes degrees above 0 and up to " + (step ? "180" : "10") +
+                             ", not '" + v + "'"),
+                   false;
+        (step ? o->step : o->densify) = d;
     }
-    if (*i + 1 >= args.size()) return (*error = name + " needs a value"), false;
-    *value = args[++*i];
-    return true;
-}
-
-bool Matches(const std::string& arg, const char* name) {
-    const size_t n = std::char_traits<char>::length(name);
-    return arg.compare(0, n, name) == 0 && (arg.size() == n || arg[n] == '=');
-}
-
-bool ParseOptions(const std::vector<std::string>& args, Options* o, std::string* error) {
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        std::string v;
-        if (Matches(a, "--step") || Matches(a, "--densify")) {
-            const bool step = Matches(a, "--step");
-            const std::string name = step ? "--step" : "--densify";
-            double d = 0;
-            if (!TakeValue(args, &i, name, &v, error)) return false;
-            if (!ParseReal(v, &d) || d <= 0.0 || d > (step ? 180.0 : 10.0))
-                return (*error = name + " takes degrees above 0 and up to " +
-                                 (step ? "180" : "10") + ", not '" + v + "'"),
-                       false;
-            (step ? o->step : o->densify) = d;
-        } else if (Matches(a, "--width")) {
-            if (!TakeValue(args, &i, "--width", &v, error)) return false;
-            char* end = nullptr;
-            const long w = std::strtol(v.c_str(), &end, 10);
-            if (v.empty() || *end != '\0' || w < kMinWidth || w > kMaxWidth)
-                return (*error = "--width takes " + std::to_string(kMinWidth) + " to " +
-                                 std::to_string(kMaxWidth) + " pixels, not '" + v + "'"),
-                       false;
-            o->width = static_cast<int>(w);
-        } else if (Matches(a, "--window")) {
-            if (!TakeValue(args, &i, "--window", &v, error)) return false;
-            if (!ParseWindow(v, &o->window, error)) return false;
-            o->haveWindow = true;
-        } else if (Matches(a, "--title")) {
-            if (!TakeValue(args, &i, "--title", &v, error)) return false;
-            o->title = v;
-        } else if (a == "-o" || Matches(a, "--output")) {
-            if (!TakeValue(args, &i, a == "-o" ? "-o" : "--output", &v, error)) return false;
-            if (v.empty()) return (*error = "the output file name is empty"), false;
-            o->output = v;
-        } else {
-            return (*error = "unexpected argument '" + a + "'"), false;
-        }
+    if (!words.width.empty() && !ParseInteger(words.width, kMinWidth, kMaxWidth, &o->width))
+        return (*error = "--width takes " + std::to_string(kMinWidth) + " to " +
+                         std::to_string(kMaxWidth) + " pixels, not '" + words.width + "'"),
+               false;
+    if (!words.window.empty()) {
+        if (!ParseWindow(words.window, &o->window, error)) return false;
+        o->haveWindow = true;
+    }
+    o->title = words.title;
+    if (words.outputOpt->count()) {
+        if (words.output.empty()) return (*error = "the output file name is empty"), false;
+        o->output = words.output;
     }
     return true;
 }
@@ -990,15 +961,15 @@ int Usage(const std::string& message) {
     return UsageError("graticule: " + message);
 }
 
-int CmdGraticule(const std::vector<std::string>& argsIn) {
-    std::vector<std::string> args = argsIn;
+int Run(const Words& words) {
     PROJDATA data;
-    bool given = false;
+    ProjRequest request;
     std::string error;
-    if (!TakeProjectionOptions(args, &data, &given, &error)) return Usage(error);
-    if (!given) return Usage("give the projection with --proj, --zone or --utm");
+    if (!RequestFrom(words.proj, &request, &error)) return Usage(error);
+    if (!request.given) return Usage("give the projection with --proj, --zone or --utm");
+    if (!BuildProjection(request, nullptr, &data, &error)) return Usage(error);
     Options o;
-    if (!ParseOptions(args, &o, &error)) return Usage(error);
+    if (!ParseOptions(words, &o, &error)) return Usage(error);
     if (o.densify > o.step) return Usage("--densify must not exceed --step");
 
     Handles h;
@@ -1041,11 +1012,24 @@ int CmdGraticule(const std::vector<std::string>& argsIn) {
     return EXIT_OK;
 }
 
-KVCommand graticuleCommand(
-    "graticule", "graticule PROJ [--step N] [-o FILE]",
-    "draw meridians, parallels and the valid area as SVG; --densify D, --width PX, "
-    "--window LON1,LAT1,LON2,LAT2, --title TEXT",
-    CmdGraticule);
+Runner SetUp(CLI::App& app) {
+    auto w = std::make_shared<Words>();
+    AddProjectionOptions(app, {""}, "", &w->proj);
+    app.add_option("--step", w->step, "degrees between lines (default 15)");
+    app.add_option("--densify", w->densify, "degrees between vertices (default 1)");
+    app.add_option("--width", w->width, "picture width in pixels (default 800)");
+    app.add_option("--window", w->window, "LON1,LAT1,LON2,LAT2 to draw (default all)");
+    app.add_option("--title", w->title, "the picture's title");
+    w->outputOpt = app.add_option("-o,--output", w->output, "the SVG file (default: stdout)");
+    return [w] { return Run(*w); };
+}
+
+const KVCommand
+    command({"graticule", "graticule PROJ [options] [-o FILE]",
+             "draw meridians, parallels and the valid area as an SVG picture",
+             "  kvproj graticule --proj 'type=lcc lat1=33 lat2=45 lon0=-96' -o lcc.svg\n"
+             "  kvproj graticule --utm 33N --step 1 --window 9,40,21,50 -o utm33.svg\n"},
+            SetUp);
 
 } // namespace
 } // namespace kvtool

@@ -7,13 +7,14 @@
 // Files ending in ".las" or ".los" (any case) are NADCON grids, read as the
 // ".LAS"/".LOS" pair beside each other; anything else is taken as NTv2.
 #include "Command.h"
+#include "LineInput.h"
+#include "Numbers.h"
+#include "Text.h"
 
 #include "datum/GridShift.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -107,53 +108,29 @@ int InfoNadcon(const std::string& path) {
 
 struct Options {
     std::string file;
+    bool fwd = false, inv = false;
     bool forward = true;
-    bool direction = false;
+    std::string precisionText;
     int precision = 9;
     std::string input = "-";
 };
 
-bool ParseShift(const std::vector<std::string>& args, Options* o, std::string* error) {
-    bool haveInput = false;
-    for (size_t i = 1; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        if (a == "--fwd" || a == "--inv") {
-            o->forward = a == "--fwd";
-            o->direction = true;
-        } else if (a == "--precision") {
-            char* end = nullptr;
-            const long p = i + 1 < args.size() ? std::strtol(args[i + 1].c_str(), &end, 10) : -1;
-            if (i + 1 >= args.size() || args[i + 1].empty() || *end != '\0' || p < 0 || p > 17)
-                return (*error = "--precision takes 0 to 17"), false;
-            o->precision = static_cast<int>(p);
-            ++i;
-        } else if (o->file.empty() && a.rfind("--", 0) != 0) {
-            o->file = a;
-        } else if (!haveInput && (a == "-" || a.rfind("--", 0) != 0)) {
-            o->input = a;
-            haveInput = true;
-        } else {
-            return (*error = "unexpected argument '" + a + "'"), false;
-        }
-    }
-    if (o->file.empty()) return (*error = "shift needs a grid file"), false;
-    if (!o->direction) return (*error = "say --fwd or --inv"), false;
-    return true;
-}
-
-// Reads "lon lat [rest]"; false when the line does not start with two numbers.
+// Reads "lon lat [rest]" (blanks, tabs or a comma between); false when the
+// line does not start with two numbers.
 bool ParsePoint(const std::string& line, DATUMPOINT* p, std::string* rest) {
-    const char* s = line.c_str();
-    char* end = nullptr;
-    p->x = std::strtod(s, &end);
-    if (end == s) return false;
-    const char* next = end;
-    while (*next == ' ' || *next == '\t' || *next == ',')
+    auto word = [&](size_t from, size_t* end) {
+        *end = from;
+        while (*end < line.size() && line[*end] != ' ' && line[*end] != '\t' && line[*end] != ',')
+            ++*end;
+        return line.substr(from, *end - from);
+    };
+    size_t end = 0;
+    if (!ParseNumber(word(0, &end), &p->x)) return false;
+    size_t next = end;
+    while (next < line.size() && (line[next] == ' ' || line[next] == '\t' || line[next] == ','))
         ++next;
-    if (next == end) return false;
-    p->y = std::strtod(next, &end);
-    if (end == next || (*end && *end != ' ' && *end != '\t' && *end != ',')) return false;
-    *rest = end;
+    if (next == end || !ParseNumber(word(next, &end), &p->y)) return false;
+    *rest = line.substr(end);
     return true;
 }
 
@@ -182,29 +159,31 @@ public:
             if (!ok) return false;
         }
         size_t k = 0;
-        std::string out;
-        char buffer[128];
+        std::string& out = m_out.Text();
         for (const Line& l : m_lines) {
             if (!l.point) {
                 out += l.text + "\n";
                 continue;
             }
             const DATUMPOINT& p = m_points[k];
-            if (p.x == KVPROJ_UNPLOTTABLE || p.y == KVPROJ_UNPLOTTABLE)
-                std::snprintf(buffer, sizeof buffer, "unplottable unplottable");
-            else
-                std::snprintf(buffer, sizeof buffer, "%.*f %.*f", m_opt.precision, p.x,
-                              m_opt.precision, p.y);
-            out += buffer + l.rest;
+            if (p.x == KVPROJ_UNPLOTTABLE || p.y == KVPROJ_UNPLOTTABLE) {
+                out += "unplottable unplottable";
+            } else {
+                AppendFixed(out, p.x, m_opt.precision);
+                out += ' ';
+                AppendFixed(out, p.y, m_opt.precision);
+            }
+            out += l.rest;
             if (!m_nadcon && !Covered(input[k])) out += "  # outside the grid";
             out += "\n";
             ++k;
         }
-        std::fwrite(out.data(), 1, out.size(), stdout);
         m_lines.clear();
         m_points.clear();
-        return true;
+        return m_out.Write(m_interactive);
     }
+    bool Finish() { return Flush() && m_out.Write(true); }
+    bool m_interactive = false;
 
 private:
     struct Line {
@@ -223,38 +202,47 @@ private:
     std::vector<KVProj::Ntv2SubGridInfo> m_roots;
     std::vector<Line> m_lines;
     std::vector<DATUMPOINT> m_points;
+    BlockOutput m_out;
 };
 
-int RunShift(std::istream& in, const std::string& source, Shifter& shifter) {
-    std::string text, rest;
-    long long number = 0, bad = 0;
-    while (std::getline(in, text)) {
-        ++number;
-        if (!text.empty() && text.back() == '\r') text.pop_back();
+int RunShift(const Options& o, Shifter& shifter) {
+    LineInput in;
+    std::string error;
+    if (!in.Open(o.input, &error)) return Failed(error);
+    shifter.m_interactive = in.Interactive();
+    long long bad = 0;
+    const char* data = nullptr;
+    size_t size = 0;
+    std::string rest;
+    for (LineInput::Status status; (status = in.Next(&data, &size)) != LineInput::END;) {
+        if (status == LineInput::READ_FAILED) {
+            shifter.Finish();
+            return Failed(in.Name() + ": read failed: " + in.Error());
+        }
+        const std::string text = status == LineInput::TOO_LONG ? "" : std::string(data, size);
         const size_t first = text.find_first_not_of(" \t");
         DATUMPOINT p{0, 0};
         bool point = false;
-        if (first != std::string::npos && text[first] != '#') {
-            point = ParsePoint(text.substr(first), &p, &rest);
-            if (!point) {
-                std::fprintf(stderr,
-                             "kvproj: grid: %s:%lld: cannot read two coordinates from '%s'\n",
-                             source.c_str(), number, text.c_str());
-                ++bad;
-                continue;
-            }
+        if (status == LineInput::TOO_LONG ||
+            (first != std::string::npos && text[first] != '#' &&
+             !(point = ParsePoint(text.substr(first), &p, &rest)))) {
+            std::fprintf(stderr, "kvproj: grid: %s:%lld: cannot read two coordinates from '%s'\n",
+                         in.Name().c_str(), in.Number(), Shown(text).c_str());
+            ++bad;
+            continue;
         }
-        if (!shifter.Add(text, point, p, rest)) return Failed("the shift failed");
+        if (!shifter.Add(text, point, p, rest)) return Failed("the shift or the output failed");
     }
-    if (!shifter.Flush()) return Failed("the shift failed");
-    std::fflush(stdout);
+    if (!shifter.Finish()) return Failed("the shift or the output failed");
     return bad ? EXIT_FAILED : EXIT_OK;
 }
 
-int Shift(const std::vector<std::string>& args) {
-    Options o;
-    std::string error;
-    if (!ParseShift(args, &o, &error)) return Usage(error);
+int Shift(Options o) {
+    if (o.fwd && o.inv) return Usage("give only one of --fwd and --inv");
+    if (!o.fwd && !o.inv) return Usage("say --fwd or --inv");
+    o.forward = o.fwd;
+    if (!o.precisionText.empty() && !ParseInteger(o.precisionText, 0, kMaxDecimals, &o.precision))
+        return Usage("--precision takes 0 to 17");
     const bool nadcon = IsNadcon(o.file);
     std::string area;
     if (nadcon) {
@@ -272,25 +260,44 @@ int Shift(const std::vector<std::string>& args) {
         if (!LoadNtv2(o.file, &status)) return status;
     }
     Shifter shifter(o, nadcon, area);
-    std::ios::sync_with_stdio(false);
-    if (o.input == "-") return RunShift(std::cin, "<stdin>", shifter);
-    std::ifstream file(o.input);
-    if (!file) return Usage("cannot open '" + o.input + "'");
-    return RunShift(file, o.input, shifter);
+    return RunShift(o, shifter);
 }
 
-int CmdGrid(const std::vector<std::string>& args) {
-    if (args.empty()) return Usage("say info or shift");
-    if (args[0] == "info") {
-        if (args.size() != 2) return Usage("info needs exactly one grid file");
-        return IsNadcon(args[1]) ? InfoNadcon(args[1]) : InfoNtv2(args[1]);
+struct Choice {
+    Options shift;
+    std::string infoFile;
+};
+
+int Run(CLI::App& app, const Choice& c) {
+    if (app.got_subcommand("info")) {
+        if (c.infoFile.empty()) return Usage("info needs exactly one grid file");
+        return IsNadcon(c.infoFile) ? InfoNadcon(c.infoFile) : InfoNtv2(c.infoFile);
     }
-    if (args[0] == "shift") return Shift(args);
-    return Usage("unknown grid command '" + args[0] + "'");
+    if (app.got_subcommand("shift")) {
+        if (c.shift.file.empty()) return Usage("shift needs a grid file");
+        return Shift(c.shift);
+    }
+    return Usage("say info or shift");
 }
 
-KVCommand gridCommand("grid", "grid info <file> | grid shift <file> --fwd|--inv [input]",
-                      "inspect an NTv2 or NADCON grid file and shift points with it", CmdGrid);
+Runner SetUp(CLI::App& app) {
+    auto c = std::make_shared<Choice>();
+    CLI::App* info = app.add_subcommand("info", "the sub-grid tree (NTv2) or grid (NADCON)");
+    info->add_option("file", c->infoFile, "an NTv2 (.gsb) or NADCON (.las/.los) file");
+    CLI::App* shift = app.add_subcommand("shift", "shift \"lon lat\" lines (degrees)");
+    shift->add_option("grid", c->shift.file, "the grid file");
+    shift->add_option("input", c->shift.input, "input file (default: standard input)");
+    shift->add_flag("--fwd", c->shift.fwd, "from the grid's old datum to its new one");
+    shift->add_flag("--inv", c->shift.inv, "the other way (NTv2 only)");
+    shift->add_option("--precision", c->shift.precisionText, "decimals printed (default 9)");
+    return [c, &app] { return Run(app, *c); };
+}
+
+const KVCommand command({"grid", "grid info <file> | shift <file> --fwd|--inv",
+                         "inspect an NTv2 or NADCON grid file and shift points with it",
+                         "  kvproj grid info NTV2_0.GSB\n"
+                         "  echo '-75 45' | kvproj grid shift NTV2_0.GSB --fwd\n"},
+                        SetUp);
 
 } // namespace
 } // namespace kvtool

@@ -1,5 +1,8 @@
 // "kvproj list": prints the built-in catalogues a host builds its user interface from.
 #include "Command.h"
+#include "Numbers.h"
+#include "Suggest.h"
+#include "Text.h"
 #include "cmd_datum.h"
 #include "cmd_zone.h"
 
@@ -18,89 +21,34 @@ namespace {
 using KVProj::EllipsoidType;
 using KVProj::ProjType;
 
-int listProjections(const std::vector<std::string>& args);
-int listEllipsoids(const std::vector<std::string>& args);
-int listParams(const std::vector<std::string>& args);
-
-// One row per catalogue; `operand` names the extra word the catalogue needs, if any.
-struct Catalogue {
-    const char* name;
-    const char* operand;
-    CommandFn fn;
-};
-
-const Catalogue kCatalogues[] = {
-    {"projections", nullptr, listProjections},
-    {"ellipsoids", nullptr, listEllipsoids},
-    {"params", "<type>", listParams},
-    {"zones", "[--system 27|83]", ListZones},
-    {"datums", nullptr, ListDatums},
-};
-
-std::string catalogueNames() {
-    std::string names;
-    for (const Catalogue& c : kCatalogues) {
-        if (!names.empty()) names += ", ";
-        names += c.name;
-        if (c.operand) names += std::string(" ") + c.operand;
-    }
-    return names;
-}
-
-bool equalsIgnoringCase(const std::string& a, const char* b) {
-    size_t i = 0;
-    for (; i < a.size() && b[i]; ++i)
-        if (std::tolower(static_cast<unsigned char>(a[i])) !=
-            std::tolower(static_cast<unsigned char>(b[i])))
-            return false;
-    return i == a.size() && b[i] == '\0';
-}
-
-// A whole decimal number that fits an int; no sign games, no trailing text.
-bool parseInt(const std::string& text, int* value) {
-    if (text.empty()) return false;
-    errno = 0;
-    char* end = nullptr;
-    long n = std::strtol(text.c_str(), &end, 10);
-    if (errno != 0 || *end != '\0' || n < -2147483647L - 1 || n > 2147483647L) return false;
-    *value = static_cast<int>(n);
-    return true;
-}
-
-int noMoreWords(const std::vector<std::string>& args, const char* catalogue) {
-    return UsageError(std::string("list ") + catalogue + ": unexpected argument '" + args[0] + "'");
-}
-
-std::string projectionName(int type) {
+std::string ProjectionName(int type) {
     char name[KVPROJ_NAME_LEN];
     KVProj::ProjGetProjectionInfo(static_cast<ProjType>(type), name);
     return name;
 }
 
-std::string paramLabel(int id) {
+std::string ParamLabel(int id) {
     char label[KVPROJ_NAME_LEN];
     if (!KVProj::ProjParamInfo(id, label, nullptr, nullptr, nullptr)) return "?";
     return label;
 }
 
-int listProjections(const std::vector<std::string>& args) {
-    if (!args.empty()) return noMoreWords(args, "projections");
+int ListProjections() {
     for (int type = 0; type < KVProj::ProjNumProjections(); ++type) {
         ProjType t = static_cast<ProjType>(type);
         unsigned int info = KVProj::ProjGetProjectionInfo(t, nullptr);
         std::string labels;
         for (int i = 0; i < KVProj::ProjNumParams(t); ++i) {
             if (i > 0) labels += ", ";
-            labels += paramLabel(KVProj::ProjEnumParam(t, i));
+            labels += ParamLabel(KVProj::ProjEnumParam(t, i));
         }
-        std::printf("%2d  %-36s  0x%02X%s%s\n", type, projectionName(type).c_str(), info,
+        std::printf("%2d  %-36s  0x%02X%s%s\n", type, ProjectionName(type).c_str(), info,
                     labels.empty() ? "" : "  ", labels.c_str());
     }
     return EXIT_OK;
 }
 
-int listEllipsoids(const std::vector<std::string>& args) {
-    if (!args.empty()) return noMoreWords(args, "ellipsoids");
+int ListEllipsoids() {
     // Value 0 carries no figure of its own: the record's radius and flattening apply.
     char name[KVPROJ_NAME_LEN];
     KVProj::EllipsoidInfo(KVProj::ELLIPSOID_USER_DEFINED, name, nullptr, nullptr);
@@ -122,7 +70,7 @@ int listEllipsoids(const std::vector<std::string>& args) {
     return EXIT_OK;
 }
 
-const char* dataTypeName(KVProj::ProjDataType type) {
+const char* DataTypeName(KVProj::ProjDataType type) {
     static const char* const kNames[] = {"double", "bool", "ProjType", "StateZoneType",
                                          "EllipsoidType"};
     int index = static_cast<int>(type);
@@ -130,54 +78,96 @@ const char* dataTypeName(KVProj::ProjDataType type) {
 }
 
 // A type given by its value or by its display name in any letter case.
-bool findProjection(const std::string& word, int* type) {
-    int count = KVProj::ProjNumProjections();
-    int value = 0;
-    if (parseInt(word, &value)) {
-        if (value < 0 || value >= count) return false;
-        *type = value;
-        return true;
-    }
-    for (int t = 0; t < count; ++t) {
-        if (equalsIgnoringCase(word, projectionName(t).c_str())) {
-            *type = t;
-            return true;
-        }
-    }
+bool FindProjection(const std::string& word, int* type) {
+    const int count = KVProj::ProjNumProjections();
+    if (ParseInteger(word, 0, count - 1, type)) return true;
+    for (int t = 0; t < count; ++t)
+        if (EqualsIgnoringCase(word, ProjectionName(t))) return (*type = t), true;
     return false;
 }
 
-int listParams(const std::vector<std::string>& args) {
-    if (args.empty()) return UsageError("list params: missing projection type (number or name)");
-    if (args.size() > 1) {
-        std::vector<std::string> rest(args.begin() + 1, args.end());
-        return noMoreWords(rest, "params");
-    }
+std::vector<std::string> ProjectionNames() {
+    std::vector<std::string> names;
+    for (int t = 0; t < KVProj::ProjNumProjections(); ++t)
+        names.push_back(ProjectionName(t));
+    return names;
+}
+
+int ListParams(const std::vector<std::string>& words) {
+    if (words.empty()) return UsageError("list params: missing projection type (number or name)");
+    const std::string word = Join(words);
     int type = 0;
-    if (!findProjection(args[0], &type))
-        return UsageError("list params: unknown projection type '" + args[0] + "'");
-    ProjType t = static_cast<ProjType>(type);
+    if (!FindProjection(word, &type))
+        return UsageError("list params: unknown projection type '" + Shown(word) + "'" +
+                          DidYouMean(word, ProjectionNames()));
+    const ProjType t = static_cast<ProjType>(type);
     for (int i = 0; i < KVProj::ProjNumParams(t); ++i) {
-        int id = KVProj::ProjEnumParam(t, i);
+        const int id = KVProj::ProjEnumParam(t, i);
         char label[KVPROJ_NAME_LEN];
         KVProj::ProjDataType dataType = KVProj::PDT_END;
         if (!KVProj::ProjParamInfo(id, label, &dataType, nullptr, nullptr)) continue;
-        std::printf("%2d  %-34s  %s\n", id, label, dataTypeName(dataType));
+        std::printf("%2d  %-34s  %s\n", id, label, DataTypeName(dataType));
     }
     return EXIT_OK;
 }
 
-int runList(const std::vector<std::string>& args) {
-    if (args.empty()) return UsageError("list: name a catalogue: " + catalogueNames());
-    for (const Catalogue& c : kCatalogues)
-        if (equalsIgnoringCase(args[0], c.name))
-            return c.fn(std::vector<std::string>(args.begin() + 1, args.end()));
-    return UsageError("list: unknown catalogue '" + args[0] + "' (choose from " + catalogueNames() +
-                      ")");
+const char* const kCatalogues[] = {"projections", "ellipsoids", "params", "zones", "datums"};
+
+struct Options {
+    std::string catalogue;
+    std::vector<std::string> type;
+    std::string system, profile;
+    CLI::Option* systemOpt = nullptr;
+};
+
+int Run(CLI::App& app, const Options& o) {
+    const std::vector<std::string> names(std::begin(kCatalogues), std::end(kCatalogues));
+    if (!o.catalogue.empty())
+        return UsageError("list: unknown catalogue '" + Shown(o.catalogue) + "'" +
+                          DidYouMean(o.catalogue, names) + " (choose from " + Join(names, ", ") +
+                          ")");
+    if (app.got_subcommand("projections")) return ListProjections();
+    if (app.got_subcommand("ellipsoids")) return ListEllipsoids();
+    if (app.got_subcommand("params")) return ListParams(o.type);
+    if (app.got_subcommand("datums")) return ListDatums(o.profile);
+    if (app.got_subcommand("zones")) {
+        int system = 0;
+        if (o.systemOpt->count()) {
+            if (o.system == "27" || o.system == "1927")
+                system = 27;
+            else if (o.system == "83" || o.system == "1983")
+                system = 83;
+            else
+                return UsageError("list zones: --system takes 27 or 83, not '" + o.system + "'");
+        }
+        return ListZones(system);
+    }
+    return UsageError("list: name a catalogue: " + Join(names, ", "));
 }
 
-static KVCommand cmd("list", "list <catalogue> [<type>]",
-                     "print a built-in catalogue ('kvproj list' names them)", runList);
+Runner SetUp(CLI::App& app) {
+    auto o = std::make_shared<Options>();
+    app.add_option("catalogue", o->catalogue, "projections, ellipsoids, params, zones, datums");
+    app.add_subcommand("projections", "every projection: type, name, capabilities, parameters")
+        ->ignore_case();
+    app.add_subcommand("ellipsoids", "every ellipsoid: value, name, axis, 1/f, EPSG code")
+        ->ignore_case();
+    CLI::App* params = app.add_subcommand("params", "the parameters of one projection type");
+    params->ignore_case();
+    params->add_option("type", o->type, "a projection by value or name");
+    CLI::App* zones = app.add_subcommand("zones", "every state plane zone with its codes");
+    zones->ignore_case();
+    o->systemOpt = zones->add_option("--system", o->system, "27 or 83: one system only");
+    CLI::App* datums = app.add_subcommand("datums", "every datum with its method");
+    datums->ignore_case();
+    datums->add_option("--profile", o->profile, "also the custom datums kept in FILE");
+    return [o, &app] { return Run(app, *o); };
+}
+
+const KVCommand command({"list", "list <catalogue> [<type>]", "print a built-in catalogue",
+                         "  kvproj list params 'Transverse Mercator'\n"
+                         "  kvproj list zones --system 83\n"},
+                        SetUp);
 
 } // namespace
 } // namespace kvtool

@@ -8,9 +8,9 @@
 namespace kvtool {
 
 // "kvproj list zones [--system 27|83]": one line per zone with its value,
-// FIPS code, EPSG code(s), projection and name. `args` are the words after
-// "zones". Returns a tool exit code.
-int ListZones(const std::vector<std::string>& args);
+// FIPS code, EPSG code(s), projection and name; `system` 27 or 83 for one
+// system only, 0 for both. Returns a tool exit code.
+int ListZones(int system);
 
 } // namespace kvtool
 

@@ -1,50 +1,49 @@
 // kvproj command-line tool: dispatches to the registered sub-commands.
 #include "Command.h"
+#include "Suggest.h"
 
 #include "kvproj/kvproj.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <exception>
-
-namespace kvtool {
-
-static std::vector<const KVCommand*>& registry() {
-    static std::vector<const KVCommand*> commands;
-    return commands;
-}
-
-KVCommand::KVCommand(const char* n, const char* syn, const char* sum, CommandFn f)
-    : name(n), synopsis(syn), summary(sum), fn(f) {
-    registry().push_back(this);
-}
-
-const std::vector<const KVCommand*>& Commands() {
-    std::vector<const KVCommand*>& commands = registry();
-    std::sort(commands.begin(), commands.end(), [](const KVCommand* a, const KVCommand* b) {
-        return std::strcmp(a->name, b->name) < 0;
-    });
-    return commands;
-}
-
-int UsageError(const std::string& message) {
-    std::fprintf(stderr, "kvproj: %s\n", message.c_str());
-    return EXIT_USAGE;
-}
-
-} // namespace kvtool
 
 namespace {
 
-void printHelp() {
+void PrintOverview() {
     std::printf("kvproj %s: cartographic projections, datums and georeferencing\n\n"
-                "usage: kvproj <command> [arguments]\n\ncommands:\n",
+                "Usage: kvproj COMMAND [OPTION...] [ARGUMENT...]\n\nCommands:\n",
                 KVPROJ_VERSION_TEXT);
     for (const kvtool::KVCommand* c : kvtool::Commands())
-        std::printf("  %-34s %s\n", c->synopsis, c->summary);
-    std::printf("\n  %-34s %s\n  %-34s %s\n", "--help", "this text", "--version",
-                "the version");
+        std::printf("  %s\n      %s\n", c->info.synopsis, c->info.summary);
+    std::printf("\n  %-11s %s\n  %-11s %s\n  %-11s %s\n\n"
+                "Exit status:\n%s",
+                "help CMD", "the options, an example and the exit statuses of CMD", "--help",
+                "this text", "--version", "the version", kvtool::kStandardStatuses);
+}
+
+std::vector<std::string> CommandNames() {
+    std::vector<std::string> names;
+    for (const kvtool::KVCommand* c : kvtool::Commands())
+        names.push_back(c->info.name);
+    return names;
+}
+
+int UnknownCommand(const std::string& name) {
+    return kvtool::UsageError("unknown command '" + name + "'" +
+                              kvtool::DidYouMean(name, CommandNames()) + " (try kvproj --help)");
+}
+
+// "kvproj help" and "kvproj help CMD [more words]".
+int Help(const std::vector<std::string>& words) {
+    if (words.empty()) {
+        PrintOverview();
+        return kvtool::EXIT_OK;
+    }
+    const kvtool::KVCommand* command = kvtool::FindCommand(words[0]);
+    if (!command) return UnknownCommand(words[0]);
+    std::vector<std::string> rest(words.begin() + 1, words.end());
+    rest.push_back("--help");
+    return kvtool::RunCommand(*command, rest);
 }
 
 } // namespace
@@ -52,22 +51,19 @@ void printHelp() {
 int main(int argc, char** argv) {
     try {
         if (argc < 2) {
-            printHelp();
+            PrintOverview();
             return kvtool::EXIT_USAGE;
         }
-        std::string first = argv[1];
-        if (first == "--help" || first == "-h" || first == "help") {
-            printHelp();
-            return kvtool::EXIT_OK;
-        }
+        const std::string first = argv[1];
+        std::vector<std::string> args(argv + 2, argv + argc);
+        if (first == "--help" || first == "-h" || first == "help") return Help(args);
         if (first == "--version") {
             std::printf("kvproj %s (library %s)\n", KVPROJ_VERSION_TEXT, KVProj::KVProjVersion());
             return kvtool::EXIT_OK;
         }
-        std::vector<std::string> args(argv + 2, argv + argc);
-        for (const kvtool::KVCommand* c : kvtool::Commands())
-            if (first == c->name) return c->fn(args);
-        return kvtool::UsageError("unknown command '" + first + "' (try kvproj --help)");
+        if (const kvtool::KVCommand* c = kvtool::FindCommand(first))
+            return kvtool::RunCommand(*c, args);
+        return UnknownCommand(first);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "kvproj: %s\n", e.what());
         return kvtool::EXIT_FAILED;
