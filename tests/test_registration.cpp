@@ -263,6 +263,7 @@ TEST(Registration, VectorKernelsMatchTheirDefinitions) {
 TEST(Registration, RefusesBadControls) {
     const RPoints tri = {{0, 0}, {10, 0}, {0, 10}};
     const RPoints big = RandomPoints(1, kMaxRegistrationControls + 1, 0, 1e4, 0, 1e4);
+    const RPoints huge = RandomPoints(2, 50000, 0, 1e4, 0, 1e4);
     struct Case {
         const char* name;
         RPoints src, dst;
@@ -305,7 +306,10 @@ TEST(Registration, RefusesBadControls) {
          "control 3 of 3 is not finite"},
         {"overflowing spread", {{-1e308, 0}, {1e308, 0}, {0, 1e308}}, tri, 0, "spread too far"},
         {"subnormal spread", {{0, 0}, {1e-310, 0}, {0, 1e-310}}, tri, 1, "too close together"},
-        {"too many", big, big, 0, "5001 controls: more than the limit of 5000"},
+        {"one too many", big, big, 0, "5001 controls: more than the limit of 5000"},
+        {"far too many", huge, huge, 2,
+         "50000 controls: more than the limit of 5000 (the dense "
+         "system would take 20.0 GB)"},
     };
     for (const Case& c : cases) {
         CImageRegistration reg;
