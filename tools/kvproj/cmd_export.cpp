@@ -18,17 +18,12 @@
 namespace kvtool {
 namespace {
 
-int Fail(const std::string& message) {
-    std::fprintf(stderr, "kvproj: %s\n", message.c_str());
-    return EXIT_FAILED;
-}
-
 using namespace KVProj;
 
 struct Options {
     std::string format, output, from, datum, profile, method;
     std::vector<std::string> coeff, controls;
-    ProjRequest request;
+    ProjOptions proj;
 };
 
 int Usage(const std::string& message) { return UsageError("export: " + message); }
@@ -136,7 +131,7 @@ int Run(const Options& o) {
     if (!kind) return Usage("--format takes one of " + FileKindWords());
     SideRecords rec;
     std::string error;
-    if (!o.from.empty() && !LoadFrom(o.from, &rec, &error)) return Fail("export: " + error);
+    if (!o.from.empty() && !LoadFrom(o.from, &rec, &error)) return Failure("export: " + error);
     ProjFigure figure; // a projection on a datum takes the datum's ellipsoid
     if (!o.datum.empty()) {
         DatumChoice choice;
@@ -145,7 +140,8 @@ int Run(const Options& o) {
         figure.set = DatumEllipsoid(choice, &figure.ellipsoid, &figure.majorRadius,
                                     &figure.flattening);
     }
-    const ProjRequest& request = o.request;
+    ProjRequest request;
+    if (!RequestFrom(o.proj, &request, &error)) return Usage(error);
     if (request.given) {
         if (!BuildProjection(request, &figure, &rec.proj, &error)) return Usage(error);
         // Creating a handle completes the record as a conversion would (UTM false
@@ -156,50 +152,39 @@ int Run(const Options& o) {
         rec.hasProj = true;
     }
     if (!ApplyGeoref(o, &rec, &error)) return Usage(error);
-    if (!kind->Write(o.output, rec, &error)) return Fail("export: " + error);
+    if (!kind->Write(o.output, rec, &error)) return Failure("export: " + error);
     std::printf("wrote %s\n", kind->FileFor(o.output).c_str());
     return EXIT_OK;
 }
 
-// The words after "export": options with a value (also as --opt=value) and one name.
-bool Parse(std::vector<std::string> args, Options* o, std::string* error) {
-    if (!TakeProjectionRequest(args, {""}, &o->request, error)) return false;
-    for (size_t i = 0; i < args.size(); ++i) {
-        std::string opt = args[i], value;
-        if (opt.rfind("--", 0) != 0) {
-            if (!o->output.empty()) return *error = "one name only ('" + opt + "')", false;
-            o->output = opt;
-            continue;
-        }
-        const size_t eq = opt.find('=');
-        if (eq != std::string::npos) value = opt.substr(eq + 1), opt = opt.substr(0, eq);
-        else if (i + 1 < args.size()) value = args[++i];
-        else return *error = opt + " needs a value", false;
-        if (opt == "--format") o->format = value;
-        else if (opt == "--from") o->from = value;
-        else if (opt == "--datum") o->datum = value;
-        else if (opt == "--profile") o->profile = value;
-        else if (opt == "--method") o->method = value;
-        else if (opt == "--coeff") o->coeff.push_back(value);
-        else if (opt == "--control") o->controls.push_back(value);
-        else return *error = "unknown option " + opt, false;
-    }
-    if (o->output.empty()) return *error = "give the name to write", false;
-    if (o->format.empty()) return *error = "--format is required", false;
-    return true;
+Runner SetUp(CLI::App& app) {
+    auto o = std::make_shared<Options>();
+    app.add_option("name", o->output,
+                   "a reference file (map.kvr) or an image (map.tif)")
+        ->required();
+    app.add_option("--format", o->format, FileKindWords())->required();
+    app.add_option("--from", o->from, "start from what the side files of this name hold");
+    AddProjectionOptions(app, {""}, "", &o->proj);
+    app.add_option("--datum", o->datum, "datum: id, name, EPSG code or custom name");
+    app.add_option("--profile", o->profile, "FILE holding custom datums");
+    app.add_option("--coeff", o->coeff, "six affine coefficients A,B,C,D,E,F (pixel centres)");
+    app.add_option("--control", o->controls, "a control point: pixel x,y,map x,y (repeatable)");
+    app.add_option("--method", o->method, "georeference method: 0-11 or its name");
+    return [o] { return Run(*o); };
 }
 
-int RunExport(const std::vector<std::string>& args) {
-    Options o;
-    std::string error;
-    if (!Parse(args, &o, &error)) return Usage(error);
-    return Run(o);
-}
-
-const KVCommand command("export",
-                        "export --format kvr|world|rsf [--utm|--zone|--proj ...] [--datum D] "
-                        "[--coeff A,B,C,D,E,F | --control x,y,X,Y ...] [--method M] [--from NAME] NAME",
-                        "write a reference, world or RSF file", RunExport);
+const KVCommand command(
+    {"export", "export --format kvr|world|rsf [options] <name>",
+     "write a reference, world or RSF file",
+     "  kvproj export --format kvr --utm 33N --datum WGS84 map.tif   # map.tif.kvr\n"
+     "  kvproj export --format world --coeff 10,0,500005,0,-10,4649995 map.tif\n"
+     "  kvproj export --format rsf --from map.tif map.tif  # corners from map.tfW\n"
+     "  kvproj export --format rsf --control 0,0,500000,4650000 \\\n"
+     "      --control 40,0,500400,4650000 --control 0,30,500000,4649700 map.tif\n",
+     "  0  the file was written\n"
+     "  1  there was nothing to write in that format, or the write failed\n"
+     "  2  bad usage\n"},
+    SetUp);
 
 } // namespace
 } // namespace kvtool

@@ -11,11 +11,6 @@
 namespace kvtool {
 namespace {
 
-int Fail(const std::string& message) {
-    std::fprintf(stderr, "kvproj: %s\n", message.c_str());
-    return EXIT_FAILED;
-}
-
 struct Options {
     std::vector<std::string> names;
 };
@@ -28,7 +23,7 @@ bool ShowName(const std::string& name, int* status) {
         bool found = false;
         std::string error;
         if (!kind.Read(name, &records, &found, &error)) {
-            *status = Fail("info: " + error);
+            *status = Failure("info: " + error);
             any = true;
             continue;
         }
@@ -43,19 +38,26 @@ bool ShowName(const std::string& name, int* status) {
 int Run(const Options& o) {
     int status = EXIT_OK;
     for (const std::string& name : o.names)
-        if (!ShowName(name, &status)) status = Fail("info: no side file found for " + name);
+        if (!ShowName(name, &status)) status = Failure("info: no side file found for " + name);
     return status;
 }
 
-int RunInfo(const std::vector<std::string>& args) {
-    Options o;
-    o.names = args;
-    if (o.names.empty()) return UsageError("info: give a reference file or an image name");
-    return Run(o);
+Runner SetUp(CLI::App& app) {
+    auto o = std::make_shared<Options>();
+    app.add_option("name", o->names,
+                   "a reference file (map.kvr) or an image (map.tif)")
+        ->required();
+    return [o] { return Run(*o); };
 }
 
-const KVCommand command("info", "info <name>...",
-                        "show what side files hold: reference, world and RSF files", RunInfo);
+const KVCommand command(
+    {"info", "info <name>...", "show what side files hold: reference, world and RSF files",
+     "  kvproj info map.kvr\n"
+     "  kvproj info map.tif      # map.tif.kvr, map.tfw, map.RSF, ...\n",
+     "  0  a side file was found for every name\n"
+     "  1  none was found for some name, or one could not be read\n"
+     "  2  bad usage\n"},
+    SetUp);
 
 } // namespace
 } // namespace kvtool
