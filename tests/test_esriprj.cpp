@@ -942,3 +942,31 @@ TEST(EsriPrjWrite, RoundTripEveryTypeAndZone) {
     }
     EXPECT_EQ(zones, 2 * STATEZONE_COUNT - 19); // state_plane_zones.tsv: 4 zones without NAD 27, 15 without NAD 83
 }
+
+// ---------------------------------------------------------------- tool
+
+// "kvproj convert" with either side from a ".prj" file. Expected: PROJ 9.1
+// cs2cs EPSG:32633 -> EPSG:4326 (15E on the central meridian), and our own
+// NAD 27 mean Molodensky shift (PROJ's grid-based answer is 1.4 m away).
+TEST(EsriPrjTool, ConvertWithSideFiles) {
+    const std::string wgs = kvtest::TempPath("wgs") + ".prj";
+    std::ofstream(wgs) << "GEOGCS[\"GCS_WGS_1984\",DATUM[\"D_WGS_1984\",SPHEROID[\"WGS_1984\",6378137.0,"
+                          "298.257223563]],PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]]\n";
+    struct {
+        std::string args, input, output;
+        int status;
+    } rows[] = {
+        {"convert --src-file " + kPrjDir + "EPSG_32633.prj --dst-prj " + wgs, "500000 4649776.22\n",
+         "15.000000000 41.999999956\n", 0},
+        {"convert --src-prj " + wgs + " --dst-file " + kPrjDir + "EPSG_26715.prj", "-93 42\n",
+         "500016.357 4649561.775\n", 0},
+        {"convert --src-file " + kPrjDir + "EPSG_32633.prj --src-utm 33N", "1 1\n", "", 2},
+        {"convert --src-file " + kvtest::TempPath("none") + ".prj", "1 1\n", "", 2},
+    };
+    for (const auto& row : rows) {
+        const kvtest::ToolRun run = kvtest::RunTool(row.args, row.input);
+        EXPECT_EQ(run.status, row.status) << row.args << "\n" << run.err;
+        EXPECT_EQ(run.out, row.output) << row.args;
+    }
+    std::remove(wgs.c_str());
+}

@@ -366,6 +366,22 @@ std::string FileKindWords() {
     return words;
 }
 
+bool ReadSideFile(const std::string& file, SideRecords* out, std::string* error) {
+    const size_t dot = file.rfind('.');
+    const std::string ext = dot == std::string::npos ? "" : file.substr(dot + 1);
+    struct {
+        const char* ext;
+        const char* format;
+    } const byExtension[] = {{"prj", "prj"}, {"kvr", "kvr"}, {"tif", "geotiff"}, {"tiff", "geotiff"}};
+    const FileKind* kind = FindFileKind("prj");
+    for (const auto& row : byExtension)
+        if (EqualIgnoringCase(ext.c_str(), row.ext)) kind = FindFileKind(row.format);
+    bool found = false;
+    if (!kind->Read(file, out, &found, error)) return false;
+    if (!found) *error = "no " + std::string(kind->what) + " " + kind->FileFor(file);
+    return found;
+}
+
 std::string DescribeRecords(const SideRecords& r) {
     std::string text;
     if (r.hasProj) text += DescribeProjection(r.proj);

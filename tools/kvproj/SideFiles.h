@@ -58,6 +58,11 @@ bool WriteGeoTiffCopy(const std::string& source, const std::string& target, Side
 // georeference came from, and the records, each line indented by two blanks.
 std::string DescribeBitmapLookup(const std::string& image);
 
+// Reads the coordinate system of a side file by its extension: ".prj", ".kvr",
+// ".tif"/".tiff" (GeoTIFF tags); any other name as a ".prj" file. False
+// with *error when the file is missing or unreadable.
+bool ReadSideFile(const std::string& file, SideRecords* out, std::string* error);
+
 // The text "kvproj info" prints for what one file holds, each line indented by two blanks.
 std::string DescribeRecords(const SideRecords& r);
 

@@ -12,6 +12,7 @@
 #include "DatumArgs.h"
 #include "Numbers.h"
 #include "ProjArgs.h"
+#include "SideFiles.h"
 
 #include "kvlibw/kvlibw.h"
 #include "kvproj/kvproj.h"
@@ -29,6 +30,7 @@ struct Options {
     ProjOptions plain, src, dst;
     bool fwd = false, inv = false;
     std::string srcDatum, dstDatum, profile;
+    std::string srcFile, dstFile; // side files that give a side's projection and datum
     bool strict = false;
     std::string precision;
     std::string marker = "unplottable";
@@ -108,6 +110,73 @@ int KVCALLBACK PrintReport(const _KVERRINFO* info) {
     return 0;
 }
 
+// What a side file says about one side: its projection (a handle unless it is
+// unprojected) and its datum, which stands in for --src-datum/--dst-datum.
+bool ReadSide(const std::string& file, const char* side, void** handle, DatumChoice* datum,
+              bool* hasDatum, std::string* error) {
+    SideRecords r;
+    if (!ReadSideFile(file, &r, error)) return false;
+    if (!r.hasProj && !r.hasDatum) return (*error = "'" + file + "' holds no coordinate system"), false;
+    if (r.hasProj && r.proj.Type != KVProj::PT_UNPROJECTED && !(*handle = MakeHandle(&r.proj, side)))
+        return (*error = "the " + std::string(side) + " projection of '" + file + "' is not usable"), false;
+    *hasDatum = r.hasDatum;
+    if (r.hasDatum) {
+        datum->type = r.datum;
+        datum->step = r.params;
+        datum->custom = r.datum == KVProj::DATUM_USER_DEFINED;
+        datum->name = file;
+    }
+    return true;
+}
+
+bool MakeDatumFromChoices(const DatumChoice& src, const DatumChoice& dst, Pipeline* stages,
+                          std::string* error) {
+    const KVProj::DATUMXFORM xform = MakeDatumXform(src, dst);
+    char message[256] = "";
+    if (KVProj::DatCheckParams(&xform, message, false) != 0)
+        return (*error = "cannot convert from '" + src.name + "' to '" + dst.name + "': " + message), false;
+    stages->datum = KVProj::DatCreateDatum(&xform);
+    if (!stages->datum) *error = "cannot create the datum conversion";
+    return stages->datum != nullptr;
+}
+
+// --src-file / --dst-file: each side from its file, the options filling the rest.
+int StagesWithFiles(const Options& o, const ProjRequest& src, const ProjRequest& dst, Pipeline* stages) {
+    std::string error;
+    DatumChoice datums[2];
+    bool known[2] = {false, false};
+    const std::string* files[2] = {&o.srcFile, &o.dstFile};
+    const std::string* named[2] = {&o.srcDatum, &o.dstDatum};
+    const ProjRequest* requests[2] = {&src, &dst};
+    void** handles[2] = {&stages->inverse, &stages->forward};
+    const char* sides[2] = {"source", "destination"};
+    for (int i = 0; i < 2; ++i) {
+        if (!files[i]->empty()) {
+            if (requests[i]->given)
+                return Usage(std::string("two ") + sides[i] + " projections: a side file and --proj, --zone or --utm");
+            bool hasDatum = false;
+            if (!ReadSide(*files[i], sides[i], handles[i], &datums[i], &hasDatum, &error)) return Usage(error);
+            known[i] = hasDatum;
+        }
+        if (!named[i]->empty()) {
+            if (!ResolveDatum(*named[i], o.profile, &datums[i], &error)) return Usage(error);
+            known[i] = true;
+        }
+        if (files[i]->empty() && requests[i]->given) {
+            KVProj::PROJDATA data;
+            if (!BuildProjection(*requests[i], nullptr, &data, &error)) return Usage(error);
+            if (!(*handles[i] = MakeHandle(&data, sides[i]))) return EXIT_USAGE;
+        }
+    }
+    if (known[0] && known[1]) {
+        if (!MakeDatumFromChoices(datums[0], datums[1], stages, &error)) return Usage(error);
+    } else if (known[0] || known[1]) {
+        std::fprintf(stderr, "kvproj: convert: note: the %s datum is not known; no datum shift\n",
+                     known[0] ? "destination" : "source");
+    }
+    return EXIT_OK;
+}
+
 int Run(const Options& o) {
     ProjRequest plain, src, dst;
     std::string error;
@@ -123,24 +192,31 @@ int Run(const Options& o) {
     stream.precision = dst.given ? 3 : 9;
     if (!o.precision.empty() && !ParseInteger(o.precision, 0, kMaxDecimals, &stream.precision))
         return Usage("--precision takes 0 to 17, not '" + o.precision + "'");
-    const bool datums = !o.srcDatum.empty() || !o.dstDatum.empty();
-    if (!src.given && !dst.given && !datums)
+    Pipeline stages;
+    const bool files = !o.srcFile.empty() || !o.dstFile.empty();
+    if (files) {
+        const int status = StagesWithFiles(o, src, dst, &stages);
+        if (status != EXIT_OK) return status;
+        stream.precision = stages.forward ? 3 : 9; // a geographic side file ends in degrees
+        if (!o.precision.empty()) ParseInteger(o.precision, 0, kMaxDecimals, &stream.precision);
+    }
+    const bool datums = !files && (!o.srcDatum.empty() || !o.dstDatum.empty());
+    if (!files && !src.given && !dst.given && !datums)
         return Usage("give a projection (--proj, --zone or --utm with --fwd or --inv, or "
                      "--src-... / --dst-...) or datums (--src-datum and --dst-datum)");
     if (datums && (o.srcDatum.empty() || o.dstDatum.empty()))
         return Usage("give both --src-datum and --dst-datum");
-    if (!o.profile.empty() && !datums)
+    if (!o.profile.empty() && !datums && !files)
         return Usage("--profile names custom datums for --src-datum and --dst-datum");
 
-    Pipeline stages;
     ProjFigure srcFigure, dstFigure;
     if (datums && !MakeDatumStage(o, &stages, &srcFigure, &dstFigure, &error)) return Usage(error);
     KVProj::PROJDATA data;
-    if (src.given) {
+    if (!files && src.given) {
         if (!BuildProjection(src, &srcFigure, &data, &error)) return Usage(error);
         if (!(stages.inverse = MakeHandle(&data, "source"))) return EXIT_USAGE;
     }
-    if (dst.given) {
+    if (!files && dst.given) {
         if (!BuildProjection(dst, &dstFigure, &data, &error)) return Usage(error);
         if (!(stages.forward = MakeHandle(&data, "destination"))) return EXIT_USAGE;
     }
@@ -172,6 +248,10 @@ Runner SetUp(CLI::App& app) {
     app.add_option("--src-datum", o->srcDatum, "the datum of the input points");
     app.add_option("--dst-datum", o->dstDatum, "the datum of the output points");
     app.add_option("--profile", o->profile, "FILE holding custom datums");
+    app.add_option("--src-file,--src-prj", o->srcFile,
+                   "the source projection and datum from a side file (.prj, .kvr, GeoTIFF)");
+    app.add_option("--dst-file,--dst-prj", o->dstFile,
+                   "the destination projection and datum from a side file (.prj, .kvr, GeoTIFF)");
     app.add_option("--precision", o->precision, "decimals: 0-17 (3 projected, 9 degrees)");
     app.add_option("--marker", o->marker, "text for unplottable points");
     app.add_flag("--strict", o->strict, "stop at the first bad line (status 2)");
