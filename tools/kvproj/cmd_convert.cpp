@@ -238,7 +238,8 @@ Runner SetUp(CLI::App& app) {
                     "on a side with a datum takes that datum's ellipsoid unless its words name\n"
                     "one; state plane zones keep their own. A zone is spcs27:NAME|FIPS,\n"
                     "spcs83:NAME|FIPS or epsg:CODE; a datum D is an id, name, EPSG code\n"
-                    "(6267, EPSG:6267), short name (WGS84, NAD27) or a custom datum.");
+                    "(6267, EPSG:6267), short name (WGS84, NAD27) or a custom datum.\n"
+                    "--src-file/--dst-file take a side from a .prj, .kvr or GeoTIFF file.");
     app.add_option("file", o->input, "input file (default: standard input)");
     AddProjectionOptions(app, {"src-", "inv-"}, "source", &o->src);
     AddProjectionOptions(app, {"dst-", "fwd-"}, "destination", &o->dst);
@@ -249,9 +250,9 @@ Runner SetUp(CLI::App& app) {
     app.add_option("--dst-datum", o->dstDatum, "the datum of the output points");
     app.add_option("--profile", o->profile, "FILE holding custom datums");
     app.add_option("--src-file,--src-prj", o->srcFile,
-                   "the source projection and datum from a side file (.prj, .kvr, GeoTIFF)");
+                   "source projection and datum from FILE");
     app.add_option("--dst-file,--dst-prj", o->dstFile,
-                   "the destination projection and datum from a side file (.prj, .kvr, GeoTIFF)");
+                   "destination projection and datum from FILE");
     app.add_option("--precision", o->precision, "decimals: 0-17 (3 projected, 9 degrees)");
     app.add_option("--marker", o->marker, "text for unplottable points");
     app.add_flag("--strict", o->strict, "stop at the first bad line (status 2)");
