@@ -28,9 +28,24 @@ const double kSnyderClarkeF = 1.0 - std::sqrt(1.0 - 0.00676866);
 const double kSnyderIntlF = 1.0 - std::sqrt(1.0 - 0.00672267);
 const double kSphereR = 6370997.0;
 
+// A converter called as the engine calls it: the engine, not the module, keeps
+// the result flag, and raises it when the call marked a point. The module
+// tests read d.iResult after such a call as a host reads ProjResult.
+struct Converter {
+    ProjConvertFn fn = nullptr;
+    Converter(ProjConvertFn f = nullptr) : fn(f) {}
+    bool operator()(PROJDATA* d, PROJPOINT* points, int count) const {
+        bool marked = false;
+        const bool ok = RunConverter(fn, d, points, count, &marked);
+        if (marked && d) d->iResult = 1;
+        return ok;
+    }
+    bool operator==(const Converter& other) const { return fn == other.fn; }
+};
+
 struct Module {
     const char* name;
-    ProjConvertFn fwd, inv;
+    Converter fwd, inv;
 };
 inline Module ModuleOf(ProjType t) {
     return {ProjModuleTable[t].Name, ProjModuleTable[t].Forward, ProjModuleTable[t].Inverse};
@@ -70,13 +85,13 @@ inline Rec Wgs84() { return Rec(6378137.0, kWgs84F); }
 // clang-format on
 
 // Forward from degrees; the result in units of MajorRadius, no false origin.
-inline PROJPOINT Fwd(ProjConvertFn fn, PROJDATA d, double lon, double lat) {
+inline PROJPOINT Fwd(Converter fn, PROJDATA d, double lon, double lat) {
     PROJPOINT p{lon * kRad, lat * kRad};
     EXPECT_TRUE(fn(&d, &p, 1));
     return p;
 }
 // Inverse to degrees; a failed point keeps the marker.
-inline PROJPOINT InvDeg(ProjConvertFn fn, PROJDATA d, double x, double y) {
+inline PROJPOINT InvDeg(Converter fn, PROJDATA d, double x, double y) {
     PROJPOINT p{x, y};
     EXPECT_TRUE(fn(&d, &p, 1));
     return IsUnplottable(p) ? p : PROJPOINT{p.x / kRad, p.y / kRad};

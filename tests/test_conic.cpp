@@ -91,7 +91,7 @@ TEST(Conic, AlbersDoesNotWrapLongitude) {
 TEST(Conic, AlbersSymmetricParallelsFailTheCall) {
     kvtest::ReportRecorder rec;
     for (double f : {0.0, kGrs80F})
-        for (ProjConvertFn fn : {kAea.fwd, kAea.inv}) {
+        for (Converter fn : {kAea.fwd, kAea.inv}) {
             PROJDATA d = Cone(Rec(6378137, f), 0, 0, 30, -30).d;
             PROJPOINT pts[3] = {{DBL_MAX, 0.0}, {0.1, 0.2}, {0.3, 0.4}};
             rec.reports.clear();
@@ -110,7 +110,8 @@ TEST(Conic, AlbersPointFailures) {
     // Equal standard parallels on the ellipsoid: q2 - q1 = 0, each point lost.
     PROJDATA d = Cone(Grs80(), 23, -96, 40, 40).d;
     PROJPOINT pts[2] = {{-1.0, 0.5}, {1000.0, 2000.0}};
-    EXPECT_TRUE(AlbersForward(&d, &pts[0], 1) && AlbersInverse(&d, &pts[1], 1));
+    EXPECT_TRUE(Converter(AlbersForward)(&d, &pts[0], 1) &&
+                Converter(AlbersInverse)(&d, &pts[1], 1));
     EXPECT_TRUE(pts[0].x == DBL_MAX && pts[1].x == DBL_MAX);
     EXPECT_EQ(d.iResult, 1);
     // Level with the apex (rho0 - y = 0) is refused even off x = 0, for n > 0
@@ -119,7 +120,7 @@ TEST(Conic, AlbersPointFailures) {
     for (double sign : {1.0, -1.0}) {
         PROJDATA p = Cone(Unit(), -90 * sign, 0, 90 * sign, 90 * sign).d;
         PROJPOINT q[3] = {{0.5, 2.0 * sign}, {0.0, 2.0 * sign}, {0.5, 1.0 * sign}};
-        EXPECT_TRUE(AlbersInverse(&p, q, 3));
+        EXPECT_TRUE(Converter(AlbersInverse)(&p, q, 3));
         EXPECT_TRUE(IsUnplottable(q[0]) && IsUnplottable(q[1]));
         const double z = 2.0 * std::asin(std::sqrt(1.25) / 2.0);
         EXPECT_NEAR(q[2].y, sign * (kRad * 90 - z), 1e-12);
@@ -129,7 +130,7 @@ TEST(Conic, AlbersPointFailures) {
     PROJDATA e = Cone(Grs80(), 23, -96, 29.5, 45.5).d,
              s = Cone(Rec(6378137, 0), 23, -96, 29.5, 45.5).d;
     PROJPOINT far[3] = {{0.0, 9e6}, {3e7, 3e7}, {0.0, 1e6}}, sfar[2] = {{0.0, 9e6}, {0.0, -9e6}};
-    EXPECT_TRUE(AlbersInverse(&e, far, 3) && AlbersInverse(&s, sfar, 2));
+    EXPECT_TRUE(Converter(AlbersInverse)(&e, far, 3) && Converter(AlbersInverse)(&s, sfar, 2));
     EXPECT_TRUE(IsUnplottable(far[0]) && IsUnplottable(far[1]) && !IsUnplottable(far[2]));
     EXPECT_EQ(s.iResult, 0);
     EXPECT_DOUBLE_EQ(sfar[0].y, kRad * 90);
@@ -146,7 +147,7 @@ TEST(Conic, EquiConTangentAndDegenerateCones) {
     }
     // n = 0 (parallels symmetric about, or on, the equator) fails each point.
     for (double lat1 : {30.0, 0.0, -45.0})
-        for (ProjConvertFn fn : {kEqdc.fwd, kEqdc.inv}) {
+        for (Converter fn : {kEqdc.fwd, kEqdc.inv}) {
             PROJDATA d = Cone(Sphere(), 0, 0, lat1, -lat1).d;
             PROJPOINT pts[2] = {{0.1, 0.2}, {DBL_MAX, 7.0}};
             EXPECT_TRUE(fn(&d, pts, 2));

@@ -58,7 +58,7 @@ TEST(Cylindrical, MercatorPoleLimits) {
     for (double f : {0.0, kWgs84F}) {
         PROJDATA d = Rec(6378137, f).d;
         PROJPOINT pts[4] = {{0.1, phiMax}, {0.1, -phiMax}, {0.1, 1.5707963}, {0.1, -1.5707963}};
-        ASSERT_TRUE(MercForward(&d, pts, 4));
+        ASSERT_TRUE(Converter(MercForward)(&d, pts, 4));
         EXPECT_EQ(d.iResult, 1);
         EXPECT_EQ(pts[0].x, DBL_MAX);
         EXPECT_TRUE(f == 0.0 ? pts[1].x == DBL_MAX : std::isinf(pts[1].y) && pts[1].y < 0) << f;
@@ -73,7 +73,7 @@ TEST(Cylindrical, PlateWithPolarStandardParallel) {
     PROJDATA d = Sphere().Lat1(90).d;
     EXPECT_LT(std::fabs(Fwd(kPlate.fwd, d, 1 / kRad, 0.5 / kRad).x), 1e-9);
     PROJPOINT q{1000.0, 1000.0};
-    ASSERT_TRUE(EquiCylInverse(&d, &q, 1));
+    ASSERT_TRUE(Converter(EquiCylInverse)(&d, &q, 1));
     EXPECT_EQ(d.iResult, 0);
     EXPECT_GT(std::fabs(q.x), 1e10);
 }

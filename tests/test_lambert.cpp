@@ -41,7 +41,7 @@ TEST(Lambert, EqualStandardParallels) {
     for (double f : {0.0, kGrs80F}) {
         PROJDATA d = Cone(Rec(6378137, f), 30, -96, 33, 33).d;
         PROJPOINT pts[3] = {{-1.7, 0.6}, {DBL_MAX, 0.0}, {-1.6, 0.5}};
-        ASSERT_TRUE(LambertForward(&d, pts, 3));
+        ASSERT_TRUE(Converter(LambertForward)(&d, pts, 3));
         EXPECT_EQ(d.iResult, 1);
         EXPECT_EQ(pts[0].x, DBL_MAX);
         EXPECT_EQ(pts[1].y, 0.0);
@@ -49,7 +49,7 @@ TEST(Lambert, EqualStandardParallels) {
         // Inverse: the ellipsoid fails the point; the sphere hands back NaN.
         PROJDATA i = Cone(Rec(6378137, f), 30, -96, 33, 33).d;
         PROJPOINT p{1000, 1000};
-        ASSERT_TRUE(LambertInverse(&i, &p, 1));
+        ASSERT_TRUE(Converter(LambertInverse)(&i, &p, 1));
         EXPECT_EQ(i.iResult, f == 0.0 ? 0 : 1);
         EXPECT_TRUE(f == 0.0 ? std::isnan(p.x) || std::isnan(p.y) : p.x == DBL_MAX);
     }
@@ -59,7 +59,7 @@ TEST(Lambert, PolesMirrorAndUnwrappedLongitude) {
     // Opposite the apex fails (zero power); the apex itself is finite.
     PROJDATA s = Cone(Sphere(), 23, -96, 33, 45).d;
     PROJPOINT pts[2] = {{-1.0, -90 * kRad}, {-1.0, 90 * kRad}};
-    ASSERT_TRUE(LambertForward(&s, pts, 2));
+    ASSERT_TRUE(Converter(LambertForward)(&s, pts, 2));
     EXPECT_EQ(pts[0].x, DBL_MAX);
     EXPECT_EQ(s.iResult, 1);
     EXPECT_NEAR(pts[1].x, 0.0, 1e-3);

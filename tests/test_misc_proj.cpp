@@ -114,7 +114,7 @@ TEST(MiscProjections, UnconvertiblePointsAndRecords) {
     // Bonne with its standard parallel on the equator is not defined.
     PROJDATA flat = Sphere().Lat1(0).d;
     PROJPOINT p{0.1, 0.2};
-    ASSERT_TRUE(BonneForward(&flat, &p, 1));
+    ASSERT_TRUE(Converter(BonneForward)(&flat, &p, 1));
     EXPECT_EQ(p.x, DBL_MAX);
     EXPECT_EQ(flat.iResult, 1);
     // Inverse points outside each map's outline fail alone.

@@ -46,7 +46,7 @@ TEST(ModuleTable, ArgumentChecksMarkersAndCount) {
     kvtest::ReportRecorder rec;
     for (ProjType t : BuiltTypes()) {
         const Module m = ModuleOf(t);
-        for (ProjConvertFn fn : {m.fwd, m.inv}) {
+        for (Converter fn : {m.fwd, m.inv}) {
             SCOPED_TRACE(testing::Message() << m.name << (fn == m.fwd ? " forward" : " inverse"));
             PROJDATA d = Usable(t);
             PROJPOINT p[4] = {{DBL_MAX, 0.5}, {0.2, DBL_MAX}, {0.2, 0.5}, {0.2, 0.5}};

@@ -70,12 +70,12 @@ TEST(Oblique, GreatLakes1And4AreNotDefinedProjections) {
           GreatLakes(285.6951647222222, 47.20598722222223, 88.83340444444444, 9000000, -1600000)}) {
         PROJDATA d = z.d;
         PROJPOINT p[2] = {{-81 * kRad, 42.2 * kRad}, {-88 * kRad, 47.7 * kRad}};
-        ASSERT_TRUE(HotineForward(&d, p, 2));
+        ASSERT_TRUE(Converter(HotineForward)(&d, p, 2));
         EXPECT_EQ(d.iResult, 1);
         EXPECT_TRUE(p[0].x == DBL_MAX && p[1].y == DBL_MAX);
         PROJPOINT q{1000.0, 2000.0};
         d.iResult = 0;
-        ASSERT_TRUE(HotineInverse(&d, &q, 1));
+        ASSERT_TRUE(Converter(HotineInverse)(&d, &q, 1));
         EXPECT_EQ(d.iResult, 1);
     }
 }
@@ -114,12 +114,12 @@ TEST(Oblique, UnprojectablePointsAndDegenerateLines) {
     // two-point line has its pole at (45 N, 180).
     PROJDATA h = Sphere().Lon1(0).Alpha(0).Rotate().d;
     PROJPOINT hp[2] = {{90 * kRad, 0.0}, {10 * kRad, 5 * kRad}};
-    ASSERT_TRUE(HotineForward(&h, hp, 2));
+    ASSERT_TRUE(Converter(HotineForward)(&h, hp, 2));
     EXPECT_TRUE(hp[0].x == DBL_MAX && hp[1].x != DBL_MAX);
     EXPECT_EQ(h.iResult, 1);
     PROJDATA o = Sphere().Lat1(45).Lat2(0).Lon2(-90).d;
     PROJPOINT op[2] = {{180 * kRad, 45 * kRad}, {0.0, -45 * kRad}};
-    ASSERT_TRUE(OMercForward(&o, op, 2));
+    ASSERT_TRUE(Converter(OMercForward)(&o, op, 2));
     EXPECT_TRUE(op[0].x == DBL_MAX && op[1].y == DBL_MAX);
     // No line: one point twice, antipodal points, a Hotine centre on the pole.
     const struct {

@@ -132,13 +132,13 @@ TEST(WorldProjections, MollweideEquatorAndPoles) {
     // exactly 1: the point fails.
     PROJDATA f = Earth(0).d;
     PROJPOINT south[2] = {{0.5, -0.99e-7}, {0.5, -0.5e-7}};
-    EXPECT_TRUE(MolleForward(&f, south, 2));
+    EXPECT_TRUE(Converter(MolleForward)(&f, south, 2));
     EXPECT_TRUE(IsUnplottable(south[0]) && !IsUnplottable(south[1]));
     EXPECT_NEAR(Fwd(kMolle.fwd, Earth(0).d, 0, -90).y, -std::sqrt(2.0) * kEarth, 1e-3);
     // Beyond the outline the inverse clamps to the pole line: no failure.
     PROJDATA i = Earth(0).d;
     PROJPOINT out{1000.0, 1.5 * kEarth};
-    EXPECT_TRUE(MolleInverse(&i, &out, 1));
+    EXPECT_TRUE(Converter(MolleInverse)(&i, &out, 1));
     EXPECT_EQ(i.iResult, 0);
     EXPECT_NEAR(out.y, kPi / 2, 1e-12);
     EXPECT_GT(std::fabs(out.x), 1e10);
@@ -148,7 +148,7 @@ TEST(WorldProjections, SinusoidalPoleLineAndEckertPoles) {
     // cos phi on the pole line is 6e-17: a huge longitude, or Lon0 for x = 0.
     PROJDATA d = Earth(10).d;
     PROJPOINT pts[2] = {{1.0, kEarth * kPi / 2}, {0.0, -kEarth * kPi / 2}};
-    EXPECT_TRUE(SinusInverse(&d, pts, 2));
+    EXPECT_TRUE(Converter(SinusInverse)(&d, pts, 2));
     EXPECT_EQ(d.iResult, 0);
     EXPECT_GT(std::fabs(pts[0].x), 1e9);
     EXPECT_DOUBLE_EQ(pts[1].x, 10 * kRad);
@@ -178,7 +178,7 @@ TEST(WorldProjections, RobinsonInverseAtAndBeyondThePoleLine) {
     PROJDATA d = Earth(0).d;
     const double line = 1.3523000478744507 * kEarth;
     PROJPOINT pts[3] = {{1000.0, line * 1.0000005}, {-1000.0, -line}, {1000.0, line * 1.00001}};
-    EXPECT_TRUE(RobinInverse(&d, pts, 3));
+    EXPECT_TRUE(Converter(RobinInverse)(&d, pts, 3));
     EXPECT_EQ(d.iResult, 0);
     EXPECT_DOUBLE_EQ(pts[0].y, kPi / 2); // within the slack: the pole
     EXPECT_NEAR(pts[0].x, 1000.0 / kEarth / 0.8487 / 0.5322, 1e-9);
@@ -203,7 +203,7 @@ TEST(WorldProjections, VanDerGrintenSpecialPoints) {
     // A whole turn off the meridian wraps to zero off the meridian branch and fails.
     PROJDATA f = Earth(10).d;
     PROJPOINT pts[2] = {{370 * kRad, 30 * kRad}, {10 * kRad, 30 * kRad}};
-    EXPECT_TRUE(VanDerForward(&f, pts, 2));
+    EXPECT_TRUE(Converter(VanDerForward)(&f, pts, 2));
     EXPECT_TRUE(IsUnplottable(pts[0]));
     EXPECT_EQ(pts[1].x, 0.0);
     EXPECT_NEAR(pts[1].y, kPi * kEarth * std::tan(std::asin(60.0 / 180) / 2), 1e-6);

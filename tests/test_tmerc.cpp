@@ -71,7 +71,7 @@ TEST(TMerc, PolesAndFailures) {
     // engine to screen; at the pole y = R k0 (pi/2 - phi0).
     PROJDATA s = Rec(2.0, 0.0).Lat0(10).K0(0.5).d;
     PROJPOINT pts[3] = {{90 * kRad, 0}, {-90 * kRad, 0}, {0.3, 90 * kRad}};
-    ASSERT_TRUE(TMercForward(&s, pts, 3));
+    ASSERT_TRUE(Converter(TMercForward)(&s, pts, 3));
     EXPECT_EQ(pts[0].y, DBL_MAX);
     EXPECT_EQ(s.iResult, 1);
     EXPECT_TRUE(std::isinf(pts[1].x) && pts[1].x < 0);
@@ -81,7 +81,7 @@ TEST(TMerc, PolesAndFailures) {
     // guard and lets the non-finite value through to the engine's screen.
     PROJDATA tm = Wgs84().K0(0.0).d, utm = tm;
     PROJPOINT a{1000, 1000}, b{1000, 1000};
-    ASSERT_TRUE(TMercInverse(&tm, &a, 1) && UTMInverse(&utm, &b, 1));
+    ASSERT_TRUE(Converter(TMercInverse)(&tm, &a, 1) && Converter(UTMInverse)(&utm, &b, 1));
     EXPECT_EQ(a.x, DBL_MAX);
     EXPECT_EQ(tm.iResult, 1);
     EXPECT_FALSE(std::isfinite(b.x) && std::isfinite(b.y));

@@ -94,11 +94,14 @@ bool SubstituteZone(PROJDATA& work) {
 // Runs a module converter with the math error flag cleared first. Off Windows
 // floating-point exceptions stay masked, so a fault cannot trap here; the
 // flag still catches whatever the math-error hook notes during the call.
-bool GuardedCall(ProjConvertFn fn, PROJDATA* work, PROJPOINT* points, int count, PROJDATA* handle) {
+// *marked tells whether the converter marked a point.
+bool GuardedCall(ProjConvertFn fn, const PROJDATA& work, PROJPOINT* points, int count,
+                 PROJDATA* handle, bool* marked) {
     SetMathErrorFlag(false);
-    bool ok = fn(work, points, count);
+    bool ok = RunConverter(fn, &work, points, count, marked);
     if (MathErrorFlag()) {
         ok = false;
+        *marked = false;
         handle->iResult = 1;
     }
     return ok;
@@ -232,16 +235,18 @@ bool Enter(const char* name, void* handle, PROJPOINT* points, int count, Call& c
     return call.row != nullptr;
 }
 
-// The module of either direction, its result flag taken into the handle, and
-// then the direction's post-scan `finish()`.
+// The module of either direction, its result flag taken into the handle
+// (with `earlier`, what the stages before it found), and then the direction's
+// post-scan `finish()`.
 template <typename Finish>
-bool RunModule(Call& call, ProjConvertFn fn, const char* failure, PROJPOINT* points, int count,
-               Finish finish) {
-    if (!GuardedCall(fn, &call.work, points, count, call.h)) {
+bool RunModule(Call& call, ProjConvertFn fn, bool earlier, const char* failure, PROJPOINT* points,
+               int count, Finish finish) {
+    bool marked = false;
+    if (!GuardedCall(fn, call.work, points, count, call.h, &marked)) {
         LogPrintf("%s", failure);
         return false;
     }
-    call.h->iResult = call.work.iResult;
+    call.h->iResult = earlier || marked ? 1 : 0;
     if (finish()) call.h->iResult = 1;
     if (call.h->iResult == 1) LogPrintf("  One or more unplottable points generated.\n");
     return true;
@@ -252,9 +257,8 @@ bool ForwardImpl(void* handle, PROJPOINT* points, int count) {
     bool result = false;
     if (!Enter("ProjForward", handle, points, count, c, &result)) return result;
     if (PrepareForward(points, count)) c.h->iResult = 1;
-    c.work.iResult = c.h->iResult; // the working copy is taken after the pre-scan
-    return RunModule(c, c.row->Forward, "Forward projection function failed!\n", points, count,
-                     [&] { return FinishForward(c.work, points, count); });
+    return RunModule(c, c.row->Forward, c.h->iResult == 1, "Forward projection function failed!\n",
+                     points, count, [&] { return FinishForward(c.work, points, count); });
 }
 
 bool InverseImpl(void* handle, PROJPOINT* points, int count) {
@@ -263,10 +267,9 @@ bool InverseImpl(void* handle, PROJPOINT* points, int count) {
     if (!Enter("ProjInverse", handle, points, count, c, &result)) return result;
     if (PrepareInverse(c.work, points, count)) c.h->iResult = 1;
     // Points the pre-scan marked count again only if the module or the
-    // post-scan flags them: the working copy starts from a clean result.
-    c.work.iResult = 0;
-    return RunModule(c, c.row->Inverse, "Inverse projection function failed!\n", points, count,
-                     [&] { return FinishInverse(points, count); });
+    // post-scan flags them: the module's result starts clean.
+    return RunModule(c, c.row->Inverse, false, "Inverse projection function failed!\n", points,
+                     count, [&] { return FinishInverse(points, count); });
 }
 
 // The record whose domain and split tests answer for a handle's record: the

@@ -28,8 +28,7 @@ using KVProj::ForEachPoint;
 
 // The inverse loop: as ForEachPoint, with the resulting longitude brought into
 // [-pi, pi].
-template <class Fn>
-inline void ForEachInverse(PROJDATA* data, PROJPOINT* points, int count, Fn convert);
+template <class Fn> inline void ForEachInverse(PROJPOINT* points, int count, Fn convert);
 
 inline double Sign(double v) {
     return v < 0.0 ? -1.0 : 1.0;
@@ -101,11 +100,11 @@ struct AzimuthalFrame {
 // k'), where `radial(frame, terms, &k)` gives k' or false for a point the
 // projection cannot show.
 template <class Radial>
-inline void ForwardAzimuthal(PROJDATA* data, PROJPOINT* points, int count, double phiC,
+inline void ForwardAzimuthal(const PROJDATA* data, PROJPOINT* points, int count, double phiC,
                              Radial radial) {
     const AzimuthalFrame frame(phiC, data->Lon0);
     const double r = Figure(data).a;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         const AzimuthalFrame::Terms t = frame.At(p.x, p.y);
         double k;
         if (!radial(frame, t, &k)) return false;
@@ -119,11 +118,11 @@ inline void ForwardAzimuthal(PROJDATA* data, PROJPOINT* points, int count, doubl
 // distance c of the point from the centre, or false outside the image of the
 // globe; latitude and longitude then follow along the azimuth of (x, y).
 template <class Angle>
-inline void InverseAzimuthal(PROJDATA* data, PROJPOINT* points, int count, double phiC,
+inline void InverseAzimuthal(const PROJDATA* data, PROJPOINT* points, int count, double phiC,
                              Angle angle) {
     const AzimuthalFrame frame(phiC, data->Lon0);
     const double r = Figure(data).a;
-    ForEachInverse(data, points, count, [&](PROJPOINT& p) {
+    ForEachInverse(points, count, [&](PROJPOINT& p) {
         if (!(r > 0.0)) return false;
         const double rho = std::hypot(p.x, p.y); // Snyder 20-18
         double sinC, cosC;
@@ -133,9 +132,8 @@ inline void InverseAzimuthal(PROJDATA* data, PROJPOINT* points, int count, doubl
     });
 }
 
-template <class Fn>
-inline void ForEachInverse(PROJDATA* data, PROJPOINT* points, int count, Fn convert) {
-    azim::ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+template <class Fn> inline void ForEachInverse(PROJPOINT* points, int count, Fn convert) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         if (!convert(p)) return false;
         p.x = NormalizeLon(p.x);
         return true;

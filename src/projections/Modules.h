@@ -30,80 +30,80 @@
 namespace KVProj {
 
 // 1 Mercator
-bool MercForward(PROJDATA* data, PROJPOINT* points, int count);
-bool MercInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool MercForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool MercInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 2 Albers Equal Area Conic
-bool AlbersForward(PROJDATA* data, PROJPOINT* points, int count);
-bool AlbersInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool AlbersForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool AlbersInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 3 Miller Cylindrical
-bool MillerForward(PROJDATA* data, PROJPOINT* points, int count);
-bool MillerInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool MillerForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool MillerInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 4 Universal Transverse Mercator
-bool UTMForward(PROJDATA* data, PROJPOINT* points, int count);
-bool UTMInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool UTMForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool UTMInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 5 Lambert Conformal Conic
-bool LambertForward(PROJDATA* data, PROJPOINT* points, int count);
-bool LambertInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool LambertForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool LambertInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 6 Stereographic (polar and oblique aspects)
-bool PolarForward(PROJDATA* data, PROJPOINT* points, int count);
-bool PolarInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool PolarForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool PolarInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 7 Orthographic
-bool OrthoForward(PROJDATA* data, PROJPOINT* points, int count);
-bool OrthoInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool OrthoForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool OrthoInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 8 Mollweide
-bool MolleForward(PROJDATA* data, PROJPOINT* points, int count);
-bool MolleInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool MolleForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool MolleInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 11 Polyconic
-bool PolyconForward(PROJDATA* data, PROJPOINT* points, int count);
-bool PolyconInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool PolyconForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool PolyconInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 12 Hotine Oblique Mercator
-bool HotineForward(PROJDATA* data, PROJPOINT* points, int count);
-bool HotineInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool HotineForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool HotineInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 13 Equidistant Cylindrical
-bool EquiCylForward(PROJDATA* data, PROJPOINT* points, int count);
-bool EquiCylInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool EquiCylForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool EquiCylInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 14 Robinson
-bool RobinForward(PROJDATA* data, PROJPOINT* points, int count);
-bool RobinInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool RobinForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool RobinInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 15 Van der Grinten
-bool VanDerForward(PROJDATA* data, PROJPOINT* points, int count);
-bool VanDerInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool VanDerForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool VanDerInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 16 Cassini
-bool CassiniForward(PROJDATA* data, PROJPOINT* points, int count);
-bool CassiniInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool CassiniForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool CassiniInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 17 Transverse Mercator; also 18, Gauss-Kruger
-bool TMercForward(PROJDATA* data, PROJPOINT* points, int count);
-bool TMercInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool TMercForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool TMercInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 19 Sinusoidal
-bool SinusForward(PROJDATA* data, PROJPOINT* points, int count);
-bool SinusInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool SinusForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool SinusInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 20 Lambert Azimuthal Equal Area
-bool LamAEAForward(PROJDATA* data, PROJPOINT* points, int count);
-bool LamAEAInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool LamAEAForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool LamAEAInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 21 Bonne
-bool BonneForward(PROJDATA* data, PROJPOINT* points, int count);
-bool BonneInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool BonneForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool BonneInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 22 Robinson-Sterling
-bool RobSterForward(PROJDATA* data, PROJPOINT* points, int count);
-bool RobSterInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool RobSterForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool RobSterInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 23 Eckert IV
-bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count);
-bool Eckert4Inverse(PROJDATA* data, PROJPOINT* points, int count);
+bool Eckert4Forward(const PROJDATA* data, PROJPOINT* points, int count);
+bool Eckert4Inverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 24 Eckert VI
-bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count);
-bool Eckert6Inverse(PROJDATA* data, PROJPOINT* points, int count);
+bool Eckert6Forward(const PROJDATA* data, PROJPOINT* points, int count);
+bool Eckert6Inverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 25 Oblique Mercator
-bool OMercForward(PROJDATA* data, PROJPOINT* points, int count);
-bool OMercInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool OMercForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool OMercInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 26 Equidistant Conic
-bool EquiConForward(PROJDATA* data, PROJPOINT* points, int count);
-bool EquiConInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool EquiConForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool EquiConInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 27 Gnomonic
-bool GnomForward(PROJDATA* data, PROJPOINT* points, int count);
-bool GnomInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool GnomForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool GnomInverse(const PROJDATA* data, PROJPOINT* points, int count);
 // 28 Azimuthal Equidistant
-bool AzimuthForward(PROJDATA* data, PROJPOINT* points, int count);
-bool AzimuthInverse(PROJDATA* data, PROJPOINT* points, int count);
+bool AzimuthForward(const PROJDATA* data, PROJPOINT* points, int count);
+bool AzimuthInverse(const PROJDATA* data, PROJPOINT* points, int count);
 
 } // namespace KVProj
 

@@ -42,8 +42,8 @@ inline void IterateInRounds(int* active, int count, int maxRounds, StepFn step) 
 // iterated point, or returns false to have it marked failed. Markers pass
 // through untouched.
 template <typename Lane, typename StartFn, typename StepFn, typename FinishFn>
-inline void NewtonInBlocks(PROJDATA* data, PROJPOINT* points, int count, int maxSteps,
-                           StartFn start, StepFn step, FinishFn finish) {
+inline void NewtonInBlocks(PROJPOINT* points, int count, int maxSteps, StartFn start, StepFn step,
+                           FinishFn finish) {
     Lane lane[kLaneBlock];
     bool started[kLaneBlock];
     int active[kLaneBlock];
@@ -59,7 +59,7 @@ inline void NewtonInBlocks(PROJDATA* data, PROJPOINT* points, int count, int max
         for (int i = 0; i < n; ++i) {
             PROJPOINT& p = pts[i];
             if (IsUnplottable(p)) continue;
-            if (!started[i] || !finish(p, lane[i])) MarkFailed(data, p);
+            if (!started[i] || !finish(p, lane[i])) MarkUnplottable(p);
         }
     }
 }

@@ -3,13 +3,14 @@
 //
 // Forward/Inverse (data, points, count):
 //   - `data` is the engine's working copy: Lat0..Lon3 and Alpha already in
-//     radians, K0 non-zero, UTM false origin already set. Modules read only the
-//     fields their formulas need and write only `iResult`.
+//     radians, K0 non-zero, UTM false origin already set, flag bytes 0 or 1.
+//     Modules read only the fields their formulas need and write nothing in it.
 //   - points hold (lon, lat) in radians going forward, (x, y) in units of
 //     MajorRadius before false origin and scale going inverse; converted in place.
 //   - a point holding KVPROJ_UNPLOTTABLE in either member is skipped untouched;
-//     a point the formulas cannot convert gets the marker in both members and
-//     sets data->iResult to 1 (MarkFailed). The module never clears iResult.
+//     a point the formulas cannot convert gets the marker in both members. The
+//     engine learns of such points by RunConverter and keeps the handle's
+//     result flag; modules never touch it.
 //   - false only for a null record (silently), a null array or a count below 1
 //     (both with an assertion report naming the module's source and line).
 // LLInProjection / LLOffsetSplit take the handle's own record and points in
@@ -30,7 +31,7 @@
 
 namespace KVProj {
 
-using ProjConvertFn = bool (*)(PROJDATA* data, PROJPOINT* points, int count);
+using ProjConvertFn = bool (*)(const PROJDATA* data, PROJPOINT* points, int count);
 using ProjLLInFn = bool (*)(const PROJDATA* data, const PROJPOINT* lonLat);
 using ProjLLSplitFn = bool (*)(const PROJDATA* data, const PROJPOINT* lonLat, unsigned count,
                                double* xOffset, double* yOffset);
@@ -60,20 +61,32 @@ inline const PROJMODULE* ProjModuleFor(int type) {
 }
 
 // ---------------------------------------------------------------- per point
-inline void MarkFailed(PROJDATA* data, PROJPOINT& p) {
-    MarkUnplottable(p);
-    data->iResult = 1;
-}
-
 // The per-point loop of every module: markers pass untouched, a point for
-// which `fn` returns false is marked failed, the rest are converted by `fn`.
-template <typename PointFn>
-inline void ForEachPoint(PROJDATA* data, PROJPOINT* points, int count, PointFn fn) {
+// which `fn` returns false gets the marker, the rest are converted by `fn`.
+template <typename PointFn> inline void ForEachPoint(PROJPOINT* points, int count, PointFn fn) {
     for (int i = 0; i < count; ++i) {
         PROJPOINT& p = points[i];
         if (IsUnplottable(p)) continue;
-        if (!fn(p)) MarkFailed(data, p);
+        if (!fn(p)) MarkUnplottable(p);
     }
+}
+
+// Points holding the marker in either member.
+inline int CountUnplottable(const PROJPOINT* points, int count) {
+    int n = 0;
+    for (int i = 0; i < count; ++i)
+        n += IsUnplottable(points[i]) ? 1 : 0;
+    return n;
+}
+
+// Runs a converter; *marked tells whether it marked a point. Converters only
+// ever add markers, so that is exactly when the count of markers grew.
+inline bool RunConverter(ProjConvertFn fn, const PROJDATA* data, PROJPOINT* points, int count,
+                         bool* marked) {
+    const int before = points ? CountUnplottable(points, count) : 0;
+    const bool ok = fn(data, points, count);
+    *marked = ok && CountUnplottable(points, count) > before;
+    return ok;
 }
 
 // Argument checks every Forward/Inverse makes first. A macro so that the

@@ -170,22 +170,20 @@ template <Flavor F> inline bool EllipsoidInverse(const Constants& tm, PROJPOINT&
 
 // ---------------------------------------------------------------- loops
 
-template <Flavor F> inline void Forward(PROJDATA* data, PROJPOINT* points, int count) {
+template <Flavor F> inline void Forward(const PROJDATA* data, PROJPOINT* points, int count) {
     const Constants tm(data, Figure(data));
     if (tm.sphere)
-        ForEachPoint(data, points, count, [&tm](PROJPOINT& p) { return SphereForward(tm, p); });
+        ForEachPoint(points, count, [&tm](PROJPOINT& p) { return SphereForward(tm, p); });
     else
-        ForEachPoint(data, points, count,
-                     [&tm](PROJPOINT& p) { return EllipsoidForward<F>(tm, p); });
+        ForEachPoint(points, count, [&tm](PROJPOINT& p) { return EllipsoidForward<F>(tm, p); });
 }
 
-template <Flavor F> inline void Inverse(PROJDATA* data, PROJPOINT* points, int count) {
+template <Flavor F> inline void Inverse(const PROJDATA* data, PROJPOINT* points, int count) {
     const Constants tm(data, Figure(data));
     if (tm.sphere)
-        ForEachPoint(data, points, count, [&tm](PROJPOINT& p) { return SphereInverse(tm, p); });
+        ForEachPoint(points, count, [&tm](PROJPOINT& p) { return SphereInverse(tm, p); });
     else
-        ForEachPoint(data, points, count,
-                     [&tm](PROJPOINT& p) { return EllipsoidInverse<F>(tm, p); });
+        ForEachPoint(points, count, [&tm](PROJPOINT& p) { return EllipsoidInverse<F>(tm, p); });
 }
 
 } // namespace tmerc

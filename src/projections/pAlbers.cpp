@@ -151,29 +151,29 @@ PointResult InversePoint(const AlbersCone& c, PROJPOINT& p) {
     return PointResult::Done;
 }
 
-template <typename Fn> bool RunPoints(PROJDATA* data, PROJPOINT* points, int count, Fn fn) {
+template <typename Fn> bool RunPoints(PROJPOINT* points, int count, Fn fn) {
     for (int i = 0; i < count; ++i) {
         PROJPOINT& p = points[i];
         if (IsUnplottable(p)) continue;
         const PointResult r = fn(p);
         if (r == PointResult::Abort) return KV_ASSERT_FAIL();
-        if (r == PointResult::Failed) MarkFailed(data, p);
+        if (r == PointResult::Failed) MarkUnplottable(p);
     }
     return true;
 }
 
 } // namespace
 
-bool AlbersForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool AlbersForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const AlbersCone c = MakeCone(data);
-    return RunPoints(data, points, count, [&c](PROJPOINT& p) { return ForwardPoint(c, p); });
+    return RunPoints(points, count, [&c](PROJPOINT& p) { return ForwardPoint(c, p); });
 }
 
-bool AlbersInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool AlbersInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const AlbersCone c = MakeCone(data);
-    return RunPoints(data, points, count, [&c](PROJPOINT& p) { return InversePoint(c, p); });
+    return RunPoints(points, count, [&c](PROJPOINT& p) { return InversePoint(c, p); });
 }
 
 } // namespace KVProj

@@ -9,7 +9,7 @@
 
 namespace KVProj {
 
-bool AzimuthForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool AzimuthForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     azim::ForwardAzimuthal(
         data, points, count, data->Lat1,
@@ -23,7 +23,7 @@ bool AzimuthForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool AzimuthInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool AzimuthInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     azim::InverseAzimuthal(
         data, points, count, data->Lat1, [](double c, double* sinC, double* cosC) {

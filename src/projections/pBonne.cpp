@@ -115,18 +115,17 @@ bool InversePoint(const Bonne& b, PROJPOINT& p) {
 
 } // namespace
 
-bool BonneForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool BonneForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Bonne b = MakeBonne(data);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return b.ok && ForwardPoint(b, p); });
+    ForEachPoint(points, count, [&](PROJPOINT& p) { return b.ok && ForwardPoint(b, p); });
     return true;
 }
 
-bool BonneInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool BonneInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Bonne b = MakeBonne(data);
-    azim::ForEachInverse(data, points, count,
-                         [&](PROJPOINT& p) { return b.ok && InversePoint(b, p); });
+    azim::ForEachInverse(points, count, [&](PROJPOINT& p) { return b.ok && InversePoint(b, p); });
     return true;
 }
 

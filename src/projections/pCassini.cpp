@@ -17,10 +17,10 @@
 
 namespace KVProj {
 
-bool CassiniForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool CassiniForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, phi0 = data->Lat0, lam0 = data->Lon0;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         const double dLam = p.x - lam0;
         const double sinPhi = std::sin(p.y), cosPhi = std::cos(p.y);
         const double B = cosPhi * std::sin(dLam);                       // Snyder 13-5
@@ -31,10 +31,10 @@ bool CassiniForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool CassiniInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool CassiniInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, phi0 = data->Lat0, lam0 = data->Lon0;
-    azim::ForEachInverse(data, points, count, [&](PROJPOINT& p) {
+    azim::ForEachInverse(points, count, [&](PROJPOINT& p) {
         if (!(r > 0.0)) return false;
         const double xs = p.x / r;
         if (!(std::fabs(xs) <= kHalfPi + 1e-12)) return false;

@@ -24,7 +24,7 @@ inline void ComputeStep(EckertLane& a) {
 
 } // namespace
 
-bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count) {
+bool Eckert4Forward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon; // normalised by the engine
@@ -44,14 +44,14 @@ bool Eckert4Forward(PROJDATA* data, PROJPOINT* points, int count) {
         return true;
     };
     auto step = [](EckertLane& a) { return EckertStep(a, ComputeStep); };
-    NewtonInBlocks<EckertLane>(data, points, count, kEckertMaxSteps, start, step, finish);
+    NewtonInBlocks<EckertLane>(points, count, kEckertMaxSteps, start, step, finish);
     return true;
 }
 
-bool Eckert4Inverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool Eckert4Inverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         const double t = std::asin(ClampUnit(p.y / (kCy * r)));
         const double s = std::sin(t), c = std::cos(t);
         const double denom = kCx * r * (1.0 + c);

@@ -20,7 +20,7 @@ inline void ComputeStep(EckertLane& a) {
 
 } // namespace
 
-bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count) {
+bool Eckert6Forward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon; // normalised by the engine
@@ -45,15 +45,15 @@ bool Eckert6Forward(PROJDATA* data, PROJPOINT* points, int count) {
         return true;
     };
     auto step = [](EckertLane& a) { return EckertStep(a, ComputeStep); };
-    NewtonInBlocks<EckertLane>(data, points, count, kEckertMaxSteps, start, step, finish);
+    NewtonInBlocks<EckertLane>(points, count, kEckertMaxSteps, start, step, finish);
     return true;
 }
 
-bool Eckert6Inverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool Eckert6Inverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
     const double root = std::sqrt(kTwoPlusPi);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         const double t = root * p.y / (2.0 * r);
         const double onePlusCos = 1.0 + std::cos(t);
         if (onePlusCos == 0.0) return false;

@@ -40,11 +40,11 @@ EquiConCone MakeCone(const PROJDATA* d) {
 
 } // namespace
 
-bool EquiConForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool EquiConForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const EquiConCone c = MakeCone(data);
     const bool wrap = data->bWrapLon; // normalised by the engine
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         if (!c.ok) return false;
         double dLam = p.x - c.lam0;
         if (wrap) dLam = WrapOnce(dLam);
@@ -57,10 +57,10 @@ bool EquiConForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool EquiConInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool EquiConInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const EquiConCone c = MakeCone(data);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         if (!c.ok) return false;
         double rho, theta;
         ConePolar(c.n, c.rho0, p.x, p.y, &rho, &theta);

@@ -8,11 +8,11 @@
 
 namespace KVProj {
 
-bool EquiCylForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool EquiCylForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double lam0 = data->Lon0, r = Figure(data).a;
     const double rc = r * std::cos(data->Lat1);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         p.x = (p.x - lam0) * rc;
         p.y = r * p.y;
         return true;
@@ -20,13 +20,13 @@ bool EquiCylForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool EquiCylInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool EquiCylInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double lam0 = data->Lon0, r = Figure(data).a;
     const double c1 = std::cos(data->Lat1);
     // Only an exact zero fails: cos(pi/2) in doubles is about 6e-17, which
     // gives huge but finite longitudes.
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         if (c1 == 0.0) return false;
         p.y = p.y / r;
         p.x = p.x / (r * c1) + lam0;

@@ -13,7 +13,7 @@ namespace {
 constexpr double kHorizonTolerance = 0.0001;
 }
 
-bool GnomForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool GnomForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     azim::ForwardAzimuthal(
         data, points, count, data->Lat1,
@@ -25,7 +25,7 @@ bool GnomForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool GnomInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool GnomInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     // c = atan(rho / R) (Snyder 22-16), its sine and cosine taken directly.
     azim::InverseAzimuthal(data, points, count, data->Lat1,

@@ -173,18 +173,17 @@ bool InversePoint(const Hotine& h, PROJPOINT& p) {
 
 } // namespace
 
-bool HotineForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool HotineForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Hotine h = MakeHotine(data);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return h.ok && ForwardPoint(h, p); });
+    ForEachPoint(points, count, [&](PROJPOINT& p) { return h.ok && ForwardPoint(h, p); });
     return true;
 }
 
-bool HotineInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool HotineInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Hotine h = MakeHotine(data);
-    azim::ForEachInverse(data, points, count,
-                         [&](PROJPOINT& p) { return h.ok && InversePoint(h, p); });
+    azim::ForEachInverse(points, count, [&](PROJPOINT& p) { return h.ok && InversePoint(h, p); });
     return true;
 }
 

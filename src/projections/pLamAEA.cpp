@@ -8,7 +8,7 @@
 
 namespace KVProj {
 
-bool LamAEAForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool LamAEAForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     azim::ForwardAzimuthal(
         data, points, count, data->Lat1,
@@ -29,7 +29,7 @@ bool LamAEAForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool LamAEAInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool LamAEAInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     // c = 2 asin(rho / 2R) (Snyder 24-16), its sine and cosine by the
     // double-angle formulas.

@@ -136,32 +136,31 @@ bool InversePoint(const Cone& c, PROJPOINT& p) {
     return true;
 }
 
-void FailAll(PROJDATA* data, PROJPOINT* points, int count) {
-    ForEachPoint(data, points, count, [](PROJPOINT&) { return false; });
+void FailAll(PROJPOINT* points, int count) {
+    ForEachPoint(points, count, [](PROJPOINT&) { return false; });
 }
 
 } // namespace
 
-bool LambertForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool LambertForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Cone c = MakeCone(data, Direction::Forward);
     if (!c.ok)
-        FailAll(data, points, count);
+        FailAll(points, count);
     else if (c.sphere)
-        ForEachPoint(data, points, count, [&c](PROJPOINT& p) { return SphereForwardPoint(c, p); });
+        ForEachPoint(points, count, [&c](PROJPOINT& p) { return SphereForwardPoint(c, p); });
     else
-        ForEachPoint(data, points, count,
-                     [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
+        ForEachPoint(points, count, [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
     return true;
 }
 
-bool LambertInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool LambertInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Cone c = MakeCone(data, Direction::Inverse);
     if (!c.ok)
-        FailAll(data, points, count);
+        FailAll(points, count);
     else
-        ForEachPoint(data, points, count, [&c](PROJPOINT& p) { return InversePoint(c, p); });
+        ForEachPoint(points, count, [&c](PROJPOINT& p) { return InversePoint(c, p); });
     return true;
 }
 

@@ -42,14 +42,14 @@ Scale MakeScale(const PROJDATA* d) {
 
 } // namespace
 
-bool MercForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool MercForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Scale sc = MakeScale(data);
     const Figure fig(data);
     const double lam0 = data->Lon0, a = fig.a;
     if (fig.sphere) {
         const double rk = a * std::cos(data->Lat0);
-        ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+        ForEachPoint(points, count, [&](PROJPOINT& p) {
             if (std::fabs(p.y) >= kPhiMax) return false;
             p.x = (p.x - lam0) * rk;
             p.y = std::log(std::tan(p.y / 2.0 + kQuarterPi)) * rk;
@@ -58,7 +58,7 @@ bool MercForward(PROJDATA* data, PROJPOINT* points, int count) {
         return true;
     }
     const double e = sc.e;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         if (!sc.ok) return false;
         // The ellipsoid lets |phi| == kPhiMax through; there sin phi rounds to
         // 1 and the next test refuses it.
@@ -74,7 +74,7 @@ bool MercForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool MercInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool MercInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Figure fig(data);
     const double lam0 = data->Lon0, a = fig.a;
@@ -82,7 +82,7 @@ bool MercInverse(PROJDATA* data, PROJPOINT* points, int count) {
         // No guard: a true-scale latitude at a pole gives non-finite values,
         // which the engine marks.
         const double c1 = std::cos(data->Lat0);
-        ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+        ForEachPoint(points, count, [&](PROJPOINT& p) {
             const double lam = p.x / c1 / a + lam0;
             p.y = std::atan(std::sinh(p.y / c1 / a)); // Snyder 7-4 in hyperbolic form
             p.x = lam;
@@ -95,7 +95,7 @@ bool MercInverse(PROJDATA* data, PROJPOINT* points, int count) {
         PROJPOINT& p = points[i];
         if (IsUnplottable(p)) continue;
         if (!sc.ok) {
-            MarkFailed(data, p);
+            MarkUnplottable(p);
             continue;
         }
         // A true-scale latitude at a pole is a caller's error, not a bad point.
@@ -104,7 +104,7 @@ bool MercInverse(PROJDATA* data, PROJPOINT* points, int count) {
         const double t = std::exp(-(p.y / sc.k) / a * kLnBase); // Snyder 7-10
         double phi;
         if (!PhiFromConformalT(t, sc.e, &phi)) {
-            MarkFailed(data, p);
+            MarkUnplottable(p);
             continue;
         }
         p.x = lam;

@@ -9,11 +9,11 @@
 
 namespace KVProj {
 
-bool MillerForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool MillerForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double lam0 = data->Lon0, r = Figure(data).a;
     // 0.4 phi + pi/4 stays below pi/2 even at the poles: no point can fail.
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         p.x = (p.x - lam0) * r;
         p.y = std::log(std::tan(0.4 * p.y + kQuarterPi)) * r / 0.8;
         return true;
@@ -21,10 +21,10 @@ bool MillerForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool MillerInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool MillerInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double lam0 = data->Lon0, r = Figure(data).a;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         p.x = p.x / r + lam0;
         p.y = std::atan(std::sinh(0.8 * p.y / r)) / 0.8;
         return true;

@@ -55,7 +55,7 @@ inline void HalfAngle(const Auxiliary& a, double* sinHalf, double* cosHalf) {
 
 } // namespace
 
-bool MolleForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool MolleForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon; // normalised by the engine
@@ -80,15 +80,15 @@ bool MolleForward(PROJDATA* data, PROJPOINT* points, int count) {
         return true;
     };
     auto step = [](Auxiliary& a) { return AuxiliaryStep(a); };
-    NewtonInBlocks<Auxiliary>(data, points, count, kMaxSteps, start, step, finish);
+    NewtonInBlocks<Auxiliary>(points, count, kMaxSteps, start, step, finish);
     return true;
 }
 
-bool MolleInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool MolleInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
     const double sqrt2R = std::pow(2.0, 0.5) * r, sqrt8R = std::pow(8.0, 0.5) * r;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         // Beyond the outline the clamp puts the point on the pole line, where
         // cos theta is about 6e-17 and the longitude becomes huge, not a failure.
         const double theta = std::asin(ClampUnit(p.y / sqrt2R));

@@ -74,18 +74,17 @@ bool InversePoint(const OMerc& m, PROJPOINT& p) {
 
 } // namespace
 
-bool OMercForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool OMercForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const OMerc m = MakeOMerc(data);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return m.ok && ForwardPoint(m, p); });
+    ForEachPoint(points, count, [&](PROJPOINT& p) { return m.ok && ForwardPoint(m, p); });
     return true;
 }
 
-bool OMercInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool OMercInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const OMerc m = MakeOMerc(data);
-    azim::ForEachInverse(data, points, count,
-                         [&](PROJPOINT& p) { return m.ok && InversePoint(m, p); });
+    azim::ForEachInverse(points, count, [&](PROJPOINT& p) { return m.ok && InversePoint(m, p); });
     return true;
 }
 

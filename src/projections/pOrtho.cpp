@@ -16,7 +16,7 @@ namespace {
 constexpr double kLimbTolerance = 1e-12; // of cos c
 }
 
-bool OrthoForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool OrthoForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     // Snyder 20-3, 20-4: k' = 1; beyond the limb is the far side of the globe.
     azim::ForwardAzimuthal(
@@ -28,7 +28,7 @@ bool OrthoForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool OrthoInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool OrthoInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     azim::InverseAzimuthal(data, points, count, data->Lat0,
                            [](double q, double* sinC, double* cosC) {

@@ -151,17 +151,17 @@ bool InversePoint(const Stereo& s, PROJPOINT& p) {
 
 } // namespace
 
-bool PolarForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool PolarForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Stereo s = MakeStereo(data);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(s, p); });
+    ForEachPoint(points, count, [&](PROJPOINT& p) { return ForwardPoint(s, p); });
     return true;
 }
 
-bool PolarInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool PolarInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Stereo s = MakeStereo(data);
-    azim::ForEachInverse(data, points, count, [&](PROJPOINT& p) { return InversePoint(s, p); });
+    azim::ForEachInverse(points, count, [&](PROJPOINT& p) { return InversePoint(s, p); });
     return true;
 }
 

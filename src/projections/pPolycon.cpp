@@ -190,17 +190,17 @@ bool InversePoint(const Polycon& c, PROJPOINT& p) {
 
 } // namespace
 
-bool PolyconForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool PolyconForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Polycon c = MakePolycon(data);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(c, p); });
+    ForEachPoint(points, count, [&](PROJPOINT& p) { return ForwardPoint(c, p); });
     return true;
 }
 
-bool PolyconInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool PolyconInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Polycon c = MakePolycon(data);
-    azim::ForEachInverse(data, points, count,
+    azim::ForEachInverse(points, count,
                          [&](PROJPOINT& p) { return c.a > 0.0 && InversePoint(c, p); });
     return true;
 }

@@ -137,18 +137,18 @@ bool InversePoint(double r, double lam0, PROJPOINT& p) {
 
 } // namespace
 
-bool RobSterForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool RobSterForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(r, lam0, wrap, p); });
+    ForEachPoint(points, count, [&](PROJPOINT& p) { return ForwardPoint(r, lam0, wrap, p); });
     return true;
 }
 
-bool RobSterInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool RobSterInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
-    azim::ForEachInverse(data, points, count,
+    azim::ForEachInverse(points, count,
                          [&](PROJPOINT& p) { return r > 0.0 && InversePoint(r, lam0, p); });
     return true;
 }

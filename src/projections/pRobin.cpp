@@ -80,10 +80,10 @@ constexpr int kNewtonMaxSteps = 100;
 
 } // namespace
 
-bool RobinForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool RobinForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a;
-    ForEachPoint(data, points, count, [r](PROJPOINT& p) {
+    ForEachPoint(points, count, [r](PROJPOINT& p) {
         const double lam = p.x, phi = p.y; // no central meridian
         const double absPhi = std::fabs(phi);
         const double band = std::floor(absPhi * kBandsPerRadian);
@@ -98,10 +98,10 @@ bool RobinForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool RobinInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool RobinInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a;
-    ForEachPoint(data, points, count, [r](PROJPOINT& p) {
+    ForEachPoint(points, count, [r](PROJPOINT& p) {
         const double u = p.x / r, v = p.y / r;
         const double yn = std::fabs(v / kYScale);
         if (yn != yn) return false; // NaN from a zero radius

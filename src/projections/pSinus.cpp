@@ -11,13 +11,13 @@
 
 namespace KVProj {
 
-bool SinusForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool SinusForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Figure fig(data);
     const double a = fig.a, lam0 = data->Lon0;
     const bool wrap = data->bWrapLon; // normalised by the engine
     if (fig.sphere) {
-        ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+        ForEachPoint(points, count, [&](PROJPOINT& p) {
             double dLam = p.x - lam0;
             if (wrap) dLam = WrapOnce(dLam);
             const double phi = p.y;
@@ -29,7 +29,7 @@ bool SinusForward(PROJDATA* data, PROJPOINT* points, int count) {
     }
     const double e = fig.e, e2 = fig.e2;
     const MeridianArc arc(a, e);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         double dLam = p.x - lam0;
         if (wrap) dLam = WrapOnce(dLam);
         const double phi = p.y, s = std::sin(phi), c = std::cos(phi);
@@ -44,14 +44,14 @@ bool SinusForward(PROJDATA* data, PROJPOINT* points, int count) {
     return true;
 }
 
-bool SinusInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool SinusInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Figure fig(data);
     const double a = fig.a, lam0 = data->Lon0;
     // cos(pi/2) in doubles is about 6e-17, not zero: a point on the pole line
     // gives a huge but finite longitude unless x is 0. Only an exact zero fails.
     if (fig.sphere) {
-        ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+        ForEachPoint(points, count, [&](PROJPOINT& p) {
             const double phi = p.y / a, c = std::cos(phi);
             if (c == 0.0) return false;
             p.x = p.x / (a * c) + lam0;
@@ -63,7 +63,7 @@ bool SinusInverse(PROJDATA* data, PROJPOINT* points, int count) {
     const double e = fig.e, e2 = fig.e2;
     const MeridianArc arc(a, e);
     const Footpoint foot(e);
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) {
+    ForEachPoint(points, count, [&](PROJPOINT& p) {
         const double phi = foot.Phi(arc.Mu(p.y));
         const double s = std::sin(phi), c = std::cos(phi);
         if (c == 0.0) return false;

@@ -5,13 +5,13 @@
 
 namespace KVProj {
 
-bool TMercForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool TMercForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     tmerc::Forward<tmerc::Flavor::General>(data, points, count);
     return true;
 }
 
-bool TMercInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool TMercInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     tmerc::Inverse<tmerc::Flavor::General>(data, points, count);
     return true;

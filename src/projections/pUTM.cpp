@@ -6,13 +6,13 @@
 
 namespace KVProj {
 
-bool UTMForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool UTMForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     tmerc::Forward<tmerc::Flavor::UTM>(data, points, count);
     return true;
 }
 
-bool UTMInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool UTMInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     tmerc::Inverse<tmerc::Flavor::UTM>(data, points, count);
     return true;

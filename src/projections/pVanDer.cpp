@@ -100,17 +100,17 @@ bool InversePoint(double r, double lam0, PROJPOINT& p) {
 
 } // namespace
 
-bool VanDerForward(PROJDATA* data, PROJPOINT* points, int count) {
+bool VanDerForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return ForwardPoint(r, lam0, p); });
+    ForEachPoint(points, count, [&](PROJPOINT& p) { return ForwardPoint(r, lam0, p); });
     return true;
 }
 
-bool VanDerInverse(PROJDATA* data, PROJPOINT* points, int count) {
+bool VanDerInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const double r = Figure(data).a, lam0 = data->Lon0;
-    ForEachPoint(data, points, count, [&](PROJPOINT& p) { return InversePoint(r, lam0, p); });
+    ForEachPoint(points, count, [&](PROJPOINT& p) { return InversePoint(r, lam0, p); });
     return true;
 }
 
