@@ -9,7 +9,6 @@
 
 #include "projections/ProjModule.h"
 #include "projections/Modules.h"
-#include "frame/Angles.h"
 
 #include <cmath>
 #include <cstdio>
@@ -23,9 +22,9 @@ using namespace bench;
 
 namespace {
 
-constexpr double kRad = kDegToRad;
+constexpr double kRad = bench::kDegToRad;
 
-using ConvertFn = bool (*)(PROJDATA*, PROJPOINT*, int);
+using ConvertFn = ProjConvertFn;
 
 struct Setup {
     const char* name;
