@@ -45,7 +45,7 @@ constexpr ProjParamRow kParams[] = {
 
 // Each row's fields must fit inside the record; a bad row here would let
 // ProjGetParam/ProjSetParam copy past the end of a caller's PROJDATA.
-constexpr bool paramRowsFitRecord() {
+constexpr bool ParamRowsFitRecord() {
     for (const ProjParamRow& row : kParams) {
         if (row.id == 0) return row.type == PDT_END && row.position == -1 && row.width == -1;
         if (row.position < 0 || row.width <= 0 ||
@@ -54,7 +54,7 @@ constexpr bool paramRowsFitRecord() {
     }
     return false;
 }
-static_assert(paramRowsFitRecord(), "parameter rows lie inside PROJDATA and end with id 0");
+static_assert(ParamRowsFitRecord(), "parameter rows lie inside PROJDATA and end with id 0");
 
 // Stored with Unprojected at the top and the others alphabetically from
 // Albers; lookups go by type, so only the terminating type-29 row matters.

@@ -50,37 +50,27 @@ inline bool IsStatePlane(int type) {
 
 // One pass over the points: a point with a non-finite member is marked, the
 // others go through `stage`. Every stage of both directions runs in such a
-// pass; true when any point was marked. *markers, when asked, counts the
-// points holding the marker as the pass reaches them or marked by it: the
-// count after the module against the count before it tells whether the
-// module marked a point (modules only ever add markers), with no pass of its
-// own.
-template <typename Stage>
-bool MarkedPass(PROJPOINT* points, int count, Stage stage, int* markers = nullptr) {
+// pass; true when any point was marked.
+template <typename Stage> bool MarkedPass(PROJPOINT* points, int count, Stage stage) {
     bool marked = false;
-    int held = 0;
     for (int i = 0; i < count; ++i) {
         PROJPOINT& p = points[i];
         if (!std::isfinite(p.x) || !std::isfinite(p.y)) {
             MarkUnplottable(p);
             marked = true;
-            ++held;
             continue;
         }
-        held += IsUnplottable(p) ? 1 : 0;
         stage(p);
     }
-    if (markers) *markers = held;
     return marked;
 }
 
 // Marks every point with a non-finite member; true when any was marked.
-bool ScanNonFinite(PROJPOINT* points, int count, int* markers = nullptr) {
-    return MarkedPass(
-        points, count, [](PROJPOINT&) {}, markers);
+bool ScanNonFinite(PROJPOINT* points, int count) {
+    return MarkedPass(points, count, [](PROJPOINT&) {});
 }
 
-void AnglesToRadians(PROJDATA& d) {
+void AnglesDegToRad(PROJDATA& d) {
     d.Lat0 = DegToRad(d.Lat0);
     d.Lon0 = DegToRad(d.Lon0);
     d.Lat1 = DegToRad(d.Lat1);
@@ -104,12 +94,14 @@ bool SubstituteZone(PROJDATA& work) {
 // Runs a module converter with the math error flag cleared first. Off Windows
 // floating-point exceptions stay masked, so a fault cannot trap here; the
 // flag still catches whatever the math-error hook notes during the call.
+// *marked tells whether the converter marked a point.
 bool GuardedCall(ProjConvertFn fn, const PROJDATA& work, PROJPOINT* points, int count,
-                 PROJDATA* handle) {
+                 PROJDATA* handle, bool* marked) {
     SetMathErrorFlag(false);
-    bool ok = fn(&work, points, count);
+    bool ok = RunConverter(fn, &work, points, count, marked);
     if (MathErrorFlag()) {
         ok = false;
+        *marked = false;
         handle->iResult = 1;
     }
     return ok;
@@ -140,7 +132,7 @@ const PROJMODULE* PrepareWorkingCopy(const PROJDATA* handle, PROJDATA& work, boo
         *failed = true;
         return nullptr;
     }
-    AnglesToRadians(work);
+    AnglesDegToRad(work);
     return row;
 }
 
@@ -160,71 +152,59 @@ const PROJMODULE* Begin(PROJDATA* h, PROJPOINT* points, int count, PROJDATA& wor
 
 // Post-scan, false origin and scale in one pass: each stage only touches
 // coordinates that the previous one left finite and unmarked.
-bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count, int* markers) {
+bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count) {
     const bool offset = !(work.xOrg == 0.0 && work.yOrg == 0.0);
     const bool scale = work.Scale != 1.0;
     const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
-    return MarkedPass(
-        points, count,
-        [=](PROJPOINT& p) {
-            if (offset) {
-                if (p.x != kUnplottable) p.x += x0;
-                if (p.y != kUnplottable) p.y += y0;
-            }
-            if (scale) {
-                if (p.x != kUnplottable) p.x *= s;
-                if (p.y != kUnplottable) p.y *= s;
-            }
-        },
-        markers);
+    return MarkedPass(points, count, [=](PROJPOINT& p) {
+        if (offset) {
+            if (p.x != kUnplottable) p.x += x0;
+            if (p.y != kUnplottable) p.y += y0;
+        }
+        if (scale) {
+            if (p.x != kUnplottable) p.x *= s;
+            if (p.y != kUnplottable) p.y *= s;
+        }
+    });
 }
 
 // Pre-scan, scale and false origin of the inverse in one pass; true when
 // the pre-scan marked a point.
-bool PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count, int* markers) {
+bool PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
     const bool offset = !(work.xOrg == 0.0 && work.yOrg == 0.0);
     const bool scale = work.Scale != 1.0;
     const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
-    if (!offset && !scale) return ScanNonFinite(points, count, markers);
-    return MarkedPass(
-        points, count,
-        [=](PROJPOINT& p) {
-            if (scale) {
-                if (p.x != kUnplottable) p.x /= s;
-                if (p.y != kUnplottable) p.y /= s;
-            }
-            if (offset) {
-                if (p.x != kUnplottable) p.x -= x0;
-                if (p.y != kUnplottable) p.y -= y0;
-            }
-        },
-        markers);
+    if (!offset && !scale) return ScanNonFinite(points, count);
+    return MarkedPass(points, count, [=](PROJPOINT& p) {
+        if (scale) {
+            if (p.x != kUnplottable) p.x /= s;
+            if (p.y != kUnplottable) p.y /= s;
+        }
+        if (offset) {
+            if (p.x != kUnplottable) p.x -= x0;
+            if (p.y != kUnplottable) p.y -= y0;
+        }
+    });
 }
 
 // Pre-scan, folding and degrees to radians of the forward points in one pass.
-bool PrepareForward(PROJPOINT* points, int count, int* markers) {
-    return MarkedPass(
-        points, count,
-        [](PROJPOINT& p) {
-            p.x = FoldLongitude(p.x);
-            p.y = FoldLatitude(p.y);
-            if (p.x != kUnplottable) p.x = DegToRad(p.x);
-            if (p.y != kUnplottable) p.y = DegToRad(p.y);
-        },
-        markers);
+bool PrepareForward(PROJPOINT* points, int count) {
+    return MarkedPass(points, count, [](PROJPOINT& p) {
+        p.x = FoldLongitude(p.x);
+        p.y = FoldLatitude(p.y);
+        if (p.x != kUnplottable) p.x = DegToRad(p.x);
+        if (p.y != kUnplottable) p.y = DegToRad(p.y);
+    });
 }
 
 // Post-scan, radians to degrees and folding of the inverse results.
-bool FinishInverse(PROJPOINT* points, int count, int* markers) {
-    return MarkedPass(
-        points, count,
-        [](PROJPOINT& p) {
-            if (p.x != kUnplottable) p.x = RadToDeg(p.x);
-            if (p.y != kUnplottable) p.y = RadToDeg(p.y);
-            p.x = FoldLongitude(p.x);
-            p.y = FoldLatitude(p.y);
-        },
-        markers);
+bool FinishInverse(PROJPOINT* points, int count) {
+    return MarkedPass(points, count, [](PROJPOINT& p) {
+        if (p.x != kUnplottable) p.x = RadToDeg(p.x);
+        if (p.y != kUnplottable) p.y = RadToDeg(p.y);
+        p.x = FoldLongitude(p.x);
+        p.y = FoldLatitude(p.y);
+    });
 }
 
 // One conversion call: the handle's record, the working copy and the row.
@@ -255,20 +235,19 @@ bool Enter(const char* name, void* handle, PROJPOINT* points, int count, Call& c
     return call.row != nullptr;
 }
 
-// The module of either direction and then the direction's post-scan
-// `finish(&markers)`. The handle's result flag: `earlier` (what the stages
-// before the module found), or any point marked by the module or the
-// post-scan, seen as more markers after than `before` the module.
+// The module of either direction, its result flag taken into the handle
+// (with `earlier`, what the stages before it found), and then the direction's
+// post-scan `finish()`.
 template <typename Finish>
-bool RunModule(Call& call, ProjConvertFn fn, bool earlier, int before, const char* failure,
-               PROJPOINT* points, int count, Finish finish) {
-    if (!GuardedCall(fn, call.work, points, count, call.h)) {
+bool RunModule(Call& call, ProjConvertFn fn, bool earlier, const char* failure, PROJPOINT* points,
+               int count, Finish finish) {
+    bool marked = false;
+    if (!GuardedCall(fn, call.work, points, count, call.h, &marked)) {
         LogPrintf("%s", failure);
         return false;
     }
-    int after = 0;
-    const bool finishMarked = finish(&after);
-    call.h->iResult = earlier || finishMarked || after > before ? 1 : 0;
+    call.h->iResult = earlier || marked ? 1 : 0;
+    if (finish()) call.h->iResult = 1;
     if (call.h->iResult == 1) LogPrintf("  One or more unplottable points generated.\n");
     return true;
 }
@@ -277,24 +256,20 @@ bool ForwardImpl(void* handle, PROJPOINT* points, int count) {
     Call c;
     bool result = false;
     if (!Enter("ProjForward", handle, points, count, c, &result)) return result;
-    int before = 0;
-    if (PrepareForward(points, count, &before)) c.h->iResult = 1;
-    return RunModule(c, c.row->Forward, c.h->iResult == 1, before,
-                     "Forward projection function failed!\n", points, count,
-                     [&](int* after) { return FinishForward(c.work, points, count, after); });
+    if (PrepareForward(points, count)) c.h->iResult = 1;
+    return RunModule(c, c.row->Forward, c.h->iResult == 1, "Forward projection function failed!\n",
+                     points, count, [&] { return FinishForward(c.work, points, count); });
 }
 
 bool InverseImpl(void* handle, PROJPOINT* points, int count) {
     Call c;
     bool result = false;
     if (!Enter("ProjInverse", handle, points, count, c, &result)) return result;
-    int before = 0;
-    if (PrepareInverse(c.work, points, count, &before)) c.h->iResult = 1;
+    if (PrepareInverse(c.work, points, count)) c.h->iResult = 1;
     // Points the pre-scan marked count again only if the module or the
     // post-scan flags them: the module's result starts clean.
-    return RunModule(c, c.row->Inverse, false, before, "Inverse projection function failed!\n",
-                     points, count,
-                     [&](int* after) { return FinishInverse(points, count, after); });
+    return RunModule(c, c.row->Inverse, false, "Inverse projection function failed!\n", points,
+                     count, [&] { return FinishInverse(points, count); });
 }
 
 // The record whose domain and split tests answer for a handle's record: the

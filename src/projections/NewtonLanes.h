@@ -59,7 +59,7 @@ inline void NewtonInBlocks(PROJPOINT* points, int count, int maxSteps, StartFn s
         for (int i = 0; i < n; ++i) {
             PROJPOINT& p = pts[i];
             if (IsUnplottable(p)) continue;
-            if (!started[i] || !finish(p, lane[i])) MarkUnplottable(p);
+            if (!started[i] || !finish(p, lane[i])) MarkFailed(p);
         }
     }
 }

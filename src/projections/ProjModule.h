@@ -8,9 +8,9 @@
 //   - points hold (lon, lat) in radians going forward, (x, y) in units of
 //     MajorRadius before false origin and scale going inverse; converted in place.
 //   - a point holding KVPROJ_UNPLOTTABLE in either member is skipped untouched;
-//     a point the formulas cannot convert gets the marker in both members. The
-//     engine learns of such points by RunConverter and keeps the handle's
-//     result flag; modules never touch it.
+//     a point the formulas cannot convert gets the marker in both members
+//     (MarkFailed), which the engine learns through RunConverter; the handle's
+//     result flag is the engine's, modules never touch it.
 //   - false only for a null record (silently), a null array or a count below 1
 //     (both with an assertion report naming the module's source and line).
 // LLInProjection / LLOffsetSplit take the handle's own record and points in
@@ -61,31 +61,37 @@ inline const PROJMODULE* ProjModuleFor(int type) {
 }
 
 // ---------------------------------------------------------------- per point
+// A converter's report that it marked a point: a per-thread flag, kept like
+// the math error flag, that RunConverter clears before the call and reads
+// after it. It costs nothing on the path of a converted point.
+inline bool& ModuleMarkedFlag() {
+    thread_local bool marked = false;
+    return marked;
+}
+
+// A point the formulas cannot convert: the marker in both members, reported.
+inline void MarkFailed(PROJPOINT& p) {
+    MarkUnplottable(p);
+    ModuleMarkedFlag() = true;
+}
+
 // The per-point loop of every module: markers pass untouched, a point for
-// which `fn` returns false gets the marker, the rest are converted by `fn`.
+// which `fn` returns false is marked failed, the rest are converted by `fn`.
 template <typename PointFn> inline void ForEachPoint(PROJPOINT* points, int count, PointFn fn) {
     for (int i = 0; i < count; ++i) {
         PROJPOINT& p = points[i];
         if (IsUnplottable(p)) continue;
-        if (!fn(p)) MarkUnplottable(p);
+        if (!fn(p)) MarkFailed(p);
     }
 }
 
-// Points holding the marker in either member.
-inline int CountUnplottable(const PROJPOINT* points, int count) {
-    int n = 0;
-    for (int i = 0; i < count; ++i)
-        n += IsUnplottable(points[i]) ? 1 : 0;
-    return n;
-}
-
-// Runs a converter; *marked tells whether it marked a point. Converters only
-// ever add markers, so that is exactly when the count of markers grew.
+// Runs a converter; *marked tells whether it marked a point failed. The
+// engine calls every converter through here and keeps the result flag itself.
 inline bool RunConverter(ProjConvertFn fn, const PROJDATA* data, PROJPOINT* points, int count,
                          bool* marked) {
-    const int before = points ? CountUnplottable(points, count) : 0;
+    ModuleMarkedFlag() = false;
     const bool ok = fn(data, points, count);
-    *marked = ok && CountUnplottable(points, count) > before;
+    *marked = ok && ModuleMarkedFlag();
     return ok;
 }
 

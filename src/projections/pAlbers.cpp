@@ -157,7 +157,7 @@ template <typename Fn> bool RunPoints(PROJPOINT* points, int count, Fn fn) {
         if (IsUnplottable(p)) continue;
         const PointResult r = fn(p);
         if (r == PointResult::Abort) return KV_ASSERT_FAIL();
-        if (r == PointResult::Failed) MarkUnplottable(p);
+        if (r == PointResult::Failed) MarkFailed(p);
     }
     return true;
 }

@@ -95,7 +95,7 @@ bool MercInverse(const PROJDATA* data, PROJPOINT* points, int count) {
         PROJPOINT& p = points[i];
         if (IsUnplottable(p)) continue;
         if (!sc.ok) {
-            MarkUnplottable(p);
+            MarkFailed(p);
             continue;
         }
         // A true-scale latitude at a pole is a caller's error, not a bad point.
@@ -104,7 +104,7 @@ bool MercInverse(const PROJDATA* data, PROJPOINT* points, int count) {
         const double t = std::exp(-(p.y / sc.k) / a * kLnBase); // Snyder 7-10
         double phi;
         if (!PhiFromConformalT(t, sc.e, &phi)) {
-            MarkUnplottable(p);
+            MarkFailed(p);
             continue;
         }
         p.x = lam;
