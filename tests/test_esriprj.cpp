@@ -970,3 +970,24 @@ TEST(EsriPrjTool, ConvertWithSideFiles) {
     }
     std::remove(wgs.c_str());
 }
+
+// "kvproj info" on a ".prj" file and "kvproj export --format prj": the text
+// written for a UTM zone, and a refusal when the projection's ellipsoid differs
+// from its datum's (the library writes nothing and answers true there).
+TEST(EsriPrjTool, InfoAndExport) {
+    const std::string base = kvtest::TempPath("tool_prj");
+    std::ofstream(base + ".prj") << kvtest::ReadFile(kPrjDir + "EPSG_32733.prj");
+    kvtest::ToolRun run = kvtest::RunTool("info " + base + ".prj");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(kvtest::Contains(run.out, "(ESRI projection file):")) << run.out;
+    EXPECT_TRUE(kvtest::Contains(run.out, "Projection in Southern Hemisphere: true")) << run.out;
+    std::remove((base + ".prj").c_str());
+    run = kvtest::RunTool("export --format prj --utm 33N --datum WGS84 " + base + ".tif");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(kvtest::ReadFile(base + ".prj").substr(0, 40), "PROJCS[\"UTM_Zone_33N\",GEOGCS[\"GCS_WGS_19");
+    std::remove((base + ".prj").c_str());
+    run = kvtest::RunTool("export --format prj --proj \"type=17 ellipsoid=15\" --datum WGS84 " + base + ".tif");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(kvtest::Contains(run.err, "nothing a projection file can hold")) << run.err;
+    EXPECT_EQ(kvtest::ReadFile(base + ".prj"), "");
+}
