@@ -10,12 +10,27 @@
 #include <string>
 #include <unistd.h>
 
+inline std::string& FuzzDirName() {
+    static std::string name;
+    return name;
+}
+
+// Removes the scratch folder and what the targets put in it when the run ends.
+inline void RemoveFuzzDir() {
+    const std::string& dir = FuzzDirName();
+    for (const char* f : {"f.kvr", "g.kvr", "f.tfW", "g.tfW", "f.RSF", "g.RSF"})
+        std::remove((dir + "/" + f).c_str());
+    rmdir(dir.c_str());
+}
+
 inline const std::string& FuzzDir() {
-    static const std::string dir = [] {
+    static const std::string& dir = [] () -> const std::string& {
         std::string pattern = access("/dev/shm", W_OK) == 0 ? "/dev/shm/kvfuzzXXXXXX"
                                                              : "/tmp/kvfuzzXXXXXX";
         if (!mkdtemp(&pattern[0])) std::abort();
-        return pattern;
+        FuzzDirName() = pattern;
+        std::atexit(RemoveFuzzDir);
+        return FuzzDirName();
     }();
     return dir;
 }
