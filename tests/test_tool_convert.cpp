@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -43,9 +44,19 @@ struct Case {
     {"comments, blanks and extra columns kept", "--fwd --utm 33N --precision 1",
      "# header\n\n16.5 45 station-1 12.5\r\n15,0,x\n", 0,
      "# header\n\n618223.0 4984044.8 station-1 12.5\n500000.0,0.0,x\n"},
-    {"unplottable points are marked", "--fwd --utm 33N", "nan 45\n1e308 inf\n", 0,
-     "unplottable unplottable\nunplottable unplottable\n"},
-    {"own marker", "--fwd --utm 33N --marker '*'", "15 nan\n", 0, "* *\n"},
+    {"unplottable points are marked", "--inv --utm 33N", "1e300 1e300\n500000 0\n", 0,
+     "unplottable unplottable\n15.000000000 0.000000000\n"},
+    {"own marker", "--inv --utm 33N --marker '*'", "1e300 1e300\n", 0, "* *\n"},
+    // Input the conversion cannot mean is refused per line, never converted.
+    {"non-finite coordinates", "--fwd --utm 33N", "nan 45\n15 0\n1e308 inf\n", 1,
+     "500000.000 0.000\n"},
+    {"latitude beyond a pole", "--fwd --utm 33N", "15 90.5\n15 -91\n15 90\n", 1,
+     "500000.000 9997964.943\n"},
+    {"decimal commas", "--fwd --utm 33N", "12,5 45,3\n", 1, ""},
+    // Keys the projection does not read are errors, not silently ignored.
+    {"zone key on UTM", "--fwd --proj 'type=utm zone=33 ellps=47'", "15 45\n", 2, ""},
+    {"second parallel on Mercator", "--fwd --proj 'type=merc lat2=10'", "15 45\n", 2, ""},
+    {"+key=value strings", "--fwd --proj '+proj=utm +zone=33'", "15 45\n", 2, ""},
     {"bad line goes on", "--fwd --utm 33N --precision 0", "15 0\nfifteen 0\n15 0\n", 1,
      "500000 0\n500000 0\n"},
     {"bad line stops with --strict", "--fwd --utm 33N --precision 0 --strict", "15 0\n15\n15 0\n",
@@ -107,11 +118,11 @@ const Case kDatumCases[] = {
      0, "453424.947 3679096.821\n"},
     {"two projections without a datum", "--src-utm 33N --dst-utm 34N", "618222.966 4984044.799\n",
      0, "145330.894 4992809.054\n"},
-    {"unplottable from the datum step", "--src-datum 3 --dst-datum NAD27 --marker X",
-     "nan 45\n1 inf\n-100 40\n", 0, "X X\nX X\n-99.999582380 39.999990501\n"},
+    {"non-finite input refused before the datum step", "--src-datum 3 --dst-datum NAD27",
+     "nan 45\n1 inf\n-100 40\n", 1, "-99.999582380 39.999990501\n"},
     {"unplottable from the source projection passes the datum step",
-     "--src-utm 33N --src-datum 3 --dst-datum NAD27 --dst-utm 34N", "nan 0\n", 0,
-     "unplottable unplottable\n"},
+     "--src-utm 33N --src-datum 3 --dst-datum NAD27 --dst-utm 34N --marker X", "1e300 1e300\n", 0,
+     "X X\n"},
     {"unknown datum name", "--src-datum Atlantis --dst-datum 3", "1 2\n", 2, ""},
     {"unknown EPSG code", "--src-datum EPSG:9999 --dst-datum 3", "1 2\n", 2, ""},
     {"datum id out of range", "--src-datum 3 --dst-datum 300", "1 2\n", 2, ""},
@@ -186,6 +197,26 @@ TEST(ToolConvert, ReadsAFileAndRoundTrips) {
     const kvtest::ToolRun inv = Convert("--inv --utm 31N --precision 7", fwd.out);
     ASSERT_EQ(inv.status, 0) << inv.err;
     EXPECT_EQ(inv.out, "4.0000000 50.0000000\n1.5000000 40.2500000 a\n");
+}
+
+// A directory or unreadable file as input and a failed write end with a
+// message and status 1, never 0.
+TEST(ToolConvert, FailedReadsAndWritesFailTheRun) {
+    const std::string dir = kvtest::TempPath("convert_dir");
+    ASSERT_EQ(::mkdir(dir.c_str(), 0700), 0);
+    const kvtest::ToolRun fromDir = Convert("--fwd --utm 33N " + kvtest::Quote(dir), "");
+    ::rmdir(dir.c_str());
+    EXPECT_EQ(fromDir.status, 1);
+    EXPECT_TRUE(kvtest::Contains(fromDir.err, "cannot open")) << fromDir.err;
+    const kvtest::ToolRun missing = Convert("--fwd --utm 33N /nonexistent/points.txt", "");
+    EXPECT_EQ(missing.status, 1);
+    const kvtest::ToolRun nul = Convert("--fwd --utm 33N", std::string("15\0 0\n", 6));
+    EXPECT_EQ(nul.status, 1) << "a NUL byte ends no number silently";
+    EXPECT_TRUE(kvtest::Contains(nul.err, "'15\\x00 0'")) << nul.err; // shown, not cut
+    if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
+    const kvtest::ToolRun full = Convert("--fwd --utm 33N >/dev/full", "15 45\n");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_TRUE(kvtest::Contains(full.err, "cannot write the output")) << full.err;
 }
 
 // Many more lines than one batch: every line comes back, in order.

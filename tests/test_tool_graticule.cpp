@@ -140,7 +140,7 @@ const char* const kEveryType[] = {
     "--proj type=merc", "--proj 'type=albers lat1=29.5 lat2=45.5 lon0=-96 lat0=23'",
     "--proj type=miller", "--utm 33N", "--proj 'type=lcc lat1=33 lat2=45 lon0=-96'",
     "--proj 'type=stere lat0=-90 k=0.994'", "--proj 'type=stere lat0=52 lon0=5 k=0.9999'",
-    "--proj 'type=ortho lat0=40 lat1=40 lon0=-100'", "--proj 'type=moll lon0=150'",
+    "--proj 'type=ortho lat0=40 lon0=-100'", "--proj 'type=moll lon0=150'",
     "--proj 'type=poly lon0=-96 lat0=30'",
     "--proj 'type=12 usealpha=1 alpha=323.0257905 lat0=57 lon1=-133.6666667 lon0=-133.6666667 "
     "k=0.9999'",
@@ -173,7 +173,7 @@ const struct {
     const char* arguments;
     double lat, reference, ratio;
 } kPolarRadii[] = {
-    {"--proj 'type=ortho lat0=90 lat1=90'", 60, 0, 0.5},
+    {"--proj 'type=ortho lat0=90'", 60, 0, 0.5},
     {"--proj 'type=stere lat0=90 k=1 ellipsoid=0 a=6371000 f=0'", 60, 0, 0.2679491924311227},
     {"--proj 'type=stere lat0=90 k=1'", 60, 0, 0.2695097633126013},
     {"--proj 'type=stere lat0=-90 k=1'", -30, 0, 0.5792870908476908},

@@ -8,6 +8,7 @@
 #include "Numbers.h"
 #include "Text.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <vector>
@@ -72,18 +73,25 @@ public:
         m_text.append(text, size);
         m_rows.push_back({begin, m_text.size(), 0, false, ' '});
     }
-    // False when the line holds no two numbers (nothing is added then).
-    bool AddPoint(const char* text, size_t size) {
+    // Null when the line was added as a point, else why it cannot be one
+    // (nothing is added then).
+    const char* AddPoint(const char* text, size_t size) {
         Row row{0, 0, 0, true, ' '};
         KVProj::PROJPOINT p{0.0, 0.0};
-        if (!ParsePoint(text, size, &p, &row)) return false;
+        if (!ParsePoint(text, size, &p, &row)) return "cannot read two coordinates from";
+        // "12,5 45,3" is two numbers with decimal commas, not 12 and 5.
+        if (row.separator == ',' && row.rest < size && IsBlank(text[row.rest]))
+            return "a comma and then a blank (decimal commas?) in";
+        if (!std::isfinite(p.x) || !std::isfinite(p.y)) return "a coordinate is not finite in";
+        if (m_opt.lonLatInput && !(std::fabs(p.y) <= 90.0))
+            return "the latitude is outside -90..90 in";
         row.begin = m_text.size();
         row.rest += row.begin;
         m_text.append(text, size);
         row.end = m_text.size();
         m_rows.push_back(row);
         m_points.push_back(p);
-        return true;
+        return nullptr;
     }
 
     bool Convert(const Pipeline& stages) {
@@ -171,9 +179,9 @@ private:
     BlockOutput m_out;
 };
 
-void ReportBadLine(const LineInput& in, const char* text, size_t size) {
-    std::fprintf(stderr, "kvproj: convert: %s:%lld: cannot read two coordinates from '%s'\n",
-                 in.Name().c_str(), in.Number(), Shown(std::string(text, size)).c_str());
+void ReportBadLine(const LineInput& in, const char* why, const char* text, size_t size) {
+    std::fprintf(stderr, "kvproj: convert: %s:%lld: %s '%s'\n", in.Name().c_str(), in.Number(), why,
+                 Shown(std::string(text, size)).c_str());
 }
 
 } // namespace
@@ -198,16 +206,19 @@ int ConvertStream(const std::string& input, const Pipeline& stages, const Stream
             stream.Finish(in);
             return Failure("convert: " + in.Name() + ": read failed: " + in.Error());
         }
+        if (status == LineInput::TOO_LONG) size = 0; // nothing of the line is kept
         size_t first = 0;
         while (first < size && IsBlank(text[first]))
             ++first;
-        const bool bad = status == LineInput::TOO_LONG || (first < size && text[first] != '#' &&
-                                                           !stream.Current().AddPoint(text, size));
+        const char* why = nullptr;
+        if (status != LineInput::TOO_LONG && first < size && text[first] != '#')
+            why = stream.Current().AddPoint(text, size);
+        const bool bad = status == LineInput::TOO_LONG || why != nullptr;
         if (status == LineInput::TOO_LONG) {
             std::fprintf(stderr, "kvproj: convert: %s:%lld: line longer than %zu bytes\n",
                          in.Name().c_str(), in.Number(), LineInput::kMaxLine);
         } else if (bad) {
-            ReportBadLine(in, text, size);
+            ReportBadLine(in, why, text, size);
         }
         if (bad) {
             ++badLines;
@@ -215,7 +226,7 @@ int ConvertStream(const std::string& input, const Pipeline& stages, const Stream
                 stream.Finish(in);
                 return EXIT_USAGE;
             }
-        } else if (first == size || text[first] == '#') {
+        } else if (first == size || text[first] == '#') { // blank or comment: kept
             stream.Current().AddText(text, size);
         }
         if (stream.Current().Size() >= block && !stream.Flush(in)) return EXIT_FAILED;

@@ -26,6 +26,7 @@ struct StreamOptions {
     int precision = 3;
     std::string marker = "unplottable";
     bool strict = false;
+    bool lonLatInput = true; // no source projection: |latitude| <= 90 is checked
 };
 
 // Converts every line of `input` ("-" for standard input) to standard output.

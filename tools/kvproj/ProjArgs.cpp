@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <algorithm>
 #include <cstring>
 #include <vector>
 #include <cmath>
@@ -298,11 +299,51 @@ bool ApplyProjParams(const std::string& text, PROJDATA* data, std::string* error
     }
     for (const std::string& w : words) {
         const size_t eq = w.find('=');
+        if (!w.empty() && w[0] == '+') {
+            *error = "'" + w + "': strings of +key=value words are not read; write key=value " +
+                     "words such as type=utm lon0=15 (kvproj list params TYPE names them)";
+            return false;
+        }
         if (eq == std::string::npos || eq == 0) {
             *error = "expected key=value, got '" + w + "'";
             return false;
         }
         if (!ApplyProjParam(w.substr(0, eq), w.substr(eq + 1), data, error)) return false;
+    }
+    return true;
+}
+
+namespace {
+
+// The parameters the record's projection reads: its own list, the type, and
+// the axis and flattening wherever the ellipsoid is one of them.
+std::vector<int> UsedParams(const PROJDATA& data) {
+    std::vector<int> ids = {1};
+    for (int i = 0; i < KVProj::ProjNumParams(data.Type); ++i) {
+        const int id = KVProj::ProjEnumParam(data.Type, i);
+        ids.push_back(id);
+        if (id == 20) ids.insert(ids.end(), {21, 22});
+    }
+    return ids;
+}
+
+} // namespace
+
+bool UsesEveryKey(const std::string& text, const PROJDATA& data, std::string* error) {
+    bool balanced = true;
+    const std::vector<int> used = UsedParams(data);
+    for (const std::string& w : Words(text, &balanced)) {
+        const std::string key = w.substr(0, w.find('='));
+        const int id = Normalized(key) == "rf" ? 22 : ParamIdOf(key);
+        if (std::find(used.begin(), used.end(), id) != used.end()) continue;
+        std::vector<std::string> labels;
+        for (size_t i = 1; i < used.size(); ++i)
+            labels.push_back(ParamLabel(used[i]));
+        char name[KVPROJ_NAME_LEN] = "";
+        KVProj::ProjGetProjectionInfo(data.Type, name);
+        *error = "'" + key + "' is not a parameter of " + name + "; it takes " +
+                 (labels.empty() ? std::string("none") : Join(labels, ", "));
+        return false;
     }
     return true;
 }
@@ -411,7 +452,8 @@ bool BuildProjection(const ProjRequest& request, const ProjFigure* figure, PROJD
         data->MajorRadius = figure->majorRadius;
         data->Flattening = figure->flattening;
     }
-    return ApplyProjParams(request.params, data, error);
+    return ApplyProjParams(request.params, data, error) &&
+           UsesEveryKey(request.params, *data, error);
 }
 
 } // namespace kvtool

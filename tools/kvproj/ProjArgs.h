@@ -43,6 +43,12 @@ bool ApplyProjParam(const std::string& key, const std::string& value, KVProj::PR
 // quotes group blanks into a word).
 bool ApplyProjParams(const std::string& text, KVProj::PROJDATA* data, std::string* error);
 
+// False, naming the key and listing the parameters of the record's
+// projection, when a key=value word of `text` sets a parameter that
+// projection does not read (a zone for UTM, a second parallel for Mercator):
+// such a word would be ignored without a trace.
+bool UsesEveryKey(const std::string& text, const KVProj::PROJDATA& data, std::string* error);
+
 // A state plane record: "spcs27:" or "spcs83:" followed by a zone name or
 // USGS (FIPS) code, or "epsg:" and the zone's EPSG code.
 bool ZoneRecord(const std::string& text, KVProj::PROJDATA* data, std::string* error);

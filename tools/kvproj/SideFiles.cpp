@@ -15,7 +15,9 @@ namespace {
 
 using namespace KVProj;
 
-std::string Number(double v) { return FormatCString("%.15g", v); }
+std::string Number(double v) {
+    return FormatCString("%.15g", v);
+}
 
 // ---------------------------------------------------------------- reference file
 
@@ -44,10 +46,9 @@ bool ReadRef(const std::string& name, SideRecords* out, bool* found, std::string
 }
 
 bool WriteRef(const std::string& name, SideRecords& in, std::string* error) {
-    if (KVProjRefFileWriteEx(name.c_str(), in.hasProj ? &in.proj : nullptr,
-                             in.hasDatum ? in.datum : DATUM_NONE,
-                             in.hasDatum ? &in.params : nullptr,
-                             in.hasGeoref ? in.Attach() : nullptr))
+    if (KVProjRefFileWriteEx(
+            name.c_str(), in.hasProj ? &in.proj : nullptr, in.hasDatum ? in.datum : DATUM_NONE,
+            in.hasDatum ? &in.params : nullptr, in.hasGeoref ? in.Attach() : nullptr))
         return true;
     *error = "cannot write " + RefFileFor(name);
     return false;
@@ -169,7 +170,8 @@ std::string PrjFileFor(const std::string& name) {
 bool ReadPrj(const std::string& name, SideRecords* out, bool* found, std::string* error) {
     unsigned int flags = 0;
     if (!KVProjEsriPrjFileRead(name.c_str(), &out->proj, &out->datum, &out->params, &flags)) {
-        *error = "cannot read the projection file " + PrjFileFor(name) + " (no well-known text tree)";
+        *error =
+            "cannot read the projection file " + PrjFileFor(name) + " (no well-known text tree)";
         return false;
     }
     *found = (flags & GEOPARAM_FILE_FOUND) != 0;
@@ -216,16 +218,23 @@ std::string ParamValue(PROJDATA proj, int id) {
     std::memcpy(&d, value, sizeof d);
     char name[kStateZoneNameLen] = "";
     switch (type) {
-    case PDT_DOUBLE: return Number(d);
-    case PDT_BOOL: return value[0] ? "true" : "false";
-    case PDT_PROJTYPE: ProjGetProjectionInfo(static_cast<ProjType>(i), name); return name;
-    case PDT_STATEZONE: ProjGetStateZoneInfo(static_cast<StateZoneType>(i), name, nullptr); break;
+    case PDT_DOUBLE:
+        return Number(d);
+    case PDT_BOOL:
+        return value[0] ? "true" : "false";
+    case PDT_PROJTYPE:
+        ProjGetProjectionInfo(static_cast<ProjType>(i), name);
+        return name;
+    case PDT_STATEZONE:
+        ProjGetStateZoneInfo(static_cast<StateZoneType>(i), name, nullptr);
+        break;
     case PDT_ELLIPSOID:
         if (!EllipsoidInfo(static_cast<EllipsoidType>(i), name, nullptr, nullptr))
             return std::to_string(i) + " (radius " + Number(proj.MajorRadius) + ", flattening " +
                    Number(proj.Flattening) + ")";
         break;
-    default: return "?";
+    default:
+        return "?";
     }
     return name[0] ? std::string(name) : std::to_string(i);
 }
@@ -250,7 +259,8 @@ std::string DescribeDatum(DatumType datum, const DATUM2WGS84& d) {
                        DatumMethodText(d.Method) + ")\n";
     if (d.Method != DM_MOLODENSKY && d.Method != DM_BURSA) return text;
     char ellipsoid[KVPROJ_NAME_LEN] = "";
-    if (!EllipsoidInfo(d.Ellipsoid, ellipsoid, nullptr, nullptr)) std::strcpy(ellipsoid, "user-defined");
+    if (!EllipsoidInfo(d.Ellipsoid, ellipsoid, nullptr, nullptr))
+        std::strcpy(ellipsoid, "user-defined");
     text += "    ellipsoid: " + std::string(ellipsoid) + " (radius " + Number(d.MajorRadius) +
             ", flattening " + Number(d.Flattening) + ")\n";
     text += "    shift (m): " + Number(d.dx) + " " + Number(d.dy) + " " + Number(d.dz) + "\n";
@@ -308,20 +318,24 @@ GEOREF* SideRecords::Attach() {
     return &georef;
 }
 
-const std::vector<FileKind>& FileKinds() { return kKinds; }
+const std::vector<FileKind>& FileKinds() {
+    return kKinds;
+}
 
 bool WriteGeoTiffCopy(const std::string& source, const std::string& target, SideRecords& in,
                       std::string* error) {
     KVBitmapTagList tags;
-    if (!KVProjBuildGeoTIFFTags(tags, in.hasProj ? &in.proj : nullptr, in.hasDatum ? in.datum : DATUM_NONE,
-                                in.hasDatum ? &in.params : nullptr, in.hasGeoref ? in.Attach() : nullptr)) {
+    if (!KVProjBuildGeoTIFFTags(
+            tags, in.hasProj ? &in.proj : nullptr, in.hasDatum ? in.datum : DATUM_NONE,
+            in.hasDatum ? &in.params : nullptr, in.hasGeoref ? in.Attach() : nullptr)) {
         *error = "cannot build the GeoTIFF tags";
         return false;
     }
     // The library keeps a rotated georeference's matrix at 33920, which other
     // readers (GDAL among them) ignore; the same matrix under the published
     // number 34264 lets them see it. The library's reader ignores 34264.
-    if (const KVBitmapTag* matrix = tags.Find(KVTAG_MATRIX)) tags.Merge(KVTAG_MODEL_TRANSFORMATION, *matrix);
+    if (const KVBitmapTag* matrix = tags.Find(KVTAG_MATRIX))
+        tags.Merge(KVTAG_MODEL_TRANSFORMATION, *matrix);
     if (KVBitLib().WriteCopyWithTags(source.c_str(), target.c_str(), tags)) return true;
     *error = "cannot write " + target + " (is " + source + " a TIFF image?)";
     return false;

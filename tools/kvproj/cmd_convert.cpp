@@ -190,6 +190,7 @@ int Run(const Options& o) {
     stream.marker = o.marker;
     stream.strict = o.strict;
     stream.precision = dst.given ? 3 : 9;
+    stream.lonLatInput = !src.given;
     if (!o.precision.empty() && !ParseInteger(o.precision, 0, kMaxDecimals, &stream.precision))
         return Usage("--precision takes 0 to 17, not '" + o.precision + "'");
     Pipeline stages;
