@@ -190,7 +190,6 @@ int Run(const Options& o) {
     stream.marker = o.marker;
     stream.strict = o.strict;
     stream.precision = dst.given ? 3 : 9;
-    stream.lonLatInput = !src.given;
     if (!o.precision.empty() && !ParseInteger(o.precision, 0, kMaxDecimals, &stream.precision))
         return Usage("--precision takes 0 to 17, not '" + o.precision + "'");
     Pipeline stages;
@@ -221,6 +220,7 @@ int Run(const Options& o) {
         if (!BuildProjection(dst, &dstFigure, &data, &error)) return Usage(error);
         if (!(stages.forward = MakeHandle(&data, "destination"))) return EXIT_USAGE;
     }
+    stream.lonLatInput = stages.inverse == nullptr; // else projected input
     KVRegisterCallerInstance(PrintReport, nullptr);
     const int status = ConvertStream(o.input, stages, stream);
     KVUnregisterCallerInstance();
