@@ -360,17 +360,18 @@ int Run(const Options& o) {
 
 Runner SetUp(CLI::App& app) {
     auto o = std::make_shared<Options>();
-    app.add_option("controls", o->input,
-                   "file of control pairs, one \"pixel_x pixel_y map_x map_y\" a line "
-                   "(commas or blanks between, # comments); - or none for standard input");
-    app.add_option("--method,-m", o->method,
-                   "helmert, affine, bilinear (poly1), poly2, poly3, tps, cubic, markov, "
-                   "exponential, rational, idw, or the method number 0-11 (default affine)");
-    app.add_option("--apply", o->apply,
-                   "file of points \"x y\" to convert through the fit (- for standard input); "
-                   "prints only the converted points unless --json");
-    app.add_flag("--json", o->json, "the report as JSON");
-    app.add_option("--precision", o->precision, "decimals of residuals and converted points")
+    app.description("Reads control pairs, one \"pixel_x pixel_y map_x map_y\" a line (commas or\n"
+                    "blanks between, '#' comments), fits the method and prints its coefficients\n"
+                    "in source coordinates, each control's residual (map minus fit) and the\n"
+                    "mean error. The warps (methods 6-11) pass through every control; their\n"
+                    "table adds the leave-one-out residual: the control minus the warp of the\n"
+                    "others. Methods: helmert, affine, bilinear (poly1), poly2, poly3, tps,\n"
+                    "cubic, markov, exponential, rational, idw, or the number 0-11 but 5.");
+    app.add_option("controls", o->input, "control file (default: standard input)");
+    app.add_option("--method,-m", o->method, "the fit (default affine)");
+    app.add_option("--apply", o->apply, "FILE of \"x y\" points: print them converted");
+    app.add_flag("--json", o->json, "the report as JSON (with --apply: and the points)");
+    app.add_option("--precision", o->precision, "decimals of residuals and points: 0-17")
         ->check(CLI::Range(0, kMaxDecimals));
     return [o] { return Run(*o); };
 }
