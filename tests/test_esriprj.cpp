@@ -914,7 +914,7 @@ TEST(EsriPrjWrite, RoundTripEveryTypeAndZone) {
             EXPECT_EQ(f.read, azimuthWins ? p.Alpha : f.written) << "type " << t << " id " << f.id;
         }
         if (ProjUsesParam(static_cast<ProjType>(t), 5)) {
-            EXPECT_EQ(+r.proj.Lat0, p.Lat0) << t;
+            EXPECT_EQ(+r.proj.Lat0, +p.Lat0) << t;
         }
     }
     int zones = 0;
