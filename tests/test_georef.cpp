@@ -465,6 +465,33 @@ TEST(GeorefWarp, InterpolatesControlsAndReproducesAffine) {
     }
 }
 
+// Long arrays go through the warp a block at a time: every point must get what
+// it gets alone, across block edges, with markers and non-finite points mixed in.
+TEST(GeorefWarp, LongArraysGiveWhatEachPointGivesAlone) {
+    Controls noisy = OracleControls();
+    std::vector<GEOREFPOINT> pts = RandomPoints(kPixels, 700, 9);
+    pts[255] = {KVPROJ_UNPLOTTABLE, KVPROJ_UNPLOTTABLE};
+    pts[256] = {kNaN, 1};
+    pts[600] = {KVPROJ_UNPLOTTABLE, KVPROJ_UNPLOTTABLE};
+    for (int method : {TM_THIN_PLATE_SPLINE, TM_INVERSE_DISTANCE}) {
+        Handle h(noisy.Record(method));
+        ASSERT_NE(h.h, nullptr);
+        std::vector<GEOREFPOINT> all = pts;
+        ASSERT_TRUE(RefForward(h.h, all.data(), static_cast<int>(all.size())));
+        for (size_t i = 0; i < pts.size(); ++i) {
+            GEOREFPOINT one = pts[i];
+            ASSERT_TRUE(RefForward(h.h, &one, 1));
+            if (std::isnan(one.x)) {
+                EXPECT_TRUE(std::isnan(all[i].x)) << i;
+                continue;
+            }
+            EXPECT_EQ(all[i].x, one.x) << i;
+            EXPECT_EQ(all[i].y, one.y) << i;
+        }
+        EXPECT_EQ(all[600].x, KVPROJ_UNPLOTTABLE);
+    }
+}
+
 // A failed calibration fails the creation; its registration object is kept,
 // never released, as on every failed creation.
 TEST(GeorefWarp, FailedCalibrationAbandonsTheRegistration) {

@@ -8,6 +8,7 @@
 #include "frame/Firewall.h"
 #include "kvproj/registration.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
@@ -113,17 +114,38 @@ bool WarpCalibrate(GeoRefHandle* h, int warpType) {
 
 // A finite point whose image is not finite becomes unplottable; points that
 // are not finite and unplottable points stay as they are.
+// One point through the warp: unplottable points pass unchanged, a finite point
+// whose image is not finite becomes unplottable.
+void WarpOnePoint(const CImageRegistration& reg, GEOREFPOINT& p) {
+    if (IsUnplottable(p)) return;
+    double x = p.x, y = p.y;
+    if (reg.Transform(x, y))
+        p = {x, y};
+    else if (std::isfinite(x) && std::isfinite(y))
+        MarkUnplottable(p);
+}
+
 bool WarpTransform(GeoRefHandle* h, GEOREFPOINT* pts, int n) {
     CTRACE("WarpTransform(pCtx=%p, pPts=%p, nPts=%d)\n", static_cast<void*>(h),
            static_cast<void*>(pts), n);
     if (!h->registration || !pts || n < 1) return false;
-    for (int i = 0; i < n; ++i) {
-        double x = pts[i].x, y = pts[i].y;
-        if (IsUnplottable(pts[i])) continue;
-        if (h->registration->Transform(x, y))
-            pts[i] = {x, y};
-        else if (std::isfinite(x) && std::isfinite(y))
-            MarkUnplottable(pts[i]);
+    // The registration evaluates a block of points at a time (vector kernels); a
+    // block that reports a failure is redone point by point, so that each failed
+    // point is told apart from one that the warp maps onto itself.
+    constexpr int kBlock = 256;
+    RPoint block[kBlock];
+    for (int first = 0; first < n; first += kBlock) {
+        const int count = std::min(kBlock, n - first);
+        GEOREFPOINT* part = pts + first;
+        // Unplottable points stand in as the origin and are left as they are.
+        for (int i = 0; i < count; ++i)
+            block[i] = IsUnplottable(part[i]) ? RPoint{0.0, 0.0} : RPoint{part[i].x, part[i].y};
+        if (!h->registration->Transform(block, static_cast<size_t>(count))) {
+            for (int i = 0; i < count; ++i) WarpOnePoint(*h->registration, part[i]);
+            continue;
+        }
+        for (int i = 0; i < count; ++i)
+            if (!IsUnplottable(part[i])) part[i] = {block[i].x, block[i].y};
     }
     return true;
 }
