@@ -911,7 +911,7 @@ TEST(EsriPrjWrite, RoundTripEveryTypeAndZone) {
             if (!ProjUsesParam(static_cast<ProjType>(t), f.id)) continue;
             // "Azimuth" also sets Lat1 when read, and is written after Standard_Parallel_1.
             const bool azimuthWins = f.id == 7 && ProjUsesParam(static_cast<ProjType>(t), 17);
-            EXPECT_EQ(f.read, azimuthWins ? p.Alpha : f.written) << "type " << t << " id " << f.id;
+            EXPECT_EQ(f.read, azimuthWins ? +p.Alpha : +f.written) << "type " << t << " id " << f.id;
         }
         if (ProjUsesParam(static_cast<ProjType>(t), 5)) {
             EXPECT_EQ(+r.proj.Lat0, +p.Lat0) << t;

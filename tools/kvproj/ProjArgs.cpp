@@ -1,5 +1,6 @@
 // Projection records from command-line words.
 #include "ProjArgs.h"
+#include "Suggest.h"
 
 #include "Numbers.h"
 #include "Text.h"
@@ -18,19 +19,6 @@ namespace kvtool {
 namespace {
 
 using KVProj::PROJDATA;
-
-// Lower-case letters and digits only: "False_Easting", "false easting" and
-// "FalseEasting" all read the same.
-std::string Normalized(const std::string& s) {
-    std::string out;
-    for (char c : s) {
-        if (c >= 'A' && c <= 'Z')
-            out += static_cast<char>(c - 'A' + 'a');
-        else if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'))
-            out += c;
-    }
-    return out;
-}
 
 // PROJDATA field names in parameter-id order (id 1 is Type).
 const char* const kFieldNames[] = {
@@ -63,12 +51,12 @@ const Alias kTypeAliases[] = {
 };
 
 int ParamIdOf(const std::string& key) {
-    const std::string k = Normalized(key);
+    const std::string k = Folded(key);
     if (k.empty()) return 0;
     for (int id = 1; id <= kParamCount; ++id) {
         char label[KVPROJ_NAME_LEN] = "";
         KVProj::ProjParamInfo(id, label, nullptr, nullptr, nullptr);
-        if (k == Normalized(kFieldNames[id - 1]) || k == Normalized(label)) return id;
+        if (k == Folded(kFieldNames[id - 1]) || k == Folded(label)) return id;
     }
     for (const Alias& a : kAliases)
         if (k == a.key) return a.id;
@@ -90,7 +78,7 @@ bool ParseDouble(int id, const std::string& text, double* value) {
 }
 
 bool ParseBool(const std::string& text, bool* value) {
-    const std::string t = Normalized(text);
+    const std::string t = Folded(text);
     for (const char* yes : {"1", "true", "yes", "on"})
         if (t == yes) return *value = true;
     for (const char* no : {"0", "false", "no", "off"})
@@ -99,24 +87,24 @@ bool ParseBool(const std::string& text, bool* value) {
 }
 
 bool ParseType(const std::string& text, int32_t* value) {
-    const std::string t = Normalized(text);
+    const std::string t = Folded(text);
     for (const Alias& a : kTypeAliases)
         if (t == a.key) return (*value = a.id), true;
     for (int type = 0; type < KVProj::PT_COUNT; ++type) {
         char name[KVPROJ_NAME_LEN] = "";
         KVProj::ProjGetProjectionInfo(static_cast<KVProj::ProjType>(type), name);
-        if (t == Normalized(name)) return (*value = type), true;
+        if (t == Folded(name)) return (*value = type), true;
     }
     return false;
 }
 
 bool ParseEllipsoid(const std::string& text, int32_t* value) {
-    const std::string t = Normalized(text);
+    const std::string t = Folded(text);
     for (int e = 1; e < KVProj::ELLIPSOID_COUNT; ++e) {
         char name[KVPROJ_NAME_LEN] = "";
         double a = 0, f = 0;
         if (KVProj::EllipsoidInfo(static_cast<KVProj::EllipsoidType>(e), name, &a, &f) &&
-            t == Normalized(name))
+            t == Folded(name))
             return (*value = e), true;
     }
     return false;
@@ -255,7 +243,7 @@ PROJDATA EmptyProjRecord() {
 bool ApplyProjParam(const std::string& key, const std::string& value, PROJDATA* data,
                     std::string* error) {
     const std::string text = Trim(value);
-    if (Normalized(key) == "rf") { // inverse flattening, for convenience
+    if (Folded(key) == "rf") { // inverse flattening, for convenience
         double rf = 0;
         if (!ParseNumber(text, &rf) || rf < 0) {
             *error = "bad value '" + text + "' for rf";
@@ -334,7 +322,7 @@ bool UsesEveryKey(const std::string& text, const PROJDATA& data, std::string* er
     const std::vector<int> used = UsedParams(data);
     for (const std::string& w : Words(text, &balanced)) {
         const std::string key = w.substr(0, w.find('='));
-        const int id = Normalized(key) == "rf" ? 22 : ParamIdOf(key);
+        const int id = Folded(key) == "rf" ? 22 : ParamIdOf(key);
         if (std::find(used.begin(), used.end(), id) != used.end()) continue;
         std::vector<std::string> labels;
         for (size_t i = 1; i < used.size(); ++i)
@@ -350,7 +338,7 @@ bool UsesEveryKey(const std::string& text, const PROJDATA& data, std::string* er
 
 bool ZoneRecord(const std::string& text, PROJDATA* data, std::string* error) {
     const size_t colon = text.find(':');
-    const std::string system = Normalized(text.substr(0, colon == std::string::npos ? 0 : colon));
+    const std::string system = Folded(text.substr(0, colon == std::string::npos ? 0 : colon));
     std::string zone = colon == std::string::npos ? "" : Trim(text.substr(colon + 1));
     if (zone.size() >= 2 && zone.front() == '"' && zone.back() == '"')
         zone = zone.substr(1, zone.size() - 2);

@@ -5,9 +5,7 @@
 #include <utility>
 
 namespace kvtool {
-namespace {
 
-// Lower-case letters and digits only: "Alabama-East" and "alabama east" read the same.
 std::string Folded(const std::string& s) {
     std::string out;
     for (char c : s) {
@@ -18,6 +16,8 @@ std::string Folded(const std::string& s) {
     }
     return out;
 }
+
+namespace {
 
 // Levenshtein distance with one row of the table kept.
 size_t EditDistance(const std::string& a, const std::string& b) {
