@@ -44,10 +44,11 @@ bench:
 	@for b in build-bench/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
 
 # libFuzzer targets under ASan + UBSan (clang): `make fuzz-smoke` runs each for
-# FUZZ_SMOKE_SECONDS (CI), `make fuzz` for FUZZ_SECONDS (FUZZ_TARGETS='fuzz_ntv2*' picks some).
+# FUZZ_SMOKE_RUNS inputs from seed 1 (CI: reproducible anywhere), `make fuzz`
+# explores for FUZZ_SECONDS each (FUZZ_TARGETS='fuzz_ntv2*' picks some).
 FUZZ_BUILD         ?= build-fuzz
 FUZZ_SECONDS       ?= 600
-FUZZ_SMOKE_SECONDS ?= 20
+FUZZ_SMOKE_RUNS    ?= 40000
 FUZZ_TARGETS       ?= fuzz_*
 fuzz-build:
 	@sh tools/deps.sh clang libclang-rt-14-dev
@@ -58,7 +59,7 @@ fuzz: fuzz-build
 	sh tools/fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) '$(FUZZ_TARGETS)'
 
 fuzz-smoke: fuzz-build
-	sh tools/fuzz.sh $(FUZZ_BUILD) $(FUZZ_SMOKE_SECONDS) '$(FUZZ_TARGETS)'
+	sh tools/fuzz.sh $(FUZZ_BUILD) runs=$(FUZZ_SMOKE_RUNS) '$(FUZZ_TARGETS)'
 
 install: build
 	cmake --install $(BUILD)

@@ -36,12 +36,20 @@ const RPoints kDegDest = {{5.0, 48.0},        {6.0021, 47.9985}, {6.0012, 47.331
                           {4.9977, 47.3341},  {5.5004, 47.6662}, {5.25013, 47.86101},
                           {5.75022, 47.47205}};
 
+// Ill-conditioned: two controls one pixel apart and one 59,393 pixels away (a
+// fuzzing find: the fit was checked at positions rounded differently from the
+// ones a transform sees, and missed control 3 by 2 mm).
+const RPoints kSkewSource = {{410, 65}, {1, 0}, {59393, 0}, {0, 0}};
+const RPoints kSkewDest = {{496992, 496992}, {498476.5, 491872.25}, {491808, 491808},
+                           {491808, 491808}};
+
 struct ControlSet {
     const char* name;
     const RPoints* source;
     const RPoints* dest;
 };
 const ControlSet kSets[] = {{"utm", &kUtmSource, &kUtmDest}, {"deg", &kDegSource, &kDegDest}};
+const ControlSet kSkew = {"skew", &kSkewSource, &kSkewDest};
 
 // Largest distance between two of the points.
 double Diameter(const RPoints& pts) {
@@ -102,10 +110,13 @@ TEST(Registration, ThinPlateSplineAgreesWithGdal) {
 }
 
 TEST(Registration, EveryMethodReproducesItsControls) {
-    for (const ControlSet& set : kSets)
+    for (const ControlSet& set : {kSets[0], kSets[1], kSkew})
         for (WarpingMethod method : kAll) {
             CImageRegistration reg;
-            ASSERT_EQ(reg.Calibrate(*set.source, *set.dest, method), method) << reg.Reason();
+            const WarpingMethod got = reg.Calibrate(*set.source, *set.dest, method);
+            // The skewed set may be refused as singular, never fitted loosely.
+            if (set.source == &kSkewSource && got == WARP_NONE) continue;
+            ASSERT_EQ(got, method) << reg.Reason();
             EXPECT_STREQ(reg.Reason(), "");
             RPoints pts = *set.source;
             ASSERT_TRUE(reg.Transform(pts));

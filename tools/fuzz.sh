@@ -1,14 +1,22 @@
 #!/bin/sh
 # Runs every libFuzzer target of a fuzz build for a while under ASan + UBSan.
-# Usage: tools/fuzz.sh BUILD_DIR SECONDS [NAME_PATTERN]
-#   the targets are the executables BUILD_DIR/fuzz/fuzz_* (NAME_PATTERN, a shell
+# Usage: tools/fuzz.sh BUILD_DIR LIMIT [NAME_PATTERN]
+#   LIMIT is either seconds per target (exploring: random seed, and the corpus
+#   grows in BUILD_DIR/corpus/ from run to run) or runs=N (for CI: seed 1 and N
+#   inputs per target starting from the checked-in seeds only, so the length of
+#   the run does not depend on the machine's speed).
+#   The targets are the executables BUILD_DIR/fuzz/fuzz_* (NAME_PATTERN, a shell
 #   pattern such as 'fuzz_datum*', picks some); each starts from its seeds in
-#   fuzz/corpus/<target>/ and from what earlier runs kept in BUILD_DIR/corpus/,
-#   uses fuzz/<target>.dict when present, and writes a crashing input to
-#   BUILD_DIR/findings/. Exits non-zero when any target found something.
+#   fuzz/corpus/<target>/, uses fuzz/<target>.dict when present, and writes a
+#   crashing input to BUILD_DIR/findings/. Exits non-zero when any target found
+#   something.
 set -u
 build=${1:?build directory}
-seconds=${2:?seconds per target}
+limit=${2:?seconds or runs=N per target}
+case "$limit" in
+runs=*) limit_flags="-runs=${limit#runs=} -seed=1" ;;
+*) limit_flags="-max_total_time=$limit" ;;
+esac
 pattern=${3:-fuzz_*}
 root=$(cd "$(dirname "$0")/.." && pwd)
 mkdir -p "$build/corpus" "$build/findings" "$build/logs" "$build/tmp"
@@ -22,6 +30,7 @@ for target in "$build"/fuzz/$pattern; do
     name=$(basename "$target")
     found=$((found + 1))
     work="$build/corpus/$name"
+    case "$limit" in runs=*) rm -rf "$work" ;; esac
     mkdir -p "$work"
     set -- "$work"
     [ -d "$root/fuzz/corpus/$name" ] && set -- "$@" "$root/fuzz/corpus/$name"
@@ -29,7 +38,7 @@ for target in "$build"/fuzz/$pattern; do
     [ -f "$root/fuzz/$name.dict" ] && dict="-dict=$root/fuzz/$name.dict"
     log="$build/logs/$name.log"
     # shellcheck disable=SC2086
-    "$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+    "$target" $limit_flags -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
         -artifact_prefix="$build/findings/$name-" $dict "$@" >"$log" 2>&1
     status=$?
     runs=$(grep -o 'stat::number_of_executed_units: *[0-9]*' "$log" | grep -o '[0-9]*$')
@@ -49,4 +58,4 @@ if [ -n "$failed" ]; then
     echo "fuzz: findings in:$failed (inputs in $build/findings)" >&2
     exit 1
 fi
-echo "fuzz: $found targets, $seconds s each, no findings"
+echo "fuzz: $found targets, $limit each, no findings"

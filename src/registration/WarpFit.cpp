@@ -117,13 +117,16 @@ bool NormaliseSource(const RPoints& source, Normalised& nm, std::string& reason)
         return false;
     }
     const double diameter = std::sqrt(maxD2);
-    for (size_t i = 0; i < n; ++i)
-        nm.u[i] /= diameter, nm.v[i] /= diameter;
     nm.inv = 1.0 / (extent * diameter);
     if (!std::isfinite(nm.inv)) {
         reason = "the source controls lie too close together to be represented";
         return false;
     }
+    // The controls normalised by the very expression the evaluation uses, so
+    // that the fit is checked at the positions a transform of them will see:
+    // with ill-conditioned controls one rounding step more is millimetres off.
+    for (size_t i = 0; i < n; ++i)
+        nm.u[i] = (source[i].x - nm.cx) * nm.inv, nm.v[i] = (source[i].y - nm.cy) * nm.inv;
     return true;
 }
 
