@@ -139,6 +139,20 @@ KVPROJ_API bool DatHadUnplottables(void* handle);
 // Copies the handle's record into `out`.
 KVPROJ_API bool DatGetHandleInfo(void* handle, DATUMXFORM* out);
 
+// ---------------------------------------------------------------- grid files
+// Extension (not in the original interface): where the grid files of the
+// NADCON (232, 233) and NTv2 (253) datums are looked up. By default, and after
+// a null or empty `path`, only the folder of the running executable is
+// searched. Otherwise `path` lists folders separated by ':' (empty entries are
+// skipped); each file is taken from the first folder that holds it, letter
+// case ignored. A grid loaded from the previous folders is dropped, so the
+// next conversion loads it from the new ones. Safe to call from any thread.
+KVPROJ_API void DatSetGridSearchPath(const char* path);
+// Copies the folders searched now, each ending in '/', separated by ':', into
+// `out` (`size` bytes); false, with `out` empty, when they do not fit or no
+// folder is known.
+KVPROJ_API bool DatGetGridSearchPath(char* out, int size);
+
 // Owns one datum handle. Assignment copies the handle pointer only, so two
 // objects may share one handle; the copy constructor makes a new handle.
 class KVPROJ_API CDatumTransform {

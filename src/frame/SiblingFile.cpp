@@ -20,7 +20,12 @@ char LowerAscii(char c) {
 }
 
 std::mutex g_gridDirMutex;
-std::string g_gridDir; // empty: the executable's directory
+std::vector<std::string> g_gridDirs; // empty: the executable's directory
+
+std::string AsFolder(std::string dir) {
+    if (!dir.empty() && dir.back() != '/') dir += '/';
+    return dir;
+}
 
 bool IsRegularFile(const std::string& path) {
     struct stat st;
@@ -76,26 +81,57 @@ std::string BesideExecutable(const char* name) {
 }
 
 void GridSetSearchDirectory(const char* dir) {
-    std::lock_guard<std::mutex> lock(g_gridDirMutex);
     KV_GUARDED_VOID([&] {
-        g_gridDir.clear();
-        g_gridDir = dir ? dir : "";
-        if (!g_gridDir.empty() && g_gridDir.back() != '/') g_gridDir += '/';
+        std::vector<std::string> dirs;
+        if (dir && *dir) dirs.push_back(AsFolder(dir));
+        std::lock_guard<std::mutex> lock(g_gridDirMutex);
+        g_gridDirs.swap(dirs);
     });
+}
+
+void GridSetSearchPath(const char* path) {
+    KV_GUARDED_VOID([&] {
+        std::vector<std::string> dirs;
+        const std::string text = path ? path : "";
+        for (size_t start = 0; start <= text.size();) {
+            size_t end = text.find(':', start);
+            if (end == std::string::npos) end = text.size();
+            if (end > start) dirs.push_back(AsFolder(text.substr(start, end - start)));
+            start = end + 1;
+        }
+        std::lock_guard<std::mutex> lock(g_gridDirMutex);
+        g_gridDirs.swap(dirs);
+    });
+}
+
+std::vector<std::string> GridSearchFolders() {
+    std::vector<std::string> dirs;
+    {
+        std::lock_guard<std::mutex> lock(g_gridDirMutex);
+        dirs = g_gridDirs;
+    }
+    if (dirs.empty()) {
+        const std::string beside = BesideExecutable("");
+        if (!beside.empty()) dirs.push_back(beside);
+    }
+    return dirs;
 }
 
 bool GridPathBeside(const char* fileName, char* out, size_t size) {
     if (!out || size == 0) return false;
     out[0] = '\0';
     return KV_GUARDED(false, [&] {
-        std::string path;
-        {
-            std::lock_guard<std::mutex> lock(g_gridDirMutex);
-            path = g_gridDir;
-        }
+        const std::vector<std::string> dirs = GridSearchFolders();
+        if (dirs.empty()) return false;
         const char* name = fileName ? fileName : "";
-        path = path.empty() ? BesideExecutable(name) : path + name;
-        if (path.empty() || path.size() >= size) return false;
+        std::string path;
+        for (const std::string& dir : dirs)
+            if (!FindIgnoringCase(dir + name).empty()) {
+                path = dir + name;
+                break;
+            }
+        if (path.empty()) path = dirs.front() + name; // named in the messages
+        if (path.size() >= size) return false;
         std::memcpy(out, path.c_str(), path.size() + 1);
         return true;
     });

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace KVProj {
 
@@ -29,15 +30,25 @@ std::string WithExtension(const std::string& path, const char* extension);
 std::string BesideExecutable(const char* name);
 
 // ---------------------------------------------------------------- grid files
-// The datum grids (NTv2, NADCON) are looked up beside the executable, or in a
-// directory set instead (tests and the tool).
+// The datum grids (NTv2, NADCON) are looked up beside the executable, or in
+// the folders set instead (tests, the tool and hosts that ask for it).
 
-// Directory searched for grid files instead of the executable's own. Null or
-// "" goes back to the executable's directory.
+// One folder searched for grid files instead of the executable's own. Null or
+// "" goes back to the executable's folder.
 void GridSetSearchDirectory(const char* dir);
 
-// `out` receives the search directory followed by `fileName`. False when the
-// directory is unknown or the result does not fit in `size`.
+// Folders searched in order, separated by ':'; empty entries are skipped. Null
+// or a path without a folder goes back to the executable's folder.
+void GridSetSearchPath(const char* path);
+
+// The folders searched now, each ending in '/'; empty when the executable's
+// folder is the one searched and it is unknown.
+std::vector<std::string> GridSearchFolders();
+
+// `out` receives the first search folder holding `fileName` (as it stands or
+// differing only in letter case), followed by `fileName`; the first folder
+// when none holds it. False when no folder is known or the result does not fit
+// in `size`.
 bool GridPathBeside(const char* fileName, char* out, size_t size);
 
 // Opens the regular file `path` names, as it stands or differing only in the

@@ -4,6 +4,7 @@
 #include "ConvertStream.h"
 
 #include "Command.h"
+#include "GridStage.h"
 #include "LineInput.h"
 #include "Numbers.h"
 #include "Text.h"
@@ -75,7 +76,7 @@ public:
     }
     // Null when the line was added as a point, else why it cannot be one
     // (nothing is added then).
-    const char* AddPoint(const char* text, size_t size) {
+    const char* AddPoint(const char* text, size_t size, long long line) {
         Row row{0, 0, 0, true, ' '};
         KVProj::PROJPOINT p{0.0, 0.0};
         if (!ParsePoint(text, size, &p, &row)) return "cannot read two coordinates from";
@@ -91,6 +92,7 @@ public:
         row.end = m_text.size();
         m_rows.push_back(row);
         m_points.push_back(p);
+        m_lines.push_back(line);
         return nullptr;
     }
 
@@ -99,6 +101,8 @@ public:
         if (n == 0) return true;
         KVProj::PROJPOINT* pts = m_points.data();
         if (stages.inverse && !KVProj::ProjInverse(stages.inverse, pts, n)) return false;
+        m_outside.clear();
+        if (stages.grid && !stages.grid->Apply(pts, n, &m_outside)) return false;
         if (stages.datum) {
             static_assert(sizeof(KVProj::DATUMPOINT) == sizeof(KVProj::PROJPOINT),
                           "both point records are two doubles");
@@ -132,7 +136,16 @@ public:
         }
     }
 
+    // Reports the points the grid does not cover, as bad lines; how many.
+    long long ReportOutside(const std::string& name, const std::string& grid) const {
+        for (int k : m_outside)
+            std::fprintf(stderr, "kvproj: convert: %s:%lld: the point is outside the grid '%s'\n",
+                         name.c_str(), m_lines[static_cast<size_t>(k)], grid.c_str());
+        return static_cast<long long>(m_outside.size());
+    }
+
     void Clear() {
+        m_lines.clear();
         m_text.clear();
         m_rows.clear();
         m_points.clear();
@@ -144,6 +157,8 @@ private:
     std::vector<Row> m_rows;
     std::vector<KVProj::PROJPOINT> m_points;
     std::vector<KVProj::DATUMPOINT> m_datumPoints;
+    std::vector<long long> m_lines; // the input line of each point
+    std::vector<int> m_outside;     // points outside the grid
 };
 
 class Stream {
@@ -157,6 +172,7 @@ public:
                     std::to_string(in.Number()));
             return false;
         }
+        if (m_stages.grid) m_outside += m_block.ReportOutside(in.Name(), m_stages.grid->Path());
         m_block.Format(m_out.Text());
         m_block.Clear();
         if (!m_out.Write(in.Interactive())) {
@@ -172,11 +188,13 @@ public:
         return true;
     }
     Block& Current() { return m_block; }
+    long long Outside() const { return m_outside; }
 
 private:
     const Pipeline& m_stages;
     Block m_block;
     BlockOutput m_out;
+    long long m_outside = 0;
 };
 
 void ReportBadLine(const LineInput& in, const char* why, const char* text, size_t size) {
@@ -212,7 +230,7 @@ int ConvertStream(const std::string& input, const Pipeline& stages, const Stream
             ++first;
         const char* why = nullptr;
         if (status != LineInput::TOO_LONG && first < size && text[first] != '#')
-            why = stream.Current().AddPoint(text, size);
+            why = stream.Current().AddPoint(text, size, in.Number());
         const bool bad = status == LineInput::TOO_LONG || why != nullptr;
         if (status == LineInput::TOO_LONG) {
             std::fprintf(stderr, "kvproj: convert: %s:%lld: line longer than %zu bytes\n",
@@ -232,7 +250,7 @@ int ConvertStream(const std::string& input, const Pipeline& stages, const Stream
         if (stream.Current().Size() >= block && !stream.Flush(in)) return EXIT_FAILED;
     }
     if (!stream.Finish(in)) return EXIT_FAILED;
-    return badLines ? EXIT_FAILED : EXIT_OK;
+    return badLines || stream.Outside() ? EXIT_FAILED : EXIT_OK;
 }
 
 } // namespace kvtool

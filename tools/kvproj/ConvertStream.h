@@ -11,8 +11,11 @@ namespace kvtool {
 
 // The handles of one run; a null handle is a stage left out. Every stage
 // passes the unplottable marker of an earlier one through.
+class GridStage;
+
 struct Pipeline {
     void* inverse = nullptr; // source projection
+    const GridStage* grid = nullptr; // an NTv2 file's shift (not owned)
     void* datum = nullptr;
     void* forward = nullptr; // destination projection
 

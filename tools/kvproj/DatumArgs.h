@@ -6,6 +6,7 @@
 #include "kvproj/datum.h"
 
 #include <string>
+#include <vector>
 
 namespace kvtool {
 
@@ -17,10 +18,11 @@ struct DatumChoice {
 };
 
 // Resolves `arg`: a built-in id 1..253, an EPSG geodetic datum code (plain or
-// "EPSG:6267"), a built-in name or one of the short names "WGS84", "WGS72",
-// "NAD83", "NAD27", "ED50" (with or without a blank) in any letter case, or
-// else the name of a custom datum in `profile` (which may be empty). On
-// failure `error` says why.
+// "EPSG:6267"), an EPSG geographic system code (4267, "EPSG:4267": its datum),
+// a built-in name or one of the short names "WGS84", "WGS72", "NAD83",
+// "NAD27", "ED50" (with or without a blank) in any letter case, or else the
+// name of a custom datum in `profile` (which may be empty). On failure `error`
+// says why, with the closest names when the name is unknown.
 bool ResolveDatum(const std::string& arg, const std::string& profile, DatumChoice* out,
                   std::string* error);
 
@@ -34,6 +36,45 @@ KVProj::DATUMXFORM MakeDatumXform(const DatumChoice& src, const DatumChoice& des
 // not carry one.
 bool DatumEllipsoid(const DatumChoice& datum, int* ellipsoid, double* majorRadius,
                     double* flattening);
+
+// Why `datum` cannot be the destination of a conversion ("" when it can): the
+// grid and regression datums 229..233 go to WGS 84 only.
+std::string DestinationProblem(const DatumChoice& datum);
+
+// Why a conversion from `src` to `dst` cannot run, checked before any point
+// is read: a destination that converts to WGS 84 only, or a grid datum whose
+// files are missing or unreadable (CheckGridFiles). True when it can run.
+bool CheckDatumPair(const DatumChoice& src, const DatumChoice& dst, std::string* error);
+
+// ---------------------------------------------------------------- grid files
+
+// The folders the library searches for grid files: the `dirs` given on the
+// command line (--grid-dir), then those of the environment variable
+// KVPROJ_GRID_PATH (separated by ':'), then the executable's folder.
+void SetGridSearch(const std::vector<std::string>& dirs);
+
+// The grid file `name` names: as it stands (letter case of the file name
+// ignored), or, for a bare file name, in the first search folder holding it.
+// "" with `error` naming the folders searched when there is none.
+std::string FindGridFile(const std::string& name, std::string* error);
+
+// The folders searched now, for messages: "/a/, /b/".
+std::string GridFoldersText();
+
+// For a grid datum (NADCON 232/233, NTv2 253): whether its files are found and
+// (NTv2) load; otherwise `error` names the files and every folder searched.
+// True for any other datum.
+bool CheckGridFiles(const DatumChoice& datum, std::string* error);
+
+// ---------------------------------------------------------------- ellipsoids
+
+// The ellipsoid `text` names: its row number, its table name (letter case,
+// blanks and punctuation ignored) or a common short name such as "GRS80",
+// "clrk66", "intl", "bessel" or "krass". False when nothing matches.
+bool EllipsoidByName(const std::string& text, int* ellipsoid);
+
+// " (did you mean ...?)" for an ellipsoid name that matched nothing.
+std::string EllipsoidSuggestion(const std::string& text);
 
 // Display name of a method: "Molodensky", "Bursa-Wolf", ...
 const char* DatumMethodText(int method);

@@ -1,5 +1,7 @@
 // Projection records from command-line words.
 #include "ProjArgs.h"
+
+#include "DatumArgs.h"
 #include "Suggest.h"
 
 #include "Numbers.h"
@@ -99,15 +101,10 @@ bool ParseType(const std::string& text, int32_t* value) {
 }
 
 bool ParseEllipsoid(const std::string& text, int32_t* value) {
-    const std::string t = Folded(text);
-    for (int e = 1; e < KVProj::ELLIPSOID_COUNT; ++e) {
-        char name[KVPROJ_NAME_LEN] = "";
-        double a = 0, f = 0;
-        if (KVProj::EllipsoidInfo(static_cast<KVProj::EllipsoidType>(e), name, &a, &f) &&
-            t == Folded(name))
-            return (*value = e), true;
-    }
-    return false;
+    int e = 0;
+    if (!EllipsoidByName(text, &e)) return false;
+    *value = e;
+    return true;
 }
 
 bool ParseZone(const std::string& text, int32_t* value) {
@@ -274,6 +271,7 @@ bool ApplyProjParam(const std::string& key, const std::string& value, PROJDATA* 
         char label[KVPROJ_NAME_LEN] = "";
         KVProj::ProjParamInfo(id, label, nullptr, nullptr, nullptr);
         *error = "bad value '" + text + "' for " + label;
+        if (id == 20) *error += EllipsoidSuggestion(text);
     }
     return ok;
 }

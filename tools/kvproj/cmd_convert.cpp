@@ -10,6 +10,7 @@
 #include "Command.h"
 #include "ConvertStream.h"
 #include "DatumArgs.h"
+#include "GridStage.h"
 #include "Numbers.h"
 #include "ProjArgs.h"
 #include "SideFiles.h"
@@ -30,6 +31,9 @@ struct Options {
     ProjOptions plain, src, dst;
     bool fwd = false, inv = false;
     std::string srcDatum, dstDatum, profile;
+    std::string grid;                  // an NTv2 file shifting between the projections
+    bool gridInverse = false;          // from the grid's new datum to its old one
+    std::vector<std::string> gridDirs; // folders searched for the datums' grid files
     std::string srcFile, dstFile; // side files that give a side's projection and datum
     bool strict = false;
     std::string precision;
@@ -81,7 +85,7 @@ bool MakeDatumStage(const Options& o, Pipeline* stages, ProjFigure* srcFigure,
                     ProjFigure* dstFigure, std::string* error) {
     DatumChoice src, dst;
     if (!ResolveDatum(o.srcDatum, o.profile, &src, error) ||
-        !ResolveDatum(o.dstDatum, o.profile, &dst, error))
+        !ResolveDatum(o.dstDatum, o.profile, &dst, error) || !CheckDatumPair(src, dst, error))
         return false;
     for (auto side : {std::make_pair(&src, srcFigure), std::make_pair(&dst, dstFigure)}) {
         ProjFigure& f = *side.second;
@@ -131,6 +135,7 @@ bool ReadSide(const std::string& file, const char* side, void** handle, DatumCho
 
 bool MakeDatumFromChoices(const DatumChoice& src, const DatumChoice& dst, Pipeline* stages,
                           std::string* error) {
+    if (!CheckDatumPair(src, dst, error)) return false;
     const KVProj::DATUMXFORM xform = MakeDatumXform(src, dst);
     char message[256] = "";
     if (KVProj::DatCheckParams(&xform, message, false) != 0)
@@ -177,9 +182,27 @@ int StagesWithFiles(const Options& o, const ProjRequest& src, const ProjRequest&
     return EXIT_OK;
 }
 
+// --grid: the grid stage, and the figures of its two datums for projections
+// whose words name no ellipsoid.
+int SetUpGrid(const Options& o, GridStage* grid, Pipeline* stages, ProjFigure* srcFigure,
+              ProjFigure* dstFigure) {
+    if (stages->datum)
+        return Usage("--grid is the datum shift: give it without --src-datum/--dst-datum and "
+                     "without side files that carry datums");
+    std::string error;
+    const std::string path = FindGridFile(o.grid, &error);
+    if (path.empty() || !grid->Load(path, o.gridInverse, &error))
+        return Failure("convert: " + error);
+    grid->Figures(o.gridInverse ? dstFigure : srcFigure, o.gridInverse ? srcFigure : dstFigure);
+    stages->grid = grid;
+    return EXIT_OK;
+}
+
 int Run(const Options& o) {
     ProjRequest plain, src, dst;
     std::string error;
+    SetGridSearch(o.gridDirs);
+    if (o.gridInverse && o.grid.empty()) return Usage("--grid-inv goes with --grid FILE");
     if (!RequestFrom(o.plain, &plain, &error) || !RequestFrom(o.src, &src, &error) ||
         !RequestFrom(o.dst, &dst, &error))
         return Usage(error);
@@ -201,7 +224,7 @@ int Run(const Options& o) {
         if (!o.precision.empty()) ParseInteger(o.precision, 0, kMaxDecimals, &stream.precision);
     }
     const bool datums = !files && (!o.srcDatum.empty() || !o.dstDatum.empty());
-    if (!files && !src.given && !dst.given && !datums)
+    if (!files && !src.given && !dst.given && !datums && o.grid.empty())
         return Usage("give a projection (--proj, --zone or --utm with --fwd or --inv, or "
                      "--src-... / --dst-...) or datums (--src-datum and --dst-datum)");
     if (datums && (o.srcDatum.empty() || o.dstDatum.empty()))
@@ -211,6 +234,11 @@ int Run(const Options& o) {
 
     ProjFigure srcFigure, dstFigure;
     if (datums && !MakeDatumStage(o, &stages, &srcFigure, &dstFigure, &error)) return Usage(error);
+    GridStage grid; // outlives the stream
+    if (!o.grid.empty()) {
+        const int status = SetUpGrid(o, &grid, &stages, &srcFigure, &dstFigure);
+        if (status != EXIT_OK) return status;
+    }
     KVProj::PROJDATA data;
     if (!files && src.given) {
         if (!BuildProjection(src, &srcFigure, &data, &error)) return Usage(error);
@@ -233,13 +261,17 @@ Runner SetUp(CLI::App& app) {
                     "further columns, blank lines and '#' lines pass through) and runs it\n"
                     "through the stages given, in this order:\n"
                     "  1. source projection, inverted: --src-proj, --src-zone or --src-utm\n"
-                    "  2. datum shift: --src-datum D --dst-datum D [--profile FILE]\n"
+                    "  2. datum shift: --src-datum D --dst-datum D [--profile FILE], or an\n"
+                    "     NTv2 grid: --grid FILE [--grid-inv] (its datums' ellipsoids serve\n"
+                    "     projections that name none)\n"
                     "  3. destination projection: --dst-proj, --dst-zone or --dst-utm\n"
                     "Longitude and latitude in degrees flow between the stages. A projection\n"
                     "on a side with a datum takes that datum's ellipsoid unless its words name\n"
                     "one; state plane zones keep their own. A zone is spcs27:NAME|FIPS,\n"
                     "spcs83:NAME|FIPS or epsg:CODE; a datum D is an id, name, EPSG code\n"
-                    "(6267, EPSG:6267), short name (WGS84, NAD27) or a custom datum.\n"
+                    "(6267, EPSG:6267, EPSG:4267), short name (WGS84, NAD27) or a custom\n"
+                    "datum. Grid files of datums 232, 233 and 253 are looked up in the\n"
+                    "--grid-dir folders, then KVPROJ_GRID_PATH (DIR:DIR), then beside kvproj.\n"
                     "--src-file/--dst-file take a side from a .prj, .kvr or GeoTIFF file.");
     app.add_option("file", o->input, "input file (default: standard input)");
     AddProjectionOptions(app, {"src-", "inv-"}, "source", &o->src);
@@ -250,6 +282,10 @@ Runner SetUp(CLI::App& app) {
     app.add_option("--src-datum", o->srcDatum, "the datum of the input points");
     app.add_option("--dst-datum", o->dstDatum, "the datum of the output points");
     app.add_option("--profile", o->profile, "FILE holding custom datums");
+    app.add_option("--grid", o->grid, "shift with the NTv2 grid FILE (instead of datums)");
+    app.add_flag("--grid-inv", o->gridInverse, "shift from the grid's new datum to its old");
+    app.add_option("--grid-dir", o->gridDirs, "search DIR for the datums' grid files")
+        ->allow_extra_args(false);
     app.add_option("--src-file,--src-prj", o->srcFile,
                    "source projection and datum from FILE");
     app.add_option("--dst-file,--dst-prj", o->dstFile,
@@ -268,7 +304,7 @@ const KVCommand
              "      --dst-datum WGS84 --dst-utm 16N alabama-east.txt\n",
              "  0  every line converted\n"
              "  1  a line could not be read (reported, the others converted), a read or\n"
-             "     write failed, or the conversion failed (a missing grid file)\n"
+             "     write failed, or the conversion failed\n"
              "  2  bad usage, or a bad line with --strict\n"},
             SetUp);
 

@@ -7,6 +7,7 @@
 // Files ending in ".las" or ".los" (any case) are NADCON grids, read as the
 // ".LAS"/".LOS" pair beside each other; anything else is taken as NTv2.
 #include "Command.h"
+#include "GridStage.h"
 #include "LineInput.h"
 #include "Numbers.h"
 #include "Text.h"
@@ -44,31 +45,14 @@ bool IsNadcon(const std::string& path) {
 
 // Loads an NTv2 file as the process's grid; false after a message.
 bool LoadNtv2(const std::string& path, int* status) {
-    switch (KVProj::NTV2Startup(path.c_str())) {
-    case KVProj::NTV2_OK:
-        return true;
-    case KVProj::NTV2_OPEN_FAILED:
-        *status = Failed("cannot open '" + path + "'");
-        return false;
-    case KVProj::NTV2_SHORT_READ:
-        *status = Failed("'" + path + "' ends before the data its headers declare");
-        return false;
-    case KVProj::NTV2_NO_MEMORY:
-        *status = Failed("not enough memory for '" + path + "'");
-        return false;
-    default:
-        *status =
-            Failed("'" + path + "' is not an NTv2 grid with shifts in seconds, or is corrupt");
-        return false;
-    }
+    std::string error;
+    if (LoadNtv2Grid(path, &error)) return true;
+    *status = Failed(error);
+    return false;
 }
 
 std::vector<KVProj::Ntv2SubGridInfo> SubGrids() {
-    std::vector<KVProj::Ntv2SubGridInfo> grids(
-        static_cast<size_t>(KVProj::NTV2GetSubGrids(nullptr, 0)));
-    grids.resize(
-        static_cast<size_t>(KVProj::NTV2GetSubGrids(grids.data(), static_cast<int>(grids.size()))));
-    return grids;
+    return LoadedSubGrids();
 }
 
 int InfoNtv2(const std::string& path) {
