@@ -1,7 +1,9 @@
 // "kvproj datum": datum arguments by id, name, EPSG code and custom profile entry,
 // the printed parameters, the listing, and usage errors.
+#include "DatumArgs.h"
 #include "TestSupport.h"
 #include "kvproj/datum.h"
+#include "kvproj/ellipsoid.h"
 
 #include <gtest/gtest.h>
 
@@ -79,7 +81,7 @@ TEST(ToolDatum, UsageErrors) {
         {"datum", "name one datum"},
         {"datum 0", "user-defined"},
         {"datum 254", "no built-in datum has id 254"},
-        {"datum 4326", "no built-in datum has EPSG code '4326'"},
+        {"datum 6999", "no built-in datum has EPSG code '6999'"},
         {"datum EPSG:x", "EPSG code"},
         {"datum 'No Such Datum'", "unknown datum 'No Such Datum'"},
         {"datum 2 --profile", "--profile needs a value"},
@@ -94,4 +96,138 @@ TEST(ToolDatum, UsageErrors) {
     }
 }
 
+// Geographic system codes stand for their datum (EPSG dataset 10.076 as
+// shipped in PROJ 9.1.1: the datum of each geographic system); the datum ids
+// are those of the built-in table with that EPSG datum code.
+TEST(ToolDatum, GeographicSystemCodesNameTheirDatum) {
+    struct {
+        const char* arg;
+        const char* line; // "" for a refusal
+        const char* message;
+    } cases[] = {
+        {"EPSG:4267", "id:             2", ""},
+        {"4267", "id:             2", ""},
+        {"epsg:4269", "id:             1", ""},
+        {"EPSG:4326", "id:             3", ""},
+        {"EPSG:4230", "id:             5", ""},
+        {"EPSG:6326", "id:             3", ""}, // the datum code itself
+        {"EPSG:4258", "", "'EPSG:4258' (ETRS89) is on the datum European Terrestrial Reference "
+                          "System 1989 (EPSG:6258), which no built-in datum carries"},
+        {"EPSG:4807", "", "with longitudes from a meridian other than Greenwich"},
+        {"EPSG:4999", "", "is neither a geographic system nor a geodetic datum"},
+        {"EPSG:43x", "", "'EPSG:43x' is not an EPSG code"},
+    };
+    for (const auto& c : cases) {
+        const kvtest::ToolRun r = kvtest::RunTool(std::string("datum ") + c.arg);
+        if (*c.line) {
+            EXPECT_EQ(r.status, 0) << c.arg << r.err;
+            EXPECT_TRUE(HasLine(r, c.line)) << c.arg << "\n" << r.out;
+        } else {
+            EXPECT_EQ(r.status, 2) << c.arg;
+            EXPECT_TRUE(kvtest::Contains(r.err, c.message)) << c.arg << ": " << r.err;
+        }
+    }
+}
+
+TEST(ToolDatum, UnknownNamesGetTheClosestOnes) {
+    struct {
+        const char* args;
+        const char* message;
+    } cases[] = {
+        {"datum Tokio", "unknown datum 'Tokio' (did you mean Tokyo?)"},
+        {"datum WGS83", "(did you mean WGS84?)"},
+        {"convert --src-datum NAD28 --dst-datum WGS84", "(did you mean NAD27"},
+        {"convert --proj 'type=utm zone=33 ellipsoid=clrk68' --fwd", "did you mean clrk66"},
+        {"convert --proj 'type=utm zone=33 ellipsoid=Besel' --fwd", "did you mean bessel"},
+    };
+    for (const auto& c : cases) {
+        const kvtest::ToolRun r = kvtest::RunTool(c.args);
+        EXPECT_EQ(r.status, 2) << c.args;
+        EXPECT_TRUE(kvtest::Contains(r.err, c.message)) << c.args << ": " << r.err;
+    }
+}
+
+// Every short ellipsoid name against the figures `proj -le` (PROJ 9.1.1)
+// lists for it: semi-major axis and inverse flattening, or the semi-minor
+// axis where PROJ gives that instead (b > 0, rf = 0).
+TEST(ToolDatum, ShortEllipsoidNamesHaveTheFiguresProjListsForThem) {
+    struct {
+        const char* name;
+        double a, rf, b;
+        double tolerance; // on the semi-minor axis, metres
+    } cases[] = {
+        {"MERIT", 6378137.0, 298.257, 0, 1e-6},
+        {"SGS85", 6378136.0, 298.257, 0, 1e-6},
+        {"GRS80", 6378137.0, 298.257222101, 0, 1e-6},
+        {"IAU76", 6378140.0, 298.257, 0, 1e-6},
+        {"airy", 6377563.396, 299.3249646, 0, 1e-6},
+        {"APL4.9", 6378137.0, 298.25, 0, 1e-6},
+        {"NWL9D", 6378145.0, 298.25, 0, 1e-6},
+        // PROJ gives b to the millimetre where the table keeps 1/f.
+        {"mod_airy", 6377340.189, 0, 6356034.446, 0.002},
+        {"andrae", 6377104.43, 300.0, 0, 1e-6},
+        {"aust_SA", 6378160.0, 298.25, 0, 1e-6},
+        {"GRS67", 6378160.0, 298.2471674270, 0, 1e-6},
+        {"bessel", 6377397.155, 299.1528128, 0, 1e-6},
+        {"bess_nam", 6377483.865, 299.1528128, 0, 1e-6},
+        {"clrk66", 6378206.4, 0, 6356583.8, 1e-3},
+        {"clrk80", 6378249.145, 293.4663, 0, 1e-6},
+        {"clrk80ign", 6378249.2, 293.4660212936269, 0, 1e-6},
+        {"CPM", 6375738.7, 334.29, 0, 1e-6},
+        {"delmbr", 6376428.0, 311.5, 0, 1e-6},
+        {"engelis", 6378136.05, 298.2566, 0, 1e-6},
+        {"evrst30", 6377276.345, 300.8017, 0, 1e-6},
+        {"evrst48", 6377304.063, 300.8017, 0, 1e-6},
+        {"evrstSS", 6377298.556, 300.8017, 0, 1e-6},
+        {"fschr60", 6378166.0, 298.3, 0, 1e-6},
+        {"fschr60m", 6378155.0, 298.3, 0, 1e-6},
+        {"fschr68", 6378150.0, 298.3, 0, 1e-6},
+        {"helmert", 6378200.0, 298.3, 0, 1e-6},
+        {"hough", 6378270.0, 297.0, 0, 1e-6},
+        {"intl", 6378388.0, 297.0, 0, 1e-6},
+        {"krass", 6378245.0, 298.3, 0, 1e-6},
+        {"kaula", 6378163.0, 298.24, 0, 1e-6},
+        {"lerch", 6378139.0, 298.257, 0, 1e-6},
+        {"mprts", 6397300.0, 191.0, 0, 1e-6},
+        {"new_intl", 6378157.5, 0, 6356772.2, 0.03},
+        {"plessis", 6376523.0, 0, 6355863.0, 0.07},
+        {"SEasia", 6378155.0, 0, 6356773.3205, 1e-3},
+        {"walbeck", 6376896.0, 0, 6355834.8467, 1e-3},
+        {"WGS60", 6378165.0, 298.3, 0, 1e-6},
+        {"WGS66", 6378145.0, 298.25, 0, 1e-6},
+        {"WGS72", 6378135.0, 298.26, 0, 1e-6},
+        {"WGS84", 6378137.0, 298.257223563, 0, 1e-6},
+        {"sphere", 6370997.0, 0, 6370997.0, 1e-6},
+    };
+    for (const auto& c : cases) {
+        for (const std::string& spelling : {std::string(c.name), std::string("  ") + c.name}) {
+            int e = -1;
+            ASSERT_TRUE(kvtool::EllipsoidByName(spelling, &e)) << spelling;
+            double a = 0, f = 0;
+            char name[KVPROJ_NAME_LEN];
+            ASSERT_TRUE(KVProj::EllipsoidInfo(static_cast<KVProj::EllipsoidType>(e), name, &a, &f));
+            const double b = c.b > 0 ? c.b : c.a * (1 - 1 / c.rf);
+            EXPECT_EQ(a, c.a) << c.name << " -> " << name;
+            EXPECT_NEAR(a * (1 - f), b, c.tolerance) << c.name << " -> " << name;
+        }
+    }
+    // Full table names, any case and punctuation, and row numbers still work;
+    // PROJ's Everest 1956/1969 axes differ from the table's rows, so their
+    // short names are not taken.
+    const struct {
+        const char* text;
+        int row; // -1: refused
+    } names[] = {{"Clarke 1866", 15}, {"clarke-1866", 15}, {"GRS 1980 / IUGG 1980", 3},
+                 {"47", 47},          {"56", -1},          {"evrst56", -1},
+                 {"evrst69", -1},     {"", -1},            {"nonsense", -1}};
+    for (const auto& n : names) {
+        int e = -1;
+        EXPECT_EQ(kvtool::EllipsoidByName(n.text, &e), n.row >= 0) << n.text;
+        if (n.row >= 0) {
+            EXPECT_EQ(e, n.row) << n.text;
+        }
+    }
+}
+
 } // namespace
+

@@ -326,7 +326,7 @@ constexpr EllipsoidAlias kEllipsoidAliases[] = {
     {"hough", 31},    {"intl", 34},      {"krass", 35},     {"kaula", 36},    {"lerch", 37},
     {"mprts", 38},    {"new_intl", 39},  {"plessis", 40},   {"SEasia", 41},   {"walbeck", 43},
     {"WGS60", 44},    {"WGS66", 45},     {"WGS72", 46},     {"WGS84", 47},    {"sphere", 48},
-    {"clrk80ign", 53},
+    {"clrk80ign", 52},
 };
 
 std::string ellipsoidName(int row) {
