@@ -271,6 +271,13 @@ std::string FindGridFile(const std::string& name, std::string* error) {
     return found;
 }
 
+std::vector<std::pair<std::string, std::string>> GridFilesOf(const DatumChoice& datum) {
+    std::vector<std::pair<std::string, std::string>> files;
+    for (const std::string& f : gridFiles(datum))
+        files.emplace_back(f, foundPath(f));
+    return files;
+}
+
 std::string GridFoldersText() {
     std::string text;
     for (const std::string& d : GridSearchFolders())

@@ -6,6 +6,7 @@
 #include "kvproj/datum.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kvtool {
@@ -57,6 +58,10 @@ void SetGridSearch(const std::vector<std::string>& dirs);
 // ignored), or, for a bare file name, in the first search folder holding it.
 // "" with `error` naming the folders searched when there is none.
 std::string FindGridFile(const std::string& name, std::string* error);
+
+// For a grid datum, each file it needs with the path where it was found ("" when
+// it was not); empty for any other datum.
+std::vector<std::pair<std::string, std::string>> GridFilesOf(const DatumChoice& datum);
 
 // The folders searched now, for messages: "/a/, /b/".
 std::string GridFoldersText();

@@ -28,6 +28,16 @@ std::string EpsgText(DatumType id) {
     return DatGetDatumPOSCNumber(id, &code) ? std::to_string(code) : "-";
 }
 
+const char* DirectionText(const DatumChoice& d) {
+    const int method = d.step.Method;
+    if (d.custom)
+        return method == DM_MOLODENSKY || method == DM_BURSA || method == DM_NOXFORM
+                   ? "to and from WGS 84"
+                   : "to WGS 84 only";
+    if (method == DM_NTV2) return "to WGS 84, and back by the inverse grid shift";
+    return DatReversible(d.type) ? "to and from WGS 84" : "to WGS 84 only";
+}
+
 void PrintDatum(const DatumChoice& d, const std::string& profile) {
     const DATUM2WGS84& s = d.step;
     const int method = s.Method;
@@ -38,10 +48,12 @@ void PrintDatum(const DatumChoice& d, const std::string& profile) {
     std::printf("name:           %s\n", d.name.c_str());
     std::printf("epsg:           %s\n", d.custom ? "-" : EpsgText(d.type).c_str());
     std::printf("method:         %s\n", DatumMethodText(method));
-    const bool reversible =
-        d.custom ? (method == DM_MOLODENSKY || method == DM_BURSA || method == DM_NOXFORM)
-                 : DatReversible(d.type);
-    std::printf("direction:      %s\n", reversible ? "to and from WGS 84" : "to WGS 84 only");
+    std::printf("direction:      %s\n", DirectionText(d));
+    for (const auto& file : GridFilesOf(d))
+        std::printf("grid file:      %s\n",
+                    file.second.empty()
+                        ? (file.first + " not found in " + GridFoldersText()).c_str()
+                        : file.second.c_str());
     if (method != DM_MOLODENSKY && method != DM_BURSA) return;
     std::printf("ellipsoid:      %d %s\n", int(s.Ellipsoid), EllipsoidText(s.Ellipsoid).c_str());
     std::printf("semi-major:     %.4f m\n", double(s.MajorRadius));
@@ -60,6 +72,7 @@ void PrintDatum(const DatumChoice& d, const std::string& profile) {
 
 struct Options {
     std::vector<std::string> words;
+    std::vector<std::string> gridDirs;
     std::string profile;
     bool list = false;
 };
@@ -71,6 +84,7 @@ int Run(const Options& o) {
     }
     if (o.words.size() != 1)
         return UsageError("datum: name one datum (id, name, EPSG code or custom name)");
+    SetGridSearch(o.gridDirs);
     DatumChoice choice;
     std::string error;
     if (!ResolveDatum(o.words[0], o.profile, &choice, &error)) return UsageError("datum: " + error);
@@ -80,9 +94,12 @@ int Run(const Options& o) {
 
 Runner SetUp(CLI::App& app) {
     auto o = std::make_shared<Options>();
-    app.add_option("datum", o->words, "id, name, EPSG code (6267, EPSG:6267) or custom name");
+    app.add_option("datum", o->words,
+                   "id, name, EPSG code (6267, EPSG:6267, EPSG:4267) or custom name");
     app.add_option("--profile", o->profile, "a profile FILE holding custom datums");
     app.add_flag("--list", o->list, "list every datum (as kvproj list datums)");
+    app.add_option("--grid-dir", o->gridDirs, "search DIR for a grid datum's files")
+        ->allow_extra_args(false);
     return [o] { return Run(*o); };
 }
 
