@@ -142,7 +142,8 @@ TEST(ToolGrid, PointsOutsideTheGridAreBadLines) {
 }
 
 // Grid datums find their files in the folders named on the command line, then
-// in KVPROJ_GRID_PATH; a missing file names every folder searched. Expected
+// in KVPROJ_GRID_PATH; a missing file names every folder searched (status
+// 1, as a grid that fails to load); a wrong direction is bad usage (2). Expected
 // shifts: the NADCON files' constant 36" (0.01 degrees) added to x, and the
 // nested NTv2 grid's shift as cs2cs (PROJ 9.1.1) computes it (see above).
 TEST(ToolGrid, GridDatumsLookInTheFoldersNamed) {
@@ -164,16 +165,16 @@ TEST(ToolGrid, GridDatumsLookInTheFoldersNamed) {
          0, "-98.990000000 31.000000000\n", ""},
         {"--src-datum 232 --dst-datum WGS84", empty.Path() + ":" + nadcon.Path(), "-99 31\n", 0,
          "-98.990000000 31.000000000\n", ""},
-        {"--src-datum 232 --dst-datum 4326 --grid-dir " + e, "", "-99 31\n", 2, "",
+        {"--src-datum 232 --dst-datum 4326 --grid-dir " + e, "", "-99 31\n", 1, "",
          "'NAD 1927 - CONUS (NADCON)' needs the grid files conus.LAS and conus.LOS, not found "
          "in: " + empty.Path() + ", "},
         {"--src-datum 253 --dst-datum WGS84 --grid-dir " + b, "", "-75.2 42.7\n", 0,
          "-75.199376389 42.700726389\n", ""},
         {"--src-datum WGS84 --dst-datum 253 --grid-dir " + b, "", "-75.199376388909 42.700726388888\n",
          0, "-75.200000000 42.700000000\n", ""},
-        {"--src-datum 253 --dst-datum WGS84 --grid-dir " + c + " --grid-dir " + b, "", "", 2, "",
+        {"--src-datum 253 --dst-datum WGS84 --grid-dir " + c + " --grid-dir " + b, "", "", 1, "",
          "ntv2_0.gsb' ends before the data its headers declare"},
-        {"--src-datum 253 --dst-datum WGS84", nadcon.Path(), "", 2, "",
+        {"--src-datum 253 --dst-datum WGS84", nadcon.Path(), "", 1, "",
          "needs the grid file NTV2_0.GSB, not found in: " + nadcon.Path() + ", "},
         // Wrong directions are refused before anything is read.
         {"--src-datum WGS84 --dst-datum 232 --grid-dir " + a, "", "-99 31\n", 2, "",

@@ -81,12 +81,23 @@ void* MakeHandle(KVProj::PROJDATA* data, const char* side) {
 }
 
 // The datum handle, and the figures the two projections should sit on.
+// Whether a conversion from `src` to `dst` can run, before any point is read:
+// a destination that converts to WGS 84 only is bad usage, a grid file that is
+// missing or unreadable a failed run (both after the message).
+int PairStatus(const DatumChoice& src, const DatumChoice& dst) {
+    std::string error;
+    if (!CheckDatumPair(src, dst, &error))
+        return DestinationProblem(dst).empty() ? Failure("convert: " + error) : Usage(error);
+    return EXIT_OK;
+}
+
 bool MakeDatumStage(const Options& o, Pipeline* stages, ProjFigure* srcFigure,
-                    ProjFigure* dstFigure, std::string* error) {
+                    ProjFigure* dstFigure, std::string* error, int* pairStatus) {
     DatumChoice src, dst;
     if (!ResolveDatum(o.srcDatum, o.profile, &src, error) ||
-        !ResolveDatum(o.dstDatum, o.profile, &dst, error) || !CheckDatumPair(src, dst, error))
+        !ResolveDatum(o.dstDatum, o.profile, &dst, error))
         return false;
+    if ((*pairStatus = PairStatus(src, dst)) != EXIT_OK) return false;
     for (auto side : {std::make_pair(&src, srcFigure), std::make_pair(&dst, dstFigure)}) {
         ProjFigure& f = *side.second;
         int ellipsoid = 0;
@@ -135,7 +146,6 @@ bool ReadSide(const std::string& file, const char* side, void** handle, DatumCho
 
 bool MakeDatumFromChoices(const DatumChoice& src, const DatumChoice& dst, Pipeline* stages,
                           std::string* error) {
-    if (!CheckDatumPair(src, dst, error)) return false;
     const KVProj::DATUMXFORM xform = MakeDatumXform(src, dst);
     char message[256] = "";
     if (KVProj::DatCheckParams(&xform, message, false) != 0)
@@ -174,6 +184,7 @@ int StagesWithFiles(const Options& o, const ProjRequest& src, const ProjRequest&
         }
     }
     if (known[0] && known[1]) {
+        if (const int status = PairStatus(datums[0], datums[1])) return status;
         if (!MakeDatumFromChoices(datums[0], datums[1], stages, &error)) return Usage(error);
     } else if (known[0] || known[1]) {
         std::fprintf(stderr, "kvproj: convert: note: the %s datum is not known; no datum shift\n",
@@ -233,7 +244,9 @@ int Run(const Options& o) {
         return Usage("--profile names custom datums for --src-datum and --dst-datum");
 
     ProjFigure srcFigure, dstFigure;
-    if (datums && !MakeDatumStage(o, &stages, &srcFigure, &dstFigure, &error)) return Usage(error);
+    int pairStatus = EXIT_OK;
+    if (datums && !MakeDatumStage(o, &stages, &srcFigure, &dstFigure, &error, &pairStatus))
+        return pairStatus != EXIT_OK ? pairStatus : Usage(error);
     GridStage grid; // outlives the stream
     if (!o.grid.empty()) {
         const int status = SetUpGrid(o, &grid, &stages, &srcFigure, &dstFigure);

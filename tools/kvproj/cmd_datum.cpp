@@ -95,7 +95,7 @@ int Run(const Options& o) {
 Runner SetUp(CLI::App& app) {
     auto o = std::make_shared<Options>();
     app.add_option("datum", o->words,
-                   "id, name, EPSG code (6267, EPSG:6267, EPSG:4267) or custom name");
+                   "id, name, EPSG code (6267, 4267) or custom name");
     app.add_option("--profile", o->profile, "a profile FILE holding custom datums");
     app.add_flag("--list", o->list, "list every datum (as kvproj list datums)");
     app.add_option("--grid-dir", o->gridDirs, "search DIR for a grid datum's files")
