@@ -29,14 +29,7 @@ struct Setup {
 };
 
 PROJDATA Record(ProjType type, double lon0) {
-    PROJDATA d;
-    std::memset(&d, 0, sizeof(d));
-    d.Type = type;
-    d.Scale = 1.0;
-    d.Ellipsoid = ELLIPSOID_WGS84;
-    d.Zone = STATEZONE_NONE;
-    d.Lon0 = lon0;
-    return d;
+    return Wgs84Record(type, 0.0, lon0);
 }
 
 std::vector<Setup> Setups() {

@@ -58,16 +58,7 @@ const std::vector<RPoint>& Queries() {
 }
 
 std::vector<GDAL_GCP> GcpsOf(const Controls& c) {
-    std::vector<GDAL_GCP> gcps(c.source.size());
-    for (size_t i = 0; i < gcps.size(); ++i)
-        gcps[i] = GDAL_GCP{const_cast<char*>(""),
-                           const_cast<char*>(""),
-                           c.source[i].x,
-                           c.source[i].y,
-                           c.dest[i].x,
-                           c.dest[i].y,
-                           0.0};
-    return gcps;
+    return MakeGcps<GDAL_GCP>(c.source, c.dest);
 }
 
 void OurCalibration(benchmark::State& state, WarpingMethod method, int n) {
@@ -102,19 +93,7 @@ void OurTransform(benchmark::State& state, WarpingMethod method, int n) {
 void GdalTransform(benchmark::State& state, int n) {
     const std::vector<GDAL_GCP> gcps = GcpsOf(ControlsOf(n));
     void* tps = GDALCreateTPSTransformer(n, gcps.data(), FALSE);
-    const std::vector<RPoint>& q = Queries();
-    std::vector<double> x(q.size()), y(q.size()), z(q.size());
-    std::vector<int> ok(q.size());
-    for (auto _ : state) {
-        state.PauseTiming();
-        for (size_t i = 0; i < q.size(); ++i)
-            x[i] = q[i].x, y[i] = q[i].y, z[i] = 0;
-        state.ResumeTiming();
-        GDALTPSTransform(tps, FALSE, static_cast<int>(q.size()), x.data(), y.data(), z.data(),
-                         ok.data());
-        benchmark::DoNotOptimize(x.data());
-    }
-    SetRate(state, q.size());
+    TimeGdal(state, GDALTPSTransform, tps, Queries());
     GDALDestroyTPSTransformer(tps);
 }
 

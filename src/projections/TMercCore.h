@@ -14,6 +14,7 @@
 #include "projections/Series.h"
 #include "frame/Angles.h"
 #include "projections/ProjModule.h"
+#include "projections/VectorPath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -170,10 +171,18 @@ template <Flavor F> inline bool EllipsoidInverse(const Constants& tm, PROJPOINT&
 
 // ---------------------------------------------------------------- loops
 
+// The ellipsoidal loops a vector of points at a time (TMercLanes.cpp): the
+// same results to an ulp or two; a point the functions above treat specially
+// goes through them.
+void EllipsoidForwardLanes(const Constants& tm, Flavor f, PROJPOINT* points, int count);
+void EllipsoidInverseLanes(const Constants& tm, Flavor f, PROJPOINT* points, int count);
+
 template <Flavor F> inline void Forward(const PROJDATA* data, PROJPOINT* points, int count) {
     const Constants tm(data, Figure(data));
     if (tm.sphere)
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return SphereForward(tm, p); });
+    else if (VectorPathOn())
+        EllipsoidForwardLanes(tm, F, points, count);
     else
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return EllipsoidForward<F>(tm, p); });
 }
@@ -182,6 +191,8 @@ template <Flavor F> inline void Inverse(const PROJDATA* data, PROJPOINT* points,
     const Constants tm(data, Figure(data));
     if (tm.sphere)
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return SphereInverse(tm, p); });
+    else if (VectorPathOn() && !(F == Flavor::General && tm.k0 == 0.0))
+        EllipsoidInverseLanes(tm, F, points, count);
     else
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return EllipsoidInverse<F>(tm, p); });
 }

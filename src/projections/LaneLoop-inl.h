@@ -1,0 +1,84 @@
+// The vectorised per-point loop of the projection modules, included once per
+// instruction set from a module's lane source (after hwy/highway.h, inside
+// foreach_target's passes).
+//
+// A vector of points is loaded with x and y in separate registers; the
+// module's kernel converts every lane and returns the mask of lanes that need
+// the per-point function instead: a marker, a non-finite member, or any guard
+// of the scalar formulas (a pole, a negative radicand, an argument outside the
+// range of the vector functions). A vector with such a lane is left untouched
+// and converted point by point by the same function the scalar path runs, so
+// markers, failures and the per-point report come out exactly as there. The
+// last partial vector is filled up with copies of its first point.
+#if defined(KVPROJ_PROJECTIONS_LANELOOP_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef KVPROJ_PROJECTIONS_LANELOOP_INL_H_
+#undef KVPROJ_PROJECTIONS_LANELOOP_INL_H_
+#else
+#define KVPROJ_PROJECTIONS_LANELOOP_INL_H_
+#endif
+
+#include <hwy/highway.h>
+
+#include "projections/ProjModule.h"
+
+#include <cstddef>
+#include <cstring>
+
+HWY_BEFORE_NAMESPACE();
+namespace KVProj {
+namespace HWY_NAMESPACE {
+namespace lanes {
+namespace hn = hwy::HWY_NAMESPACE;
+
+using D = hn::ScalableTag<double>;
+using V = hn::Vec<D>;
+using M = hn::Mask<D>;
+
+// Lanes holding the marker or a non-finite value in either member.
+HWY_INLINE M MarkerOrNonFinite(D d, V x, V y) {
+    const V marker = hn::Set(d, kUnplottable);
+    const M odd = hn::Or(hn::Eq(x, marker), hn::Eq(y, marker));
+    return hn::Or(odd, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
+}
+
+// One vector of `n` points at `points` (n == Lanes(d)); `xy` is where the
+// lanes are loaded from and stored to (the points themselves or a pad).
+template <class Kernel, class PointFn>
+HWY_INLINE void Block(D d, double* xy, PROJPOINT* points, size_t valid,
+                      const Kernel& kernel, const PointFn& fn) {
+    V x, y;
+    hn::LoadInterleaved2(d, xy, x, y);
+    const M special = hn::Or(MarkerOrNonFinite(d, x, y), kernel(d, x, y));
+    if (HWY_LIKELY(hn::AllFalse(d, special))) {
+        hn::StoreInterleaved2(x, y, d, xy);
+        if (xy != reinterpret_cast<double*>(points))
+            std::memcpy(points, xy, valid * sizeof(PROJPOINT));
+        return;
+    }
+    ForEachPoint(points, static_cast<int>(valid), fn);
+}
+
+// kernel(d, x, y) converts the lanes in place and returns the lanes to redo
+// with fn(PROJPOINT&) (the per-point function of ForEachPoint).
+template <class Kernel, class PointFn>
+void ForEachVector(PROJPOINT* points, int count, const Kernel& kernel, const PointFn& fn) {
+    const D d;
+    const size_t n = hn::Lanes(d), total = static_cast<size_t>(count);
+    size_t i = 0;
+    for (; i + n <= total; i += n)
+        Block(d, reinterpret_cast<double*>(points + i), points + i, n, kernel, fn);
+    const size_t rest = total - i;
+    if (rest == 0) return;
+    constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(double);
+    HWY_ALIGN PROJPOINT pad[kMaxLanes];
+    for (size_t j = 0; j < n; ++j)
+        pad[j] = points[i + (j < rest ? j : 0)];
+    Block(d, reinterpret_cast<double*>(pad), points + i, rest, kernel, fn);
+}
+
+} // namespace lanes
+} // namespace HWY_NAMESPACE
+} // namespace KVProj
+HWY_AFTER_NAMESPACE();
+
+#endif
