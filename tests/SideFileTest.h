@@ -5,6 +5,7 @@
 #define KVPROJ_TESTS_SIDEFILETEST_H
 
 #include "TestSupport.h"
+#include "kvproj/kvproj.h"
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -123,6 +124,23 @@ inline std::vector<HostileInput> HostileInputs(const std::string& validStart) {
         {"FIFO", [](const std::string& p) { ::mkfifo(p.c_str(), 0600); }},
     };
 }
+
+// What one side-file read filled in; the controls it allocated are freed at
+// the end of the scope. The starting datum and flags are chosen by each test
+// so that a reader that leaves them untouched shows.
+struct SideRead {
+    explicit SideRead(KVProj::DatumType startDatum, unsigned startFlags = 0)
+        : flags(startFlags), datum(startDatum) {}
+    SideRead(const SideRead&) = delete;
+    SideRead& operator=(const SideRead&) = delete;
+    ~SideRead() { KVProj::RefFreeControls(&georef); }
+    bool ok = false;
+    unsigned flags = 0;
+    KVProj::PROJDATA proj{};
+    KVProj::DatumType datum = KVProj::DATUM_NONE;
+    KVProj::DATUM2WGS84 params{};
+    KVProj::GEOREF georef{};
+};
 
 } // namespace kvtest
 

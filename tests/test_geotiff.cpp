@@ -1,5 +1,6 @@
 // GeoTIFF reading and tag building: fixtures made by GDAL, keys and tags fed
 // from memory, tags written into TIFF files and read back, hostile files.
+#include "SideFileTest.h"
 #include "TestSupport.h"
 #include "formats/GeoKeys.h"
 #include "kvlibw/bitmaptag.h"
@@ -28,17 +29,8 @@ namespace {
 const std::string kDir = KVPROJ_TEST_DATA_DIR "/geotiff/";
 constexpr double kNoPoint = std::numeric_limits<double>::quiet_NaN();
 
-struct Read {
-    bool ok = false;
-    unsigned flags = 0;
-    PROJDATA proj{};
-    DatumType datum = DATUM_NONE;
-    DATUM2WGS84 params{};
-    GEOREF georef{};
-    Read() = default;
-    Read(const Read&) = delete;
-    Read& operator=(const Read&) = delete;
-    ~Read() { RefFreeControls(&georef); }
+struct Read : kvtest::SideRead {
+    Read() : SideRead(DATUM_NONE) {}
 };
 
 void ReadFile(const std::string& path, Read& r) {

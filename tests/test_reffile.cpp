@@ -18,17 +18,9 @@ namespace {
 
 const std::string kHeader = "Velmora Cartographic Reference Information : Version 1.10\n";
 
-struct Read {
-    bool ok = false;
-    unsigned int flags = 0xDEAD;
-    PROJDATA proj{};
-    DatumType datum = DATUM_USER_DEFINED;
-    DATUM2WGS84 params{};
-    GEOREF georef{};
-    Read() = default;
-    Read(const Read&) = delete;
-    Read& operator=(const Read&) = delete;
-    ~Read() { RefFreeControls(&georef); }
+// 0xDEAD: every read must set the flag word.
+struct Read : kvtest::SideRead {
+    Read() : SideRead(DATUM_USER_DEFINED, 0xDEAD) {}
 };
 
 void ReadAll(const std::string& name, Read& r) {

@@ -27,13 +27,13 @@ constexpr TypeRow kTypes[] = {
     {KVTAG_DOUBLE, TIFF_DOUBLE, 8},
 };
 
-const TypeRow* typeByCode(int code) {
+const TypeRow* TypeByCode(int code) {
     for (const TypeRow& row : kTypes)
         if (row.code == code) return &row;
     return nullptr;
 }
 
-const TypeRow* typeByTiff(TIFFDataType type) {
+const TypeRow* TypeByTiff(TIFFDataType type) {
     for (const TypeRow& row : kTypes)
         if (row.tiffType == type) return &row;
     return nullptr;
@@ -62,14 +62,14 @@ const TIFFFieldInfo kGeoFields[] = {
 
 TIFFExtendProc g_parentExtender = nullptr;
 
-void geoTagExtender(TIFF* tif) {
+void GeoTagExtender(TIFF* tif) {
     TIFFMergeFieldInfo(tif, kGeoFields, sizeof kGeoFields / sizeof kGeoFields[0]);
     if (g_parentExtender) g_parentExtender(tif);
 }
 
-void registerGeoTags() {
+void RegisterGeoTags() {
     static std::once_flag once;
-    std::call_once(once, [] { g_parentExtender = TIFFSetTagExtender(geoTagExtender); });
+    std::call_once(once, [] { g_parentExtender = TIFFSetTagExtender(GeoTagExtender); });
 }
 
 // ---------------------------------------------------------------- messages
@@ -89,13 +89,13 @@ void deliver(bool isError, const char* module, const char* fmt, va_list ap) {
     if (KVTiffMessageSink sink = g_sink.load()) sink(isError, text);
 }
 
-int onError(TIFF*, void* user, const char* module, const char* fmt, va_list ap) {
+int OnError(TIFF*, void* user, const char* module, const char* fmt, va_list ap) {
     if (user) ++static_cast<FileContext*>(user)->errors;
     deliver(true, module, fmt, ap);
     return 1; // handled: libtiff's process-wide handlers (standard error) never see it
 }
 
-int onWarning(TIFF*, void*, const char* module, const char* fmt, va_list ap) {
+int OnWarning(TIFF*, void*, const char* module, const char* fmt, va_list ap) {
     deliver(false, module, fmt, ap);
     return 1;
 }
@@ -104,12 +104,12 @@ int onWarning(TIFF*, void*, const char* module, const char* fmt, va_list ap) {
 class TiffFile {
 public:
     TiffFile(const char* name, const char* mode) {
-        registerGeoTags();
+        RegisterGeoTags();
         TIFFOpenOptions* opts = TIFFOpenOptionsAlloc();
         if (!opts) return;
         TIFFOpenOptionsSetMaxSingleMemAlloc(opts, static_cast<tmsize_t>(kKVMaxTagBytes) * 4);
-        TIFFOpenOptionsSetErrorHandlerExtR(opts, onError, &m_context);
-        TIFFOpenOptionsSetWarningHandlerExtR(opts, onWarning, &m_context);
+        TIFFOpenOptionsSetErrorHandlerExtR(opts, OnError, &m_context);
+        TIFFOpenOptionsSetWarningHandlerExtR(opts, OnWarning, &m_context);
         m_tif = TIFFOpenExt(name, mode, opts);
         TIFFOpenOptionsFree(opts);
     }
@@ -129,17 +129,17 @@ private:
     TIFF* m_tif = nullptr;
 };
 
-bool isRegularFile(const char* name) {
+bool IsRegularFile(const char* name) {
     std::error_code ec;
     return std::filesystem::is_regular_file(name, ec);
 }
 
 // ---------------------------------------------------------------- reading
 
-int readTag(TIFF* tif, unsigned number, KVBitmapTag& tag) {
+int ReadTag(TIFF* tif, unsigned number, KVBitmapTag& tag) {
     const TIFFField* field = TIFFFindField(tif, number, TIFF_ANY);
     if (!field) return 0;
-    const TypeRow* type = typeByTiff(TIFFFieldDataType(field));
+    const TypeRow* type = TypeByTiff(TIFFFieldDataType(field));
     if (!type) return 0;
     if (!TIFFFieldPassCount(field)) {
         // Only text is fetched without a count: a pointer to the characters.
@@ -169,7 +169,7 @@ int readTag(TIFF* tif, unsigned number, KVBitmapTag& tag) {
 // ---------------------------------------------------------------- writing
 
 // Makes `number` known to the file with the tag's type when libtiff does not know it.
-bool ensureField(TIFF* tif, unsigned number, const TypeRow& type) {
+bool EnsureField(TIFF* tif, unsigned number, const TypeRow& type) {
     static char anonymousName[] = "KVTag";
     if (!TIFFFindField(tif, number, TIFF_ANY)) {
         const bool text = type.code == KVTAG_TEXT;
@@ -189,9 +189,9 @@ bool ensureField(TIFF* tif, unsigned number, const TypeRow& type) {
     return type.code == KVTAG_TEXT ? !TIFFFieldPassCount(field) : TIFFFieldPassCount(field) != 0;
 }
 
-bool setTag(TIFF* tif, unsigned number, const KVBitmapTag& tag) {
-    const TypeRow* type = typeByCode(tag.GetType());
-    if (!type || !ensureField(tif, number, *type)) return false;
+bool SetTag(TIFF* tif, unsigned number, const KVBitmapTag& tag) {
+    const TypeRow* type = TypeByCode(tag.GetType());
+    if (!type || !EnsureField(tif, number, *type)) return false;
     if (type->code == KVTAG_TEXT) {
         std::string text(static_cast<const char*>(tag.GetDataPtr()), tag.GetItemCount());
         text.resize(strnlen(text.c_str(), text.size()));
@@ -204,42 +204,42 @@ bool setTag(TIFF* tif, unsigned number, const KVBitmapTag& tag) {
     return TIFFSetField(tif, number, static_cast<int>(tag.GetItemCount()), tag.GetDataPtr()) == 1;
 }
 
-bool setTags(TIFF* tif, const KVBitmapTagList& tags) {
+bool SetTags(TIFF* tif, const KVBitmapTagList& tags) {
     for (const auto& entry : tags.Tags())
-        if (!setTag(tif, entry.first, entry.second)) return false;
+        if (!SetTag(tif, entry.first, entry.second)) return false;
     return true;
 }
 
-template <typename T> void copyScalar(TIFF* in, TIFF* out, uint32_t number) {
+template <typename T> void CopyScalar(TIFF* in, TIFF* out, uint32_t number) {
     T value{};
     if (TIFFGetField(in, number, &value)) TIFFSetField(out, number, value);
 }
 
-void copyText(TIFF* in, TIFF* out, uint32_t number) {
+void CopyText(TIFF* in, TIFF* out, uint32_t number) {
     char* text = nullptr;
     if (TIFFGetField(in, number, &text) && text) TIFFSetField(out, number, text);
 }
 
 // The tags that describe the pixels of one image, in the order libtiff needs them
 // (the compression before its codec's own tags).
-void copyImageTags(TIFF* in, TIFF* out) {
+void CopyImageTags(TIFF* in, TIFF* out) {
     for (uint32_t number : {TIFFTAG_SUBFILETYPE, TIFFTAG_IMAGEWIDTH, TIFFTAG_IMAGELENGTH})
-        copyScalar<uint32_t>(in, out, number);
+        CopyScalar<uint32_t>(in, out, number);
     for (uint32_t number : {TIFFTAG_BITSPERSAMPLE, TIFFTAG_SAMPLESPERPIXEL, TIFFTAG_COMPRESSION,
                             TIFFTAG_PHOTOMETRIC, TIFFTAG_PLANARCONFIG, TIFFTAG_FILLORDER,
                             TIFFTAG_ORIENTATION, TIFFTAG_SAMPLEFORMAT, TIFFTAG_RESOLUTIONUNIT,
                             TIFFTAG_PREDICTOR})
-        copyScalar<uint16_t>(in, out, number);
-    copyScalar<float>(in, out, TIFFTAG_XRESOLUTION);
-    copyScalar<float>(in, out, TIFFTAG_YRESOLUTION);
+        CopyScalar<uint16_t>(in, out, number);
+    CopyScalar<float>(in, out, TIFFTAG_XRESOLUTION);
+    CopyScalar<float>(in, out, TIFFTAG_YRESOLUTION);
     if (TIFFIsTiled(in)) {
-        copyScalar<uint32_t>(in, out, TIFFTAG_TILEWIDTH);
-        copyScalar<uint32_t>(in, out, TIFFTAG_TILELENGTH);
+        CopyScalar<uint32_t>(in, out, TIFFTAG_TILEWIDTH);
+        CopyScalar<uint32_t>(in, out, TIFFTAG_TILELENGTH);
     } else {
-        copyScalar<uint32_t>(in, out, TIFFTAG_ROWSPERSTRIP);
+        CopyScalar<uint32_t>(in, out, TIFFTAG_ROWSPERSTRIP);
     }
     for (uint32_t number : {TIFFTAG_IMAGEDESCRIPTION, TIFFTAG_SOFTWARE, TIFFTAG_DATETIME})
-        copyText(in, out, number);
+        CopyText(in, out, number);
     uint16_t count = 0;
     uint16_t* extra = nullptr;
     if (TIFFGetField(in, TIFFTAG_EXTRASAMPLES, &count, &extra) && extra)
@@ -257,7 +257,7 @@ void copyImageTags(TIFF* in, TIFF* out) {
 }
 
 // Copies the compressed strips or tiles as they are; none may exceed the file's size.
-bool copyRawData(TIFF* in, TIFF* out, uint64_t fileSize) {
+bool CopyRawData(TIFF* in, TIFF* out, uint64_t fileSize) {
     const bool tiled = TIFFIsTiled(in);
     const uint32_t chunks = tiled ? TIFFNumberOfTiles(in) : TIFFNumberOfStrips(in);
     uint64_t* sizes = nullptr;
@@ -280,7 +280,7 @@ bool copyRawData(TIFF* in, TIFF* out, uint64_t fileSize) {
 
 // Writes through a temporary sibling and renames it over `target`; `write`
 // fills the open file and returns false on failure.
-template <typename Fn> bool writeReplacing(const char* target, bool bigTiff, Fn&& write) {
+template <typename Fn> bool WriteReplacing(const char* target, bool bigTiff, Fn&& write) {
     const std::string temporary = std::string(target) + ".kvtmp";
     bool ok = false;
     {
@@ -329,7 +329,7 @@ bool KVBitmapTag::Assign(int type, unsigned long count, const void* data) {
 }
 
 size_t KVBitmapTag::ItemSize(int type) {
-    const TypeRow* row = typeByCode(type);
+    const TypeRow* row = TypeByCode(type);
     return row ? row->itemSize : 0;
 }
 
@@ -354,7 +354,7 @@ const std::map<unsigned, KVBitmapTag>& KVBitmapTagList::Tags() const { return m_
 
 // ---------------------------------------------------------------- KVBitLib
 
-KVBitLib::KVBitLib() { registerGeoTags(); }
+KVBitLib::KVBitLib() { RegisterGeoTags(); }
 KVBitLib::~KVBitLib() = default;
 
 void KVBitLib::SetMessageSink(KVTiffMessageSink sink) { g_sink.store(sink); }
@@ -362,26 +362,26 @@ void KVBitLib::SetMessageSink(KVTiffMessageSink sink) { g_sink.store(sink); }
 int KVBitLib::GetTagData(const char* fileName, unsigned number, KVBitmapTag& tag, int image) {
     tag = KVBitmapTag();
     if (!fileName || image < 1 || number == 0 || number > 65535) return 0;
-    if (!isRegularFile(fileName)) return 0;
+    if (!IsRegularFile(fileName)) return 0;
     TiffFile file(fileName, "r");
     if (!file) return 0;
     if (image > 1 && !TIFFSetDirectory(file.get(), static_cast<tdir_t>(image - 1))) return 0;
-    return readTag(file.get(), number, tag);
+    return ReadTag(file.get(), number, tag);
 }
 
 bool KVBitLib::WriteCopyWithTags(const char* source, const char* target, const KVBitmapTagList& tags) {
-    if (!source || !target || !isRegularFile(source)) return false;
+    if (!source || !target || !IsRegularFile(source)) return false;
     std::error_code ec;
     const uint64_t fileSize = std::filesystem::file_size(source, ec);
     if (ec) return false;
     TiffFile in(source, "r");
     if (!in) return false;
-    return writeReplacing(target, TIFFIsBigTIFF(in.get()) != 0, [&](TIFF* out) {
+    return WriteReplacing(target, TIFFIsBigTIFF(in.get()) != 0, [&](TIFF* out) {
         bool first = true;
         do {
-            copyImageTags(in.get(), out);
-            if (first && !setTags(out, tags)) return false;
-            if (!copyRawData(in.get(), out, fileSize) || !TIFFWriteDirectory(out)) return false;
+            CopyImageTags(in.get(), out);
+            if (first && !SetTags(out, tags)) return false;
+            if (!CopyRawData(in.get(), out, fileSize) || !TIFFWriteDirectory(out)) return false;
             first = false;
         } while (TIFFReadDirectory(in.get()));
         return in.Errors() == 0;
@@ -391,7 +391,7 @@ bool KVBitLib::WriteCopyWithTags(const char* source, const char* target, const K
 bool KVBitLib::WriteNewWithTags(const char* target, int width, int height, const KVBitmapTagList& tags) {
     if (!target || width < 1 || height < 1 || width > 65535 || height > 65535) return false;
     if (static_cast<uint64_t>(width) * static_cast<uint64_t>(height) > kKVMaxTagBytes) return false;
-    return writeReplacing(target, false, [&](TIFF* out) {
+    return WriteReplacing(target, false, [&](TIFF* out) {
         TIFFSetField(out, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(width));
         TIFFSetField(out, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(height));
         TIFFSetField(out, TIFFTAG_BITSPERSAMPLE, uint16_t(8));
@@ -400,7 +400,7 @@ bool KVBitLib::WriteNewWithTags(const char* target, int width, int height, const
         TIFFSetField(out, TIFFTAG_PLANARCONFIG, uint16_t(PLANARCONFIG_CONTIG));
         TIFFSetField(out, TIFFTAG_COMPRESSION, uint16_t(COMPRESSION_NONE));
         TIFFSetField(out, TIFFTAG_ROWSPERSTRIP, static_cast<uint32_t>(height));
-        if (!setTags(out, tags)) return false;
+        if (!SetTags(out, tags)) return false;
         std::vector<unsigned char> pixels(static_cast<size_t>(width) * height, 0);
         const tmsize_t size = static_cast<tmsize_t>(pixels.size());
         return TIFFWriteEncodedStrip(out, 0, pixels.data(), size) == size && TIFFWriteDirectory(out);

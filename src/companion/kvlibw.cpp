@@ -13,7 +13,7 @@ std::unique_ptr<KVCallerInstance> g_instance;
 std::atomic<KVCallerInstance*> g_current{nullptr};
 
 // Start of the final path component (after the last '/' or '\\').
-const char* baseName(const char* path) {
+const char* BaseName(const char* path) {
     const char* base = path;
     for (const char* p = path; *p; ++p)
         if (*p == '/' || *p == '\\') base = p + 1;
@@ -22,8 +22,8 @@ const char* baseName(const char* path) {
 
 // The dot that starts the extension, or null. A name that is only a leading
 // dot (".profile") has no extension.
-const char* extensionDot(const char* path) {
-    const char* base = baseName(path);
+const char* ExtensionDot(const char* path) {
+    const char* base = BaseName(path);
     const char* dot = std::strrchr(base, '.');
     if (!dot || dot == base) return nullptr;
     return dot;
@@ -67,7 +67,7 @@ bool KVGetFileExt(const char* path, char* ext, size_t extSize) {
     if (!ext || extSize == 0) return false;
     ext[0] = '\0';
     if (!path) return false;
-    const char* dot = extensionDot(path);
+    const char* dot = ExtensionDot(path);
     if (!dot) return false;
     std::strncpy(ext, dot + 1, extSize - 1);
     ext[extSize - 1] = '\0';
@@ -76,7 +76,7 @@ bool KVGetFileExt(const char* path, char* ext, size_t extSize) {
 
 bool KVDropFileExt(char* path) {
     if (!path) return false;
-    const char* dot = extensionDot(path);
+    const char* dot = ExtensionDot(path);
     if (!dot) return false;
     path[dot - path] = '\0';
     return true;

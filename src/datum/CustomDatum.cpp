@@ -23,21 +23,21 @@ constexpr int kValueLen = 256;         // a value is at most 255 characters
 constexpr int kNameLen = 256;
 constexpr int kFirstCustom = DATUM_COUNT;
 
-char lowerAscii(char c) {
+char LowerAscii(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 bool startsWithNoCase(const char* text, const std::string& prefix) {
     for (size_t i = 0; i < prefix.size(); ++i)
-        if (!text[i] || lowerAscii(text[i]) != lowerAscii(prefix[i])) return false;
+        if (!text[i] || LowerAscii(text[i]) != LowerAscii(prefix[i])) return false;
     return true;
 }
 
-bool equalNoCase(const char* a, size_t an, const char* b) {
+bool EqualNoCase(const char* a, size_t an, const char* b) {
     size_t bn = std::strlen(b);
     if (an != bn) return false;
     for (size_t i = 0; i < an; ++i)
-        if (lowerAscii(a[i]) != lowerAscii(b[i])) return false;
+        if (LowerAscii(a[i]) != LowerAscii(b[i])) return false;
     return true;
 }
 
@@ -80,7 +80,7 @@ bool writeSection(const char* file, const SectionImage& image, int skip, const s
     return Ini::WriteSection(file, kSection, data.c_str());
 }
 
-bool builtIn(const char* name, DatumType* id) {
+bool BuiltIn(const char* name, DatumType* id) {
     DatumType local;
     return name && DatGetDatumFromName(id ? id : &local, name);
 }
@@ -111,7 +111,7 @@ struct Fields {
     }
 };
 
-const char* methodKeyword(int method) {
+const char* MethodKeyword(int method) {
     switch (method) {
     case DM_NOXFORM:
         return "none";
@@ -129,7 +129,7 @@ const char* methodKeyword(int method) {
 }
 
 // Reads the section of `file` and hands it to fn(image).
-template <typename Fn> bool withSection(const char* file, Fn fn) {
+template <typename Fn> bool WithSection(const char* file, Fn fn) {
     SectionImage image;
     image.read(file);
     return fn(image);
@@ -137,8 +137,8 @@ template <typename Fn> bool withSection(const char* file, Fn fn) {
 
 // The same for the entry of `name`: fn(image, index of its line), or false
 // when the section has no such entry.
-template <typename Fn> bool withEntry(const char* file, const char* name, Fn fn) {
-    return withSection(file, [&](SectionImage& image) {
+template <typename Fn> bool WithEntry(const char* file, const char* name, Fn fn) {
+    return WithSection(file, [&](SectionImage& image) {
         const int i = image.find(EscapeDatumName(name));
         return i >= 0 && fn(image, i);
     });
@@ -151,7 +151,7 @@ std::string EscapeDatumName(const char* name) {
     if (!name) return out;
     for (const char* p = name; *p; ++p) {
         const int code = static_cast<signed char>(*p);
-        const int lower = lowerAscii(static_cast<char>(code));
+        const int lower = LowerAscii(static_cast<char>(code));
         if (code == ',' || code == '=' || code == '%' || code == '\\' || lower < 32 ||
             lower >= 123) {
             char buf[16];
@@ -187,7 +187,7 @@ std::string UnescapeDatumName(const char* text, size_t length) {
 }
 
 bool DatumParamsToText(const DATUM2WGS84& s, std::string* text) {
-    const char* keyword = methodKeyword(s.Method);
+    const char* keyword = MethodKeyword(s.Method);
     if (!keyword || !text) return false;
     char buf[kValueLen];
     if (s.Method == DM_NOXFORM) {
@@ -228,14 +228,14 @@ bool TextToDatumParams(const char* text, DATUM2WGS84* out) {
     const char *b = nullptr, *e = nullptr;
     fields.next(b, e);
     const size_t len = static_cast<size_t>(e - b);
-    if (equalNoCase(b, len, "none")) {
+    if (EqualNoCase(b, len, "none")) {
         s.Method = DM_NOXFORM;
         std::memcpy(out, &s, sizeof s);
         return true;
     }
-    if (equalNoCase(b, len, "bursa"))
+    if (EqualNoCase(b, len, "bursa"))
         s.Method = DM_BURSA;
-    else if (equalNoCase(b, len, "molodensky"))
+    else if (EqualNoCase(b, len, "molodensky"))
         s.Method = DM_MOLODENSKY;
     else
         return false; // "nadcon" and "mre" are written but never read back
@@ -245,7 +245,7 @@ bool TextToDatumParams(const char* text, DATUM2WGS84* out) {
 
     fields.next(b, e);
     std::string name = UnescapeDatumName(b, static_cast<size_t>(e - b));
-    if (equalNoCase(name.c_str(), name.size(), "user-defined")) {
+    if (EqualNoCase(name.c_str(), name.size(), "user-defined")) {
         s.Ellipsoid = ELLIPSOID_USER_DEFINED;
     } else {
         char buf[kNameLen];
@@ -294,7 +294,7 @@ bool NDatEnumDatumName(const char* file, char* out, int index) {
         }
         out[0] = '\0';
         if (!file) return false;
-        return withSection(file, [&](const SectionImage& image) {
+        return WithSection(file, [&](const SectionImage& image) {
             const size_t i = static_cast<size_t>(index - kFirstCustom);
             if (i >= image.lines.size()) return false;
             const char* line = image.line(i);
@@ -308,8 +308,8 @@ bool NDatEnumDatumName(const char* file, char* out, int index) {
 
 bool NDatSave(const char* file, const char* name, const DATUM2WGS84* params) {
     return KV_GUARDED(false, [&]() -> bool {
-        if (!file || !name || !params || builtIn(name, nullptr)) return false;
-        return withSection(file, [&](const SectionImage& image) {
+        if (!file || !name || !params || BuiltIn(name, nullptr)) return false;
+        return WithSection(file, [&](const SectionImage& image) {
             const std::string key = EscapeDatumName(name);
             std::string value;
             if (!DatumParamsToText(*params, &value)) return false;
@@ -321,8 +321,8 @@ bool NDatSave(const char* file, const char* name, const DATUM2WGS84* params) {
 
 bool NDatDelete(const char* file, const char* name) {
     return KV_GUARDED(false, [&]() -> bool {
-        if (!file || !name || builtIn(name, nullptr)) return false;
-        return withEntry(file, name, [&](const SectionImage& image, int i) {
+        if (!file || !name || BuiltIn(name, nullptr)) return false;
+        return WithEntry(file, name, [&](const SectionImage& image, int i) {
             return writeSection(file, image, i, nullptr);
         });
     });
@@ -332,9 +332,9 @@ bool NDatGetDatumParams(const char* file, const char* name, DATUM2WGS84* out) {
     return KV_GUARDED(false, [&]() -> bool {
         if (!name || !out) return false;
         DatumType id;
-        if (builtIn(name, &id)) return DatGetDatumParams(id, out);
+        if (BuiltIn(name, &id)) return DatGetDatumParams(id, out);
         if (!file) return false;
-        return withEntry(file, name, [&](const SectionImage& image, int i) {
+        return WithEntry(file, name, [&](const SectionImage& image, int i) {
             const char* eq = std::strchr(image.line(static_cast<size_t>(i)), '=');
             return eq && TextToDatumParams(eq + 1, out);
         });
@@ -345,12 +345,12 @@ bool NDatExists(const char* file, const char* name, int* index) {
     return KV_GUARDED(false, [&]() -> bool {
         if (!name) return false;
         DatumType id;
-        if (builtIn(name, &id)) {
+        if (BuiltIn(name, &id)) {
             if (index) *index = id;
             return true;
         }
         if (!file) return false;
-        return withEntry(file, name, [&](const SectionImage&, int i) {
+        return WithEntry(file, name, [&](const SectionImage&, int i) {
             if (index) *index = kFirstCustom + i;
             return true;
         });
@@ -358,7 +358,7 @@ bool NDatExists(const char* file, const char* name, int* index) {
 }
 
 bool NDatIsBuiltIn(const char* /*file*/, const char* name, DatumType* out) {
-    return KV_GUARDED(false, [&]() -> bool { return builtIn(name, out); });
+    return KV_GUARDED(false, [&]() -> bool { return BuiltIn(name, out); });
 }
 
 // Both below hand an already escaped name to NDatGetDatumParams, which
@@ -368,7 +368,7 @@ bool NDatReversible(const char* file, const char* name) {
     return KV_GUARDED(false, [&]() -> bool {
         if (!name) return false;
         DatumType id;
-        if (builtIn(name, &id)) return DatReversible(id);
+        if (BuiltIn(name, &id)) return DatReversible(id);
         return KV_GUARDED(false, [&] {
             DATUM2WGS84 s;
             if (!NDatGetDatumParams(file, EscapeDatumName(name).c_str(), &s)) return false;
@@ -381,7 +381,7 @@ bool NDatGetDatumMethod(const char* file, const char* name, DatumMethod* out) {
     return KV_GUARDED(false, [&]() -> bool {
         if (!name || !out) return false;
         DatumType id;
-        if (builtIn(name, &id)) return DatGetDatumMethod(id, out);
+        if (BuiltIn(name, &id)) return DatGetDatumMethod(id, out);
         return KV_GUARDED(false, [&] {
             DATUM2WGS84 s;
             if (!NDatGetDatumParams(file, EscapeDatumName(name).c_str(), &s)) return false;

@@ -33,7 +33,7 @@ bool within(double value, double limit) {
     return value >= -limit && value <= limit;
 }
 
-Failure checkStep(const DATUM2WGS84* step) {
+Failure CheckStep(const DATUM2WGS84* step) {
     if (!step) return {kNullRecord, 0};
     const int method = step->Method;
     if (method < DM_NOXFORM || method > DM_NTV2) return {3, IDS_BAD_METHOD};
@@ -60,18 +60,18 @@ Failure checkStep(const DATUM2WGS84* step) {
     return kValid;
 }
 
-Failure checkXform(const DATUMXFORM* x) {
+Failure CheckXform(const DATUMXFORM* x) {
     if (!x) return {kNullRecord, 0};
     if (x->SrcDatum < 0 || x->SrcDatum >= DATUM_COUNT) return {1, IDS_BAD_SRC_DATUM};
     if (x->DestDatum < 0 || x->DestDatum >= DATUM_COUNT) return {2, IDS_BAD_DEST_DATUM};
     if (x->SrcDatum == DATUM_USER_DEFINED) {
         DATUM2WGS84 step1 = x->Step1;
-        Failure f = checkStep(&step1);
+        Failure f = CheckStep(&step1);
         if (f.result) return f;
     }
     if (x->DestDatum == DATUM_USER_DEFINED) {
         DATUM2WGS84 step2 = x->Step2;
-        Failure f = checkStep(&step2);
+        Failure f = CheckStep(&step2);
         // Destination-step failures are numbered after the source-step ones.
         if (f.result >= kFirstStepResult && f.result <= kLastStepResult)
             f.result += kDestStepOffset;
@@ -82,16 +82,16 @@ Failure checkXform(const DATUMXFORM* x) {
     return kValid;
 }
 
-const char* methodName(int method) {
+const char* MethodName(int method) {
     static const char* const kNames[] = {"DM_NOXFORM", "DM_NADCON", "DM_BURSA", "DM_MOLODENSKY",
                                          "DM_HARN",    "DM_MRE",    "DM_NTV2"};
     return method >= 0 && method <= DM_NTV2 ? kNames[method] : "*UNKNOWN*";
 }
 
-void dumpStep(const DATUM2WGS84* s) {
+void DumpStep(const DATUM2WGS84* s) {
     LogPrintf("  DATUM2WGS84 (Pointer=%p)\n", static_cast<const void*>(s));
     const int method = s->Method;
-    LogPrintf("    Method:          %d (%s)\n", method, methodName(method));
+    LogPrintf("    Method:          %d (%s)\n", method, MethodName(method));
     LogPrintf("    bInverse:        %s\n", HostFlag(s->bInverse) ? "true" : "false");
     LogPrintf("    PMShift:         %f\n", double(s->PMShift));
     if (method == DM_MOLODENSKY || method == DM_BURSA) {
@@ -122,9 +122,9 @@ void DatDumpXform(const DATUMXFORM* x) {
     LogPrintf("  SrcDatum:     %d\n", int(x->SrcDatum));
     LogPrintf("  DestDatum:    %d\n", int(x->DestDatum));
     LogPrintf("Step1:\n");
-    dumpStep(&x->Step1);
+    DumpStep(&x->Step1);
     LogPrintf("Step2:\n");
-    dumpStep(&x->Step2);
+    DumpStep(&x->Step2);
     LogPrintf("  bUnplottable: %s\n", HostFlag(x->bUnplottable) ? "true" : "false");
 }
 
@@ -133,7 +133,7 @@ void DatDumpXform(const DATUMXFORM* x) {
 int DatCheckParams(const DATUMXFORM* xform, char* message, bool report) {
     return KV_GUARDED(kNullRecord, [&] {
         if (message) message[0] = '\0';
-        const Failure f = checkXform(xform);
+        const Failure f = CheckXform(xform);
         if (!f.result) return 0;
         if (f.message == 0) {
             if (message) CopyName(message, kNullRecordText, kMessageLen);

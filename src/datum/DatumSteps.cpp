@@ -20,7 +20,7 @@ Ellipse wgs84() {
     return {EllipsoidRadius(ELLIPSOID_WGS84), EllipsoidFlattening(ELLIPSOID_WGS84)};
 }
 
-bool usableEllipse(const Ellipse& e) {
+bool UsableEllipse(const Ellipse& e) {
     return std::isfinite(e.a) && e.a > 0.0 && std::isfinite(e.f) && e.f >= 0.0 && e.f < 1.0;
 }
 
@@ -32,9 +32,9 @@ struct StepFrame {
     double sign, dx, dy, dz, pm;
 };
 
-bool makeStepFrame(const DATUM2WGS84& step, StepFrame* frame) {
+bool MakeStepFrame(const DATUM2WGS84& step, StepFrame* frame) {
     const Ellipse datum{step.MajorRadius, step.Flattening};
-    if (!usableEllipse(datum)) return false;
+    if (!UsableEllipse(datum)) return false;
     const bool inverse = HostFlag(step.bInverse);
     frame->from = inverse ? wgs84() : datum;
     frame->to = inverse ? datum : wgs84();
@@ -50,7 +50,7 @@ bool makeStepFrame(const DATUM2WGS84& step, StepFrame* frame) {
 
 bool MolodenskyStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     StepFrame fr;
-    if (!makeStepFrame(step, &fr)) return false;
+    if (!MakeStepFrame(step, &fr)) return false;
     const double dx = fr.dx, dy = fr.dy, dz = fr.dz, pm = fr.pm;
 
     const double a = fr.from.a, f = fr.from.f;
@@ -86,7 +86,7 @@ bool MolodenskyStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
 
 bool BursaWolfStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     StepFrame fr;
-    if (!makeStepFrame(step, &fr)) return false;
+    if (!MakeStepFrame(step, &fr)) return false;
     const bool inverse = HostFlag(step.bInverse);
     const double sign = fr.sign, dx = fr.dx, dy = fr.dy, dz = fr.dz, pm = fr.pm;
     const Ellipse from = fr.from, to = fr.to;

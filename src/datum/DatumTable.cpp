@@ -304,7 +304,7 @@ namespace {
 const char kUserDefined[] = "User Defined";
 constexpr int kTextLen = 256;
 
-bool equalNoCase(const char* a, const char* b) {
+bool EqualNoCase(const char* a, const char* b) {
     for (;; ++a, ++b) {
         unsigned char ca = static_cast<unsigned char>(*a);
         unsigned char cb = static_cast<unsigned char>(*b);
@@ -315,7 +315,7 @@ bool equalNoCase(const char* a, const char* b) {
     }
 }
 
-bool inRange(int id) {
+bool InRange(int id) {
     return id >= 0 && id < DATUM_COUNT;
 }
 
@@ -341,12 +341,12 @@ void DatGetDatumName(DatumType id, char* out) {
 bool DatGetDatumFromName(DatumType* out, const char* name) {
     return KV_GUARDED(false, [&]() -> bool {
         if (!out || !name) return false;
-        if (equalNoCase(name, kUserDefined)) {
+        if (EqualNoCase(name, kUserDefined)) {
             *out = DATUM_USER_DEFINED;
             return true;
         }
         for (int i = 0; i < kDatumRowCount; ++i) {
-            if (equalNoCase(name, kDatumRows[i].name)) {
+            if (EqualNoCase(name, kDatumRows[i].name)) {
                 *out = static_cast<DatumType>(kDatumRows[i].id);
                 return true;
             }
@@ -389,7 +389,7 @@ bool DatReversible(DatumType id) {
 
 bool DatGetDatumParams(DatumType id, DATUM2WGS84* out) {
     return KV_GUARDED(false, [&]() -> bool {
-        if (!out || !inRange(id)) return false;
+        if (!out || !InRange(id)) return false;
         int i = DatumFindDestRow(id);
         if (i >= kDatumRowCount) return false;
         DatumFillStep(kDatumRows[i], out);
@@ -403,7 +403,7 @@ bool DatGetDatumParams(DatumType id, DATUM2WGS84* out) {
 
 bool DatGetDatumMethod(DatumType id, DatumMethod* out) {
     return KV_GUARDED(false, [&]() -> bool {
-        if (!out || !inRange(id)) return false;
+        if (!out || !InRange(id)) return false;
         int i = DatumFindRow(id);
         if (i >= kDatumRowCount) return false;
         *out = kDatumRows[i].method;

@@ -452,23 +452,23 @@ using DatumMatrices = std::array<std::array<Matrix, 2>, kDatumCount>;
 
 // Dense coefficient matrices [datum][component][u][v], built from the term list
 // at compile time so that evaluation is a pair of nested Horner schemes.
-constexpr DatumMatrices buildMatrices() {
+constexpr DatumMatrices BuildMatrices() {
     DatumMatrices m{};
     for (const Term& t : kTerms)
         m[t.id - kFirstId][t.component][t.u][t.v] += t.coefficient;
     return m;
 }
 
-constexpr DatumMatrices kMatrices = buildMatrices();
+constexpr DatumMatrices kMatrices = BuildMatrices();
 
-constexpr bool termsValid() {
+constexpr bool TermsValid() {
     for (const Term& t : kTerms)
         if (t.id < kFirstId || t.id >= kFirstId + kDatumCount || t.u < 0 || t.u > kMaxPower ||
             t.v < 0 || t.v > kMaxPower)
             return false;
     return true;
 }
-static_assert(termsValid(), "every regression term belongs to a datum and has powers 0..9");
+static_assert(TermsValid(), "every regression term belongs to a datum and has powers 0..9");
 static_assert(sizeof(kTerms) / sizeof(kTerms[0]) == 368, "eight complete coefficient sets");
 
 double evaluate(const Matrix& a, double U, double V) {

@@ -30,7 +30,7 @@ template <class T> T field(const unsigned char* p) {
 }
 
 // The values of nodes (c, r) and (c + 1, r); whatever the file lacks reads as 0.
-void readPair(std::FILE* f, long long columns, long long r, long long c, double out[2]) {
+void ReadPair(std::FILE* f, long long columns, long long r, long long c, double out[2]) {
     unsigned char bytes[8] = {};
     // A hostile header can declare any size: an offset that would not fit reads as 0.
     const long long limit = LONG_MAX / 4;
@@ -45,8 +45,8 @@ void readPair(std::FILE* f, long long columns, long long r, long long c, double 
 // Bilinear interpolation of one file at cell (i, j) with fractions (tx, ty).
 double interpolate(std::FILE* f, const NadconHeader& h, int i, int j, double tx, double ty) {
     double south[2], north[2];
-    readPair(f, h.columns, j, i, south);
-    readPair(f, h.columns, j + 1LL, i, north);
+    ReadPair(f, h.columns, j, i, south);
+    ReadPair(f, h.columns, j + 1LL, i, north);
     return (1 - tx) * (1 - ty) * south[0] + tx * (1 - ty) * south[1] + (1 - tx) * ty * north[0] +
            tx * ty * north[1];
 }

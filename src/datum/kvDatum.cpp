@@ -41,7 +41,7 @@ bool screen(DATUMPOINT* points, int count) {
     return any;
 }
 
-bool runStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
+bool RunStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     switch (static_cast<int>(step.Method)) {
     case DM_MOLODENSKY:
         return MolodenskyStep(step, points, count);
@@ -52,7 +52,7 @@ bool runStep(const DATUM2WGS84& step, DATUMPOINT* points, int count) {
     }
 }
 
-void reportNtv2(int status) {
+void ReportNtv2(int status) {
     if (status == NTV2_OPEN_FAILED)
         KV_REPORT(IDS_NTV2_OPEN);
     else if (status == NTV2_SHORT_READ || status == NTV2_BAD_DATA)
@@ -60,18 +60,18 @@ void reportNtv2(int status) {
 }
 
 // The grid shift of either step; a failure is logged and reported to the host.
-bool ntv2Step(DATUMPOINT* points, int count, bool inverse) {
+bool Ntv2Step(DATUMPOINT* points, int count, bool inverse) {
     const int status = NTV2Transform(count, points, inverse);
     if (status == NTV2_OK) return true;
     LogPrintf("NTV2 transform failure.\n");
-    reportNtv2(status);
+    ReportNtv2(status);
     return false;
 }
 
 // Resolves the steps of a request in place: table rows for the built-in datums,
 // table ellipsoids for the user steps. False (after the assertion report) for
 // a request no step can serve.
-bool resolveSteps(DATUMXFORM& x) {
+bool ResolveSteps(DATUMXFORM& x) {
     bool srcFound = true, destFound = true;
     if (x.SrcDatum != DATUM_USER_DEFINED) {
         int i = DatumFindRow(x.SrcDatum);
@@ -133,7 +133,7 @@ struct Conversion {
         switch (static_cast<int>(x.Step1.Method)) {
         case DM_MOLODENSKY:
         case DM_BURSA:
-            return runStep(x.Step1, points, count) || KV_ASSERT_FAIL();
+            return RunStep(x.Step1, points, count) || KV_ASSERT_FAIL();
         case DM_MRE:
             return MreShift(x.SrcDatum, points, count) || KV_ASSERT_FAIL();
         case DM_NADCON: {
@@ -143,7 +143,7 @@ struct Conversion {
             return !area || NadconShift(area, points, count);
         }
         case DM_NTV2:
-            return ntv2Step(points, count, false);
+            return Ntv2Step(points, count, false);
         case DM_NOXFORM:
             return true;
         default:
@@ -155,11 +155,11 @@ struct Conversion {
         switch (static_cast<int>(x.Step2.Method)) {
         case DM_MOLODENSKY:
         case DM_BURSA:
-            return runStep(x.Step2, points, count) || KV_ASSERT_FAIL();
+            return RunStep(x.Step2, points, count) || KV_ASSERT_FAIL();
         case DM_NTV2:
             // Unlike the source step, the destination step also reports an
             // internal inconsistency; hosts have come to expect both messages.
-            return ntv2Step(points, count, true) || KV_ASSERT_FAIL();
+            return Ntv2Step(points, count, true) || KV_ASSERT_FAIL();
         case DM_NOXFORM:
             return true;
         default:
@@ -196,7 +196,7 @@ struct Conversion {
 // that cannot be loaded, an unusable ellipsoid), so in the first block; the
 // later blocks then receive the stages before it, exactly as when every stage
 // ran over the whole array, and the failure is returned.
-bool convertInBlocks(const Conversion& c, DATUMPOINT* points, int count, signed char* wrap) {
+bool ConvertInBlocks(const Conversion& c, DATUMPOINT* points, int count, signed char* wrap) {
     for (int start = 0; start < count; start += kBlockPoints) {
         const int n = count - start < kBlockPoints ? count - start : kBlockPoints;
         for (int s = 0; s < static_cast<int>(Stage::Count); ++s) {
@@ -214,7 +214,7 @@ bool convertInBlocks(const Conversion& c, DATUMPOINT* points, int count, signed 
 
 bool convert(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count) {
     if (x.SrcDatum == x.DestDatum && x.SrcDatum != DATUM_USER_DEFINED) return true;
-    if (!resolveSteps(x)) return false;
+    if (!ResolveSteps(x)) return false;
     // One wrap offset per point of a block (-1, 0 or +1 turns), undone after the shift.
     std::unique_ptr<signed char[]> wrap(new (std::nothrow) signed char[kBlockPoints]);
     if (!wrap) return KV_ASSERT_FAIL();
@@ -222,7 +222,7 @@ bool convert(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count) {
         LogPrintf("Initiating transform.\n");
         DatDumpXform(&x);
     }
-    return convertInBlocks(Conversion{handle, x}, points, count, wrap.get());
+    return ConvertInBlocks(Conversion{handle, x}, points, count, wrap.get());
 }
 
 } // namespace

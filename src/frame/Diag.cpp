@@ -28,7 +28,7 @@ std::atomic<int> g_attachCount{0};
 thread_local bool t_mathError = false;
 thread_local char t_assertText[kAssertTextLen];
 
-_KVERRINFO freshRecord(uint16_t messageId) {
+_KVERRINFO FreshRecord(uint16_t messageId) {
     _KVERRINFO info;
     std::memset(&info, 0, sizeof info);
     info.messageId = messageId;
@@ -37,7 +37,7 @@ _KVERRINFO freshRecord(uint16_t messageId) {
     return info;
 }
 
-void fillDetails(_KVERRINFO& info, const KVCallerInstance* caller, const char* sourceFile, int line,
+void FillDetails(_KVERRINFO& info, const KVCallerInstance* caller, const char* sourceFile, int line,
                  const char* text) {
     info.reserved = 0;
     info.moduleName = kModuleName;
@@ -55,7 +55,7 @@ bool ReportError(const char* sourceFile, int line, uint16_t messageId, const cha
     KVERRORFUNC callback = caller ? caller->GetErrorFunc() : nullptr;
     if (!callback) return false;
 
-    _KVERRINFO info = freshRecord(messageId);
+    _KVERRINFO info = FreshRecord(messageId);
     int answer = callback(&info);
     if (answer == 1) {
         char buffer[256];
@@ -65,7 +65,7 @@ bool ReportError(const char* sourceFile, int line, uint16_t messageId, const cha
                 std::snprintf(buffer, sizeof buffer, "%s", kMissingMessage);
             message = buffer;
         }
-        fillDetails(info, caller, sourceFile, line, message);
+        FillDetails(info, caller, sourceFile, line, message);
         answer = callback(&info);
     }
     return answer != 3;
@@ -77,7 +77,7 @@ bool ReportAssertion(const char* sourceFile, int line) {
     if (!sourceFile || !*sourceFile || line < 0) return false;
     LogPrintf("FILE \"%s\", LINE %d\n", sourceFile, line);
 
-    _KVERRINFO info = freshRecord(IDS_INTERNAL_ERROR);
+    _KVERRINFO info = FreshRecord(IDS_INTERNAL_ERROR);
     if (!caller) return false;
     // A registration without a callback is treated as silent rather than called.
     KVERRORFUNC callback = caller->GetErrorFunc();
@@ -86,7 +86,7 @@ bool ReportAssertion(const char* sourceFile, int line) {
         std::snprintf(t_assertText, sizeof t_assertText,
                       "KVProj.DLL Internal Error.  Assertion failed in %s, line %d.", sourceFile,
                       line);
-        fillDetails(info, caller, sourceFile, line, t_assertText);
+        FillDetails(info, caller, sourceFile, line, t_assertText);
         callback(&info);
     }
     return false;

@@ -41,7 +41,7 @@ Load readFile(const char* path, std::string& out) {
     return ok ? Load::Ok : Load::Failed;
 }
 
-bool isBlank(char c) {
+bool IsBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
 }
 
@@ -60,20 +60,20 @@ LineSpan lineAt(const std::string& text, size_t pos) {
 
 // Trimmed view of [begin, end).
 void trim(const std::string& text, size_t& begin, size_t& end) {
-    while (begin < end && isBlank(text[begin]))
+    while (begin < end && IsBlank(text[begin]))
         ++begin;
-    while (end > begin && isBlank(text[end - 1]))
+    while (end > begin && IsBlank(text[end - 1]))
         --end;
 }
 
-char lowerAscii(char c) {
+char LowerAscii(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-bool equalNoCase(const char* a, size_t an, const char* b, size_t bn) {
+bool EqualNoCase(const char* a, size_t an, const char* b, size_t bn) {
     if (an != bn) return false;
     for (size_t i = 0; i < an; ++i)
-        if (lowerAscii(a[i]) != lowerAscii(b[i])) return false;
+        if (LowerAscii(a[i]) != LowerAscii(b[i])) return false;
     return true;
 }
 
@@ -109,7 +109,7 @@ SectionSpan findSection(const std::string& text, const char* name) {
                 s.bodyEnd = line.begin;
                 return s;
             }
-            if (equalNoCase(text.data() + nb, ne - nb, name, nameLen)) {
+            if (EqualNoCase(text.data() + nb, ne - nb, name, nameLen)) {
                 s.found = true;
                 s.header = line.begin;
                 s.bodyBegin = line.next;

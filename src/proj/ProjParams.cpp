@@ -15,7 +15,7 @@ namespace {
 constexpr int kZoneNameLen = 256;
 const char kUnknown[] = "UNKNOWN";
 
-const char* flagText(const bool& field) {
+const char* FlagText(const bool& field) {
     return HostFlag(field) ? "true" : "false";
 }
 
@@ -119,17 +119,17 @@ void ProjDumpData(const PROJDATA* data) {
     LogPrintf("    Lon2:            %f\n", data->Lon2);
     LogPrintf("    Lon3:            %f\n", data->Lon3);
     LogPrintf("    K0:              %f\n", data->K0);
-    LogPrintf("    bSouth:          %s\n", flagText(data->bSouth));
+    LogPrintf("    bSouth:          %s\n", FlagText(data->bSouth));
 
     char zoneName[kZoneNameLen];
     bool zoneKnown = StateZoneNameForDump(data->Zone, zoneName) && zoneName[0] != '\0';
     LogPrintf("    Zone:            %d (%s)\n", static_cast<int>(data->Zone),
               zoneKnown ? zoneName : kUnknown);
 
-    LogPrintf("    bUseAlpha:       %s\n", flagText(data->bUseAlpha));
+    LogPrintf("    bUseAlpha:       %s\n", FlagText(data->bUseAlpha));
     LogPrintf("    Alpha:           %f\n", data->Alpha);
-    LogPrintf("    bRotate:         %s\n", flagText(data->bRotate));
-    LogPrintf("    bUOffset:        %s\n", flagText(data->bUOffset));
+    LogPrintf("    bRotate:         %s\n", FlagText(data->bRotate));
+    LogPrintf("    bUOffset:        %s\n", FlagText(data->bUOffset));
 
     char ellipsoidName[KVPROJ_NAME_LEN];
     bool ellipsoidKnown = EllipsoidInfo(data->Ellipsoid, ellipsoidName, nullptr, nullptr);

@@ -181,6 +181,44 @@ int NonFiniteParameter(const PROJDATA& data) {
     return 0;
 }
 
+// Magnitudes the tool accepts where the library accepts any finite value but
+// the pipeline then overflows without marking the point: a subnormal radius
+// makes the inverse mark one member of a point only, and the forward result
+// (module value + false origin) * Scale is multiplied after the finite check.
+// A module's finite output stays below about 1e17 radii (the reciprocal of
+// the cosine of the double nearest a right angle), so with a radius up to
+// 1e9 m (beyond the Sun's 7e8 m), a false origin up to 1e20 and a Scale up
+// to 1e9 every forward value stays below 1e36, far from overflow. Scale 0
+// is kept: the library reads it as 1.
+struct MagnitudeRule {
+    int id;
+    double least, most;
+    const char* text;
+};
+constexpr MagnitudeRule kMagnitudeRules[] = {
+    {KVProj::PP_SCALE, 1e-9, 1e9, "must be 0 (none) or lie between 1e-9 and 1e9 in magnitude"},
+    {KVProj::PP_XORG, 0.0, 1e20, "must not exceed 1e20 in magnitude"},
+    {KVProj::PP_YORG, 0.0, 1e20, "must not exceed 1e20 in magnitude"},
+    {KVProj::PP_MAJOR_RADIUS, 1.0, 1e9, "must lie between 1 m and 1e9 m"},
+};
+
+// The first rule that a finite value of the record breaks, or null.
+const MagnitudeRule* BrokenMagnitudeRule(const PROJDATA& data) {
+    const bool userFigure = data.Ellipsoid == KVProj::ELLIPSOID_USER_DEFINED &&
+                            data.Type != KVProj::PT_STATE_PLANE_27 &&
+                            data.Type != KVProj::PT_STATE_PLANE_83;
+    for (const MagnitudeRule& rule : kMagnitudeRules) {
+        if (rule.id == KVProj::PP_MAJOR_RADIUS && !userFigure) continue;
+        PROJDATA copy = data;
+        double v = 0.0;
+        if (!KVProj::ProjGetParam(&copy, rule.id, &v)) continue;
+        const double m = std::fabs(v);
+        const bool none = rule.id == KVProj::PP_SCALE && v == 0.0;
+        if (!none && (m < rule.least || m > rule.most)) return &rule;
+    }
+    return nullptr;
+}
+
 // True when the projection converts at least one point of a coarse lon/lat
 // net: Lambert with parallels 30 and -30 passes the library's checks but has
 // no cone to project onto.
@@ -215,6 +253,11 @@ RecordVerdict CheckRecord(const PROJDATA& data) {
     }
     if ((verdict.parameter = NonFiniteParameter(data)) != 0) {
         verdict.message = ParamLabel(verdict.parameter) + " is not a finite number";
+        return verdict;
+    }
+    if (const MagnitudeRule* rule = BrokenMagnitudeRule(data)) {
+        verdict.parameter = rule->id;
+        verdict.message = ParamLabel(rule->id) + " " + rule->text;
         return verdict;
     }
     // Zones come from the library's tables; the probe is for records typed in.
