@@ -264,8 +264,13 @@ bool CopyRawData(TIFF* in, TIFF* out, uint64_t fileSize) {
     if (!TIFFGetField(in, tiled ? TIFFTAG_TILEBYTECOUNTS : TIFFTAG_STRIPBYTECOUNTS, &sizes) || !sizes)
         return false;
     std::vector<unsigned char> buffer;
+    uint32_t copied = 0;
     for (uint32_t i = 0; i < chunks; ++i) {
         if (sizes[i] > fileSize) return false;
+        // A sparse file's absent chunk stays absent; libtiff cannot write an
+        // image of absent chunks only, which is refused below.
+        if (sizes[i] == 0) continue;
+        ++copied;
         buffer.resize(static_cast<size_t>(sizes[i]));
         const tmsize_t size = static_cast<tmsize_t>(buffer.size());
         const tmsize_t got = tiled ? TIFFReadRawTile(in, i, buffer.data(), size)
@@ -275,7 +280,7 @@ bool CopyRawData(TIFF* in, TIFF* out, uint64_t fileSize) {
                                    : TIFFWriteRawStrip(out, i, buffer.data(), size);
         if (put != size) return false;
     }
-    return true;
+    return copied > 0 || chunks == 0;
 }
 
 // Writes through a temporary sibling and renames it over `target`; `write`

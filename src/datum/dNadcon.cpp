@@ -6,6 +6,7 @@
 #include "frame/Angles.h"
 #include "frame/Diag.h"
 #include "frame/Firewall.h"
+#include "frame/TextFile.h"
 
 #include <climits>
 #include <cmath>
@@ -122,18 +123,14 @@ bool NadconShift(const char* area, DATUMPOINT* points, int count) {
 bool NadconReadGridInfo(const char* path, NadconGridInfo* info) {
     return KV_GUARDED(false, [&]() -> bool {
         if (!path || !info) return false;
-        std::FILE* f = std::fopen(path, "rb");
+        // A directory or a FIFO named like a grid is refused, never waited on.
+        std::FILE* f = OpenRegularFile(path);
         if (!f) return false;
         bool whole = std::fseek(f, 0, SEEK_END) == 0 && std::ftell(f) >= kHeaderOffset + 28;
         NadconHeader h = NadconReadHeader(f);
         std::fclose(f);
         if (!whole) return false;
-        info->columns = h.columns;
-        info->rows = h.rows;
-        info->west = h.xMin;
-        info->south = h.yMin;
-        info->dx = h.dx;
-        info->dy = h.dy;
+        *info = NadconGridInfo{h.columns, h.rows, h.xMin, h.yMin, h.dx, h.dy};
         return true;
     });
 }

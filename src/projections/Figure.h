@@ -16,12 +16,13 @@ inline double Eccentricity(double f) {
 }
 
 struct Figure {
-    double a;    // semi-major axis (the radius of a sphere), MajorRadius
-    double f;    // flattening
-    double e;    // first eccentricity, sqrt(2f - f^2); 0 on the sphere
-    double e2;   // e * e
-    bool sphere; // f == 0
+    double a = 0.0;     // semi-major axis (the radius of a sphere), MajorRadius
+    double f = 0.0;     // flattening
+    double e = 0.0;     // first eccentricity, sqrt(2f - f^2); 0 on the sphere
+    double e2 = 0.0;    // e * e
+    bool sphere = true; // f == 0
 
+    Figure() = default;
     explicit Figure(const PROJDATA* d)
         : a(d->MajorRadius), f(d->Flattening), e(d->Flattening == 0.0 ? 0.0 : Eccentricity(f)),
           e2(e * e), sphere(d->Flattening == 0.0) {}

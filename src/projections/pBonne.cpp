@@ -17,7 +17,8 @@ namespace {
 
 struct Bonne {
     bool ok;
-    double a, e, e2, lam0, phi1;
+    Figure fig;
+    double lam0, phi1;
     double apex; // distance of the origin from the apex: R cot phi1, or a m1 / sin phi1
     double arc1; // M(phi1) (R phi1 on the sphere)
     double sgn;  // sign of phi1, which fixes the side of the apex
@@ -27,31 +28,28 @@ struct Bonne {
 
 Bonne MakeBonne(const PROJDATA* d) {
     Bonne b{};
-    const Figure fig(d);
-    b.a = fig.a;
-    b.e = fig.e;
-    b.e2 = fig.e2;
+    b.fig = Figure(d);
     b.lam0 = d->Lon0;
     b.phi1 = d->Lat1;
     b.sgn = azim::Sign(b.phi1);
-    b.arc = MeridianArc(b.a, b.e);
-    b.foot = Footpoint(b.e);
+    b.arc = MeridianArc(b.fig.a, b.fig.e);
+    b.foot = Footpoint(b.fig.e);
     const double s1 = std::sin(b.phi1), c1 = std::cos(b.phi1);
-    if (s1 == 0.0 || !(b.a > 0.0)) return b;
-    if (b.e == 0.0) {
-        b.apex = b.a * c1 / s1; // R cot phi1, Snyder 19-1 and 19-4
-        b.arc1 = b.a * b.phi1;
+    if (s1 == 0.0 || !(b.fig.a > 0.0)) return b;
+    if (b.fig.e == 0.0) {
+        b.apex = b.fig.a * c1 / s1; // R cot phi1, Snyder 19-1 and 19-4
+        b.arc1 = b.fig.a * b.phi1;
     } else {
-        b.apex =
-            b.a * ParallelRadiusFactor(c1, s1, b.e2) / s1; // a m1 / sin phi1, Snyder 19-8, 19-10
-        b.arc1 = b.arc.At(b.phi1);                         // Snyder 3-21
+        // a m1 / sin phi1, Snyder 19-8, 19-10
+        b.apex = b.fig.a * ParallelRadiusFactor(c1, s1, b.fig.e2) / s1;
+        b.arc1 = b.arc.At(b.phi1); // Snyder 3-21
     }
     b.ok = true;
     return b;
 }
 
 inline double Arc(const Bonne& b, double phi, double s, double c) {
-    return b.e == 0.0 ? b.a * phi : b.arc.At(phi, s, c);
+    return b.fig.e == 0.0 ? b.fig.a * phi : b.arc.At(phi, s, c);
 }
 
 bool ForwardPoint(const Bonne& b, PROJPOINT& p) {
@@ -60,7 +58,7 @@ bool ForwardPoint(const Bonne& b, PROJPOINT& p) {
     const double rho = b.apex + b.arc1 - Arc(b, phi, s, c); // Snyder 19-1 / 19-8
     // Length of the parallel's arc from the central meridian: R cos phi dLam, or a m dLam.
     const double arcLen =
-        b.e == 0.0 ? b.a * c * dLam : b.a * ParallelRadiusFactor(c, s, b.e2) * dLam;
+        b.fig.e == 0.0 ? b.fig.a * c * dLam : b.fig.a * ParallelRadiusFactor(c, s, b.fig.e2) * dLam;
     if (rho == 0.0) { // the apex itself: the pole on the side of phi1
         p.x = 0.0;
         p.y = b.apex;
@@ -76,8 +74,8 @@ bool InversePoint(const Bonne& b, PROJPOINT& p) {
     const double x = p.x, dy = b.apex - p.y;
     const double rho = b.sgn * std::sqrt(x * x + dy * dy); // Snyder 19-5 / 19-11
     double phi, s, c;
-    if (b.e == 0.0) {
-        phi = (b.apex + b.arc1 - rho) / b.a; // Snyder 19-6
+    if (b.fig.e == 0.0) {
+        phi = (b.apex + b.arc1 - rho) / b.fig.a; // Snyder 19-6
         s = std::sin(phi);
         c = std::cos(phi);
     } else {
@@ -88,8 +86,9 @@ bool InversePoint(const Bonne& b, PROJPOINT& p) {
         // meridian's radius of curvature, Snyder 4-18). The steps are tiny, so
         // sin and cos follow them without library calls.
         for (int i = 0; i < 2 && std::fabs(phi) < kHalfPi; ++i) {
-            const double w = 1.0 - b.e2 * s * s;
-            const double d = (b.arc.At(phi, s, c) - m) / (b.a * (1.0 - b.e2) / (w * std::sqrt(w)));
+            const double w = 1.0 - b.fig.e2 * s * s;
+            const double d =
+                (b.arc.At(phi, s, c) - m) / (b.fig.a * (1.0 - b.fig.e2) / (w * std::sqrt(w)));
             SinCosStep(phi, d, &s, &c);
             phi -= d;
         }
@@ -100,7 +99,8 @@ bool InversePoint(const Bonne& b, PROJPOINT& p) {
         s = azim::Sign(phi);
         c = 0.0;
     }
-    const double radius = b.e == 0.0 ? b.a * c : b.a * ParallelRadiusFactor(c, s, b.e2);
+    const double radius =
+        b.fig.e == 0.0 ? b.fig.a * c : b.fig.a * ParallelRadiusFactor(c, s, b.fig.e2);
     double lam;
     if (radius <= 0.0 || std::fabs(std::fabs(phi) - kHalfPi) <= 1e-12) {
         lam = b.lam0; // a pole: every longitude, take the central meridian

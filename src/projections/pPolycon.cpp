@@ -18,7 +18,7 @@ constexpr double kPhiTolerance = 1e-12; // radians, about 6 micrometres on the E
 constexpr int kMaxSteps = 40;
 
 struct Polycon {
-    double a, e, e2;
+    Figure fig;
     double lam0, phi0;
     MeridianArc arc;
     double m0; // meridional arc to the origin latitude
@@ -26,17 +26,10 @@ struct Polycon {
 };
 
 Polycon MakePolycon(const PROJDATA* d) {
-    Polycon c{};
     const Figure fig(d);
-    c.a = fig.a;
-    c.e = fig.e;
-    c.e2 = fig.e2;
-    c.lam0 = d->Lon0;
-    c.phi0 = d->Lat0;
-    c.arc = MeridianArc(c.a, c.e);
-    c.m0 = c.e == 0.0 ? c.a * c.phi0 : c.arc.At(c.phi0); // Snyder 3-21
-    c.wrap = d->bWrapLon;
-    return c;
+    const MeridianArc arc(fig.a, fig.e);
+    const double m0 = fig.e == 0.0 ? fig.a * d->Lat0 : arc.At(d->Lat0); // Snyder 3-21
+    return Polycon{fig, d->Lon0, d->Lat0, arc, m0, d->bWrapLon};
 }
 
 bool ForwardPoint(const Polycon& c, PROJPOINT& p) {
@@ -44,15 +37,15 @@ bool ForwardPoint(const Polycon& c, PROJPOINT& p) {
     if (c.wrap) dLam = WrapOnce(dLam);
     const double phi = p.y;
     if (phi == 0.0) {
-        p.x = c.a * dLam; // Snyder 18-1 / 18-10
-        p.y = -c.m0;      // Snyder 18-2 / 18-11
+        p.x = c.fig.a * dLam; // Snyder 18-1 / 18-10
+        p.y = -c.m0;          // Snyder 18-2 / 18-11
         return true;
     }
     const double sinPhi = std::sin(phi), cosPhi = std::cos(phi);
-    const double E = dLam * sinPhi;                                 // Snyder 18-3
-    const double n = c.a / std::sqrt(1.0 - c.e2 * sinPhi * sinPhi); // Snyder 4-20
+    const double E = dLam * sinPhi;                                         // Snyder 18-3
+    const double n = c.fig.a / std::sqrt(1.0 - c.fig.e2 * sinPhi * sinPhi); // Snyder 4-20
     const double ncot = n * cosPhi / sinPhi;
-    const double m = c.e == 0.0 ? c.a * phi : c.arc.At(phi, sinPhi, cosPhi); // Snyder 3-21
+    const double m = c.fig.e == 0.0 ? c.fig.a * phi : c.arc.At(phi, sinPhi, cosPhi); // Snyder 3-21
     const double sinE = std::sin(E), cosE = std::cos(E);
     // 1 - cos E as sin^2 E / (1 + cos E) while E is acute: near the equator E is
     // tiny and n cot phi huge, and the plain difference would lose its digits.
@@ -90,7 +83,7 @@ bool EvaluateNewton(const Polycon& c, double A, double B, double phi, double s, 
     const MeridianArc& k = c.arc;
     const double ma = k.c0 * phi - k.c2 * s2 + k.c4 * s4 - k.c6 * s6;              // 3-21 over a
     const double dma = k.c0 - 2.0 * k.c2 * c2 + 4.0 * k.c4 * c4 - 6.0 * k.c6 * c6; // 18-21
-    const double es2 = c.e2 * s * s;
+    const double es2 = c.fig.e2 * s * s;
     const double invW = 1.0 / std::sqrt(1.0 - es2), invCos2 = 1.0 / (co * co);
     const double C = (1.0 - es2) * invW * s / co;                     // 18-20
     const double dC = (1.0 - es2 * (1.0 + co * co)) * invW * invCos2; // dC / dphi
@@ -173,15 +166,15 @@ bool SolveLatitude(const Polycon& c, double A, double B, double xa, Latitude* ou
 bool InversePoint(const Polycon& c, PROJPOINT& p) {
     const double x = p.x, y = p.y;
     if (y == -c.m0) {
-        p.x = x / c.a + c.lam0; // Snyder 18-8 / 18-17 (on the equator)
+        p.x = x / c.fig.a + c.lam0; // Snyder 18-8 / 18-17 (on the equator)
         p.y = 0.0;
         return true;
     }
-    const double A = (c.m0 + y) / c.a;            // Snyder 18-6 / 18-18
-    const double B = x * x / (c.a * c.a) + A * A; // Snyder 18-7 / 18-19
+    const double A = (c.m0 + y) / c.fig.a;                // Snyder 18-6 / 18-18
+    const double B = x * x / (c.fig.a * c.fig.a) + A * A; // Snyder 18-7 / 18-19
     Latitude lat;
-    if (!SolveLatitude(c, A, B, x / c.a, &lat)) return false;
-    const double arg = x * ParallelTerm(c.e2, lat.sinPhi, lat.cosPhi) / c.a;
+    if (!SolveLatitude(c, A, B, x / c.fig.a, &lat)) return false;
+    const double arg = x * ParallelTerm(c.fig.e2, lat.sinPhi, lat.cosPhi) / c.fig.a;
     if (std::fabs(arg) > 1.0 + 1e-12) return false;        // no parallel arc reaches x
     p.x = std::asin(ClampUnit(arg)) / lat.sinPhi + c.lam0; // Snyder 18-23 (18-9)
     p.y = lat.phi;
@@ -201,7 +194,7 @@ bool PolyconInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
     const Polycon c = MakePolycon(data);
     azim::ForEachInverse(points, count,
-                         [&](PROJPOINT& p) { return c.a > 0.0 && InversePoint(c, p); });
+                         [&](PROJPOINT& p) { return c.fig.a > 0.0 && InversePoint(c, p); });
     return true;
 }
 

@@ -42,7 +42,6 @@ struct Options {
     std::string title;
 };
 
-
 struct Words {
     ProjOptions proj;
     std::string step, densify, width, window, title, output;
@@ -53,7 +52,6 @@ struct Words {
 bool ParseOptions(const Words& words, Options* o, std::string* error);
 
 // ---------------------------------------------------------------- handles
-
 
 // The conversion handle is made from the record as given. Preclipping asks a
 // handle for its valid area; a state plane handle answers for the first zone
@@ -71,7 +69,6 @@ struct Handles {
         KVProj::ProjDeleteProjection(convert);
     }
 };
-
 
 // False, with the reason on standard error, when the record is refused.
 bool MakeHandles(PROJDATA data, Handles* h);

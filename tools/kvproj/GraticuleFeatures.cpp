@@ -98,7 +98,6 @@ bool MakeHandles(PROJDATA data, Handles* h) {
     return KVProj::ProjGetHandleInfo(h->clip, &h->clipRecord);
 }
 
-
 bool BuildFeatures(const Handles& h, const Window& w, const Options& o, std::vector<Feature>* out) {
     const bool unprojected = h.clipRecord.Type == KVProj::PT_UNPROJECTED;
     const bool wholeTurn = w.lon2 - w.lon1 >= 360.0 - 1e-9;
@@ -135,7 +134,6 @@ bool BuildFeatures(const Handles& h, const Window& w, const Options& o, std::vec
     }
     return true;
 }
-
 
 void MarkSeams(const Handles& h, const Window& w, std::vector<Feature>& features) {
     const bool wholeTurn = w.lon2 - w.lon1 >= 360.0 - 1e-9;

@@ -31,7 +31,6 @@ bool ParseWindow(const std::string& text, Window* w, std::string* error) {
     return true;
 }
 
-
 } // namespace
 
 bool ParseOptions(const Words& words, Options* o, std::string* error) {

@@ -2,6 +2,8 @@
 // the lines where neighbouring vertices land far apart.
 #include "Graticule.h"
 
+#include "frame/Angles.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -12,9 +14,10 @@ namespace {
 constexpr double kRunaway = 6.0; // see cmd_graticule.cpp
 constexpr double kNear = 0.05;   // of the fitted frame's diagonal
 constexpr double kProbe = 1e-3;  // degrees: finite-difference step of the stretch
-constexpr double kTwoPi = 6.283185307179586;
 
 using geo::Orientation;
+using KVProj::kDegToRad;
+using KVProj::kTwoPi;
 
 // Least principal scale of the map at a lon/lat point (the least it
 // stretches a short line through it in any direction), in projected units per
@@ -43,7 +46,7 @@ public:
         const PROJPOINT &p = xy[1], &east = xy[2], &north = xy[3];
         if (!Plottable(xy[0]) || !Plottable(p) || !Plottable(east) || !Plottable(north))
             return -1.0;
-        const double arcEast = dir.x * kProbe * std::cos(g.y * 0.017453292519943295);
+        const double arcEast = dir.x * kProbe * std::cos(g.y * kDegToRad);
         const double arcNorth = dir.y * kProbe;
         const double a = (east.x - p.x) / arcEast, c = (east.y - p.y) / arcEast;
         const double b = (north.x - p.x) / arcNorth, d = (north.y - p.y) / arcNorth;
@@ -98,7 +101,6 @@ bool Nudge(const Gauge& gauge, Feature& f, size_t i, PROJPOINT dir) {
     return false;
 }
 
-
 void Rescue(const Gauge& gauge, Feature& f) {
     const size_t n = f.xy.size();
     if (n < 2) return;
@@ -152,7 +154,6 @@ void BridgeRing(Feature& f) {
     }
     f = std::move(out);
 }
-
 
 // ---------------------------------------------------------------- refinement
 
@@ -294,7 +295,6 @@ bool ProjectFeatures(void* handle, const Window& w, std::vector<Feature>& featur
     }
     return true;
 }
-
 
 Frame Fit(const std::vector<Feature>& features) {
     std::vector<double> known;

@@ -202,13 +202,24 @@ constexpr MagnitudeRule kMagnitudeRules[] = {
     {KVProj::PP_MAJOR_RADIUS, 1.0, 1e9, "must lie between 1 m and 1e9 m"},
 };
 
-// The first rule that a finite value of the record breaks, or null.
+bool TakesParameter(const PROJDATA& data, int id) {
+    for (int i = 0; i < KVProj::ProjNumParams(data.Type); ++i)
+        if (KVProj::ProjEnumParam(data.Type, i) == id) return true;
+    return false;
+}
+
+// The first rule that a finite value of the record breaks, or null. Only the
+// parameters the record's projection takes are looked at (UTM sets its own
+// false origin; an unknown type converts nothing).
 const MagnitudeRule* BrokenMagnitudeRule(const PROJDATA& data) {
     const bool userFigure = data.Ellipsoid == KVProj::ELLIPSOID_USER_DEFINED &&
                             data.Type != KVProj::PT_STATE_PLANE_27 &&
                             data.Type != KVProj::PT_STATE_PLANE_83;
     for (const MagnitudeRule& rule : kMagnitudeRules) {
-        if (rule.id == KVProj::PP_MAJOR_RADIUS && !userFigure) continue;
+        // The radius is read with the ellipsoid, when that is user-defined.
+        const bool radius = rule.id == KVProj::PP_MAJOR_RADIUS;
+        if (!TakesParameter(data, radius ? KVProj::PP_ELLIPSOID : rule.id)) continue;
+        if (radius && !userFigure) continue;
         PROJDATA copy = data;
         double v = 0.0;
         if (!KVProj::ProjGetParam(&copy, rule.id, &v)) continue;

@@ -1,6 +1,7 @@
 #include "SideFiles.h"
 
 #include "DatumArgs.h"
+#include "GeoTiffTags.h"
 #include "formats/EsriPrj.h"
 #include "formats/SideFile.h"
 #include "frame/CNumber.h"
@@ -331,11 +332,10 @@ bool WriteGeoTiffCopy(const std::string& source, const std::string& target, Side
         *error = "cannot build the GeoTIFF tags";
         return false;
     }
-    // The library keeps a rotated georeference's matrix at 33920, which other
-    // readers (GDAL among them) ignore; the same matrix under the published
-    // number 34264 lets them see it. The library's reader ignores 34264.
-    if (const KVBitmapTag* matrix = tags.Find(KVTAG_MATRIX))
-        tags.Merge(KVTAG_MODEL_TRANSFORMATION, *matrix);
+    if (!MakeGeoTiffTagsPortable(tags)) {
+        *error = "cannot adjust the GeoTIFF tags";
+        return false;
+    }
     if (KVBitLib().WriteCopyWithTags(source.c_str(), target.c_str(), tags)) return true;
     *error = "cannot write " + target + " (is " + source + " a TIFF image?)";
     return false;

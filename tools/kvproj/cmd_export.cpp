@@ -1,6 +1,7 @@
-// "kvproj export": writes a side file (reference, world or RSF file) from a
-// projection, a datum and a georeference given on the command line or read
-// from the side files of another name.
+// "kvproj export": writes a side file (reference, world, RSF or projection
+// file, or GeoTIFF tags in the image itself) from a projection, a datum and a
+// georeference given on the command line or read from the side files of
+// another name; or GeoTIFF tags into a copy of an image.
 #include "Command.h"
 #include "DatumArgs.h"
 #include "ProjArgs.h"
@@ -21,7 +22,7 @@ namespace {
 using namespace KVProj;
 
 struct Options {
-    std::string format, output, from, datum, profile, method;
+    std::string format, output, from, datum, profile, method, image, copy;
     std::vector<std::string> coeff, controls;
     ProjOptions proj;
 };
@@ -126,11 +127,27 @@ bool ApplyGeoref(const Options& o, SideRecords* rec, std::string* error) {
     return true;
 }
 
+// The copy form (--image IN --out OUT) writes GeoTIFF tags into a copy of an
+// image; the plain form writes the side file of `name` (a GeoTIFF in place).
+bool CheckTargets(const Options& o, const FileKind& kind, std::string* error) {
+    const bool copy = !o.image.empty() || !o.copy.empty();
+    if (copy && (o.image.empty() || o.copy.empty()))
+        return *error = "--image and --out go together", false;
+    if (copy && kind.format != std::string("geotiff"))
+        return *error = "--image and --out write GeoTIFF tags: give --format geotiff", false;
+    if (copy && !o.output.empty())
+        return *error = "give the image with --image and --out only", false;
+    if (!copy && o.output.empty())
+        return *error = "give the name to write (or --image and --out)", false;
+    return true;
+}
+
 int Run(const Options& o) {
     const FileKind* kind = FindFileKind(o.format);
     if (!kind) return Usage("--format takes one of " + FileKindWords());
-    SideRecords rec;
     std::string error;
+    if (!CheckTargets(o, *kind, &error)) return Usage(error);
+    SideRecords rec;
     if (!o.from.empty() && !LoadFrom(o.from, &rec, &error)) return Failure("export: " + error);
     ProjFigure figure; // a projection on a datum takes the datum's ellipsoid
     if (!o.datum.empty()) {
@@ -149,9 +166,16 @@ int Run(const Options& o) {
         void* handle = ProjCreateProjection(&rec.proj);
         if (!handle) return Usage("the projection's parameters are not usable");
         ProjDeleteProjection(handle);
+        const RecordVerdict verdict = CheckRecord(rec.proj);
+        if (verdict.parameter != 0) return Usage("invalid projection: " + verdict.message);
         rec.hasProj = true;
     }
     if (!ApplyGeoref(o, &rec, &error)) return Usage(error);
+    if (!o.copy.empty()) {
+        if (!WriteGeoTiffCopy(o.image, o.copy, rec, &error)) return Failure("export: " + error);
+        std::printf("wrote %s\n", o.copy.c_str());
+        return EXIT_OK;
+    }
     if (!kind->Write(o.output, rec, &error)) return Failure("export: " + error);
     std::printf("wrote %s\n", kind->FileFor(o.output).c_str());
     return EXIT_OK;
@@ -159,9 +183,7 @@ int Run(const Options& o) {
 
 Runner SetUp(CLI::App& app) {
     auto o = std::make_shared<Options>();
-    app.add_option("name", o->output,
-                   "a reference file (map.kvr) or an image (map.tif)")
-        ->required();
+    app.add_option("name", o->output, "a reference file (map.kvr) or an image (map.tif)");
     app.add_option("--format", o->format, FileKindWords())->required();
     app.add_option("--from", o->from, "start from what the side files of this name hold");
     AddProjectionOptions(app, {""}, "", &o->proj);
@@ -170,21 +192,31 @@ Runner SetUp(CLI::App& app) {
     app.add_option("--coeff", o->coeff, "six affine coefficients A,B,C,D,E,F (pixel centres)");
     app.add_option("--control", o->controls, "a control point: pixel x,y,map x,y (repeatable)");
     app.add_option("--method", o->method, "georeference method: 0-11 or its name");
+    app.add_option("--image", o->image, "geotiff: the TIFF image to copy (with --out)");
+    app.add_option("--out", o->copy, "geotiff: the copy to write, with the tags added");
+    // The name is optional (the copy form has none), so a repeatable option
+    // must not take it as a second value: each occurrence takes one.
+    for (CLI::Option* opt : app.get_options())
+        if (!opt->get_positional() && opt->get_expected_max() > 1)
+            opt->expected(1)->allow_extra_args(false)->multi_option_policy(
+                CLI::MultiOptionPolicy::TakeAll);
     return [o] { return Run(*o); };
 }
 
-const KVCommand command(
-    {"export", "export --format kvr|world|rsf [options] <name>",
-     "write a reference, world or RSF file",
-     "  kvproj export --format kvr --utm 33N --datum WGS84 map.tif   # map.tif.kvr\n"
-     "  kvproj export --format world --coeff 10,0,500005,0,-10,4649995 map.tif\n"
-     "  kvproj export --format rsf --from map.tif map.tif  # corners from map.tfW\n"
-     "  kvproj export --format rsf --control 0,0,500000,4650000 \\\n"
-     "      --control 40,0,500400,4650000 --control 0,30,500000,4649700 map.tif\n",
-     "  0  the file was written\n"
-     "  1  there was nothing to write in that format, or the write failed\n"
-     "  2  bad usage\n"},
-    SetUp);
+const KVCommand
+    command({"export", "export --format FORMAT [options] (<name> | --image IN.tif --out OUT.tif)",
+             "write a side file, or GeoTIFF tags into an image or a copy of it",
+             "  kvproj export --format kvr --utm 33N --datum WGS84 map.tif   # map.tif.kvr\n"
+             "  kvproj export --format world --coeff 10,0,500005,0,-10,4649995 map.tif\n"
+             "  kvproj export --format rsf --from map.tif map.tif  # corners from map.tfW\n"
+             "  kvproj export --format rsf --control 0,0,500000,4650000 \\\n"
+             "      --control 40,0,500400,4650000 --control 0,30,500000,4649700 map.tif\n"
+             "  kvproj export --format geotiff --utm 33N --coeff 10,0,500005,0,-10,4649995 \\\n"
+             "      --image scan.tif --out map.tif   # a copy of scan.tif with the tags\n",
+             "  0  the file was written\n"
+             "  1  there was nothing to write in that format, or the write failed\n"
+             "  2  bad usage\n"},
+            SetUp);
 
 } // namespace
 } // namespace kvtool

@@ -65,7 +65,7 @@ std::string DefaultTitle(const PROJDATA& data) {
 // the valid area (with the frame as a neat line where it cuts the drawing),
 // and the title band.
 std::string Picture(const std::vector<Feature>& features, const Frame& frame, const Options& o,
-                const std::string& title) {
+                    const std::string& title) {
     const Canvas c = MakeCanvas(frame, o.width);
     const double u = c.unit;
     std::string s = Opening(c, title);

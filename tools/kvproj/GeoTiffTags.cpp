@@ -1,0 +1,68 @@
+// GeoTIFF tags as the tool writes them; see GeoTiffTags.h.
+#include "GeoTiffTags.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace kvtool {
+namespace {
+
+constexpr uint16_t kRasterTypeKey = 1025;
+constexpr uint16_t kPixelIsPoint = 2;
+
+// The values of a tag of doubles, or empty when it is absent or not doubles.
+std::vector<double> Doubles(const KVBitmapTagList& tags, unsigned number) {
+    const KVBitmapTag* tag = tags.Find(number);
+    if (!tag || tag->GetType() != KVTAG_DOUBLE) return {};
+    const double* v = static_cast<const double*>(tag->GetDataPtr());
+    return std::vector<double>(v, v + tag->GetItemCount());
+}
+
+bool MergeDoubles(KVBitmapTagList& tags, unsigned number, const std::vector<double>& v) {
+    KVBitmapTag tag;
+    return tag.Assign(KVTAG_DOUBLE, static_cast<unsigned long>(v.size()), v.data()) &&
+           tags.Merge(number, tag);
+}
+
+// The key directory with the raster type set to PixelIsPoint; false when the
+// directory holds no raster type key stored in the directory itself.
+bool PointRasterType(const KVBitmapTagList& tags, KVBitmapTag* out) {
+    const KVBitmapTag* dir = tags.Find(KVTAG_GEO_KEY_DIRECTORY);
+    if (!dir || dir->GetType() != KVTAG_SHORT) return false;
+    std::vector<uint16_t> keys(static_cast<const uint16_t*>(dir->GetDataPtr()),
+                               static_cast<const uint16_t*>(dir->GetDataPtr()) +
+                                   dir->GetItemCount());
+    // A header of four shorts, then entries of four: id, location, count, value.
+    for (size_t i = 4; i + 4 <= keys.size(); i += 4) {
+        if (keys[i] != kRasterTypeKey || keys[i + 1] != 0) continue;
+        keys[i + 3] = kPixelIsPoint;
+        return out->Assign(KVTAG_SHORT, static_cast<unsigned long>(keys.size()), keys.data());
+    }
+    return false;
+}
+
+} // namespace
+
+bool MakeGeoTiffTagsPortable(KVBitmapTagList& tags) {
+    KVBitmapTagList result = tags;
+    std::vector<double> scale = Doubles(tags, KVTAG_MODEL_PIXEL_SCALE);
+    // One tiepoint and a scale: the north-up form (control points give several).
+    if (scale.size() == 3 && Doubles(tags, KVTAG_MODEL_TIEPOINT).size() == 6) {
+        scale[1] = -scale[1];
+        if (!MergeDoubles(result, KVTAG_MODEL_PIXEL_SCALE, scale)) return false;
+    }
+    std::vector<double> matrix = Doubles(tags, KVTAG_MATRIX);
+    if (matrix.size() == 16) {
+        if (!MergeDoubles(result, KVTAG_MODEL_TRANSFORMATION, matrix)) return false;
+        matrix[5] = -matrix[5];
+        if (!MergeDoubles(result, KVTAG_MATRIX, matrix)) return false;
+    }
+    KVBitmapTag directory;
+    if (tags.Find(KVTAG_GEO_KEY_DIRECTORY) &&
+        (!PointRasterType(tags, &directory) || !result.Merge(KVTAG_GEO_KEY_DIRECTORY, directory)))
+        return false;
+    tags = result;
+    return true;
+}
+
+} // namespace kvtool

@@ -1,0 +1,27 @@
+// GeoTIFF tags as the tool writes them: the library's tags, made to read back
+// the same in the library's own reader and in other GeoTIFF readers.
+#ifndef KVPROJ_TOOL_GEOTIFFTAGS_H
+#define KVPROJ_TOOL_GEOTIFFTAGS_H
+
+#include "kvlibw/bitmaptag.h"
+
+namespace kvtool {
+
+// Adjusts the tags built by KVProjBuildGeoTIFFTags before they are written:
+// - the library writes the pixel scale as (A, E) while its reader takes
+//   E = -ScaleY; the published form is (A, -E), positive for a north-up
+//   image, which both readers take as E;
+// - the library keeps a rotated georeference's matrix at 33920 and reads its
+//   m5 back as -E: that copy gets m5 = -E, and the matrix as built (m5 = E)
+//   also goes under the published number 34264, which other readers use and
+//   the library ignores;
+// - the tiepoint ties raster (0, 0) to the coefficients' C and F, the centre
+//   of the first pixel, which a GeoTIFF calls RasterPixelIsPoint: the raster
+//   type key says so, and other readers then put the image's corner half a
+//   pixel further out, where a world file of the same coefficients puts it.
+// False when a tag cannot be changed (the list is then left as it was).
+bool MakeGeoTiffTagsPortable(KVBitmapTagList& tags);
+
+} // namespace kvtool
+
+#endif
