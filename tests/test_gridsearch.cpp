@@ -58,7 +58,8 @@ TEST_F(GridSearchPath, EachFileComesFromTheFirstFolderHoldingIt) {
         double lon; // NaN: the conversion fails
         std::string reported;
     } cases[] = {
-        {a.Path() + ":" + b.Path() + ":" + c.Path(), -98.99, a.Path() + ":" + b.Path() + ":" + c.Path()},
+        {a.Path() + ":" + b.Path() + ":" + c.Path(), -98.99,
+         a.Path() + ":" + b.Path() + ":" + c.Path()},
         {c.Path() + ":" + b.Path(), -98.98, c.Path() + ":" + b.Path()},
         // Empty entries are skipped; a folder without a trailing '/' gets one.
         {"::" + b.Path().substr(0, b.Path().size() - 1) + ":", -98.99, b.Path()},

@@ -105,8 +105,8 @@ TEST(ToolGrid, GaussKruegerToUtmThroughAnNtv2GridInOneCommand) {
         gk += std::to_string(c.gkE) + " " + std::to_string(c.gkN) + "\n";
         utm += std::to_string(c.utmE) + " " + std::to_string(c.utmN) + "\n";
     }
-    const std::string forward = "convert --src-proj " + std::string(kGaussKrueger3) +
-                                " --grid " + kvtest::Quote(kDhdnClip) + " --dst-utm 32N";
+    const std::string forward = "convert --src-proj " + std::string(kGaussKrueger3) + " --grid " +
+                                kvtest::Quote(kDhdnClip) + " --dst-utm 32N";
     const std::string inverse = "convert --src-utm 32N --grid " + kvtest::Quote(kDhdnClip) +
                                 " --grid-inv --dst-proj " + kGaussKrueger3;
     const kvtest::ToolRun there = kvtest::RunTool(forward + " --precision 4", gk);
@@ -167,11 +167,12 @@ TEST(ToolGrid, GridDatumsLookInTheFoldersNamed) {
          "-98.990000000 31.000000000\n", ""},
         {"--src-datum 232 --dst-datum 4326 --grid-dir " + e, "", "-99 31\n", 1, "",
          "'NAD 1927 - CONUS (NADCON)' needs the grid files conus.LAS and conus.LOS, not found "
-         "in: " + empty.Path() + ", "},
+         "in: " +
+             empty.Path() + ", "},
         {"--src-datum 253 --dst-datum WGS84 --grid-dir " + b, "", "-75.2 42.7\n", 0,
          "-75.199376389 42.700726389\n", ""},
-        {"--src-datum WGS84 --dst-datum 253 --grid-dir " + b, "", "-75.199376388909 42.700726388888\n",
-         0, "-75.200000000 42.700000000\n", ""},
+        {"--src-datum WGS84 --dst-datum 253 --grid-dir " + b, "",
+         "-75.199376388909 42.700726388888\n", 0, "-75.200000000 42.700000000\n", ""},
         {"--src-datum 253 --dst-datum WGS84 --grid-dir " + c + " --grid-dir " + b, "", "", 1, "",
          "ntv2_0.gsb' ends before the data its headers declare"},
         {"--src-datum 253 --dst-datum WGS84", nadcon.Path(), "", 1, "",

@@ -54,7 +54,8 @@ bool byGeographic(int code, const std::string& arg, DatumChoice* out, std::strin
     for (int i = 0; i < kEpsgGeographicCount && !g; ++i)
         if (kEpsgGeographics[i].code == code) g = &kEpsgGeographics[i];
     if (!g) {
-        *error = "'" + arg + "' is neither a geographic system nor a geodetic datum in the EPSG "
+        *error = "'" + arg +
+                 "' is neither a geographic system nor a geodetic datum in the EPSG "
                  "tables";
         return false;
     }
@@ -62,8 +63,8 @@ bool byGeographic(int code, const std::string& arg, DatumChoice* out, std::strin
     if (g->primeMeridianCode != 8901 || !DatGetDatumFromPOSCNumber(&id, g->datumCode)) {
         const EpsgDatum* d = EpsgFindDatum(g->datumCode);
         *error = "'" + arg + "' (" + g->name + ") is on the datum " +
-                 (d ? std::string(d->name) : std::string("?")) + " (EPSG:" +
-                 std::to_string(g->datumCode) + ")" +
+                 (d ? std::string(d->name) : std::string("?")) +
+                 " (EPSG:" + std::to_string(g->datumCode) + ")" +
                  (g->primeMeridianCode != 8901 ? ", with longitudes from a meridian other than "
                                                  "Greenwich, which no built-in datum expresses"
                                                : ", which no built-in datum carries");
@@ -205,6 +206,20 @@ bool DatumEllipsoid(const DatumChoice& datum, int* ellipsoid, double* majorRadiu
     return true;
 }
 
+std::string CustomNameProblem(const std::string& name) {
+    if (name.empty()) return "the name is empty";
+    if (name.size() > 255) return "the name is longer than 255 bytes";
+    const size_t first = name.find_first_not_of(' ');
+    if (first == std::string::npos) return "the name is only blanks";
+    if (name[first] == ';')
+        return "a profile reads a line starting with ';' as a comment, so the datum would never "
+               "be found again";
+    if (name[first] == '[' && name.find(']', first) != std::string::npos)
+        return "a profile reads a line starting with '[' and holding a ']' as a section header, "
+               "so the datum would never be found again";
+    return "";
+}
+
 std::string DestinationProblem(const DatumChoice& datum) {
     if (datum.custom || DatReversible(datum.type)) return "";
     const int method = datum.step.Method;
@@ -325,14 +340,14 @@ struct EllipsoidAlias {
     int row;
 };
 constexpr EllipsoidAlias kEllipsoidAliases[] = {
-    {"MERIT", 1},     {"SGS85", 2},      {"GRS80", 3},      {"IAU76", 4},     {"airy", 5},
-    {"APL4.9", 6},    {"NWL9D", 7},      {"mod_airy", 8},   {"andrae", 9},    {"aust_SA", 10},
-    {"GRS67", 11},    {"bessel", 12},    {"bess_nam", 13},  {"clrk66", 15},   {"clrk80", 16},
-    {"CPM", 17},      {"delmbr", 18},    {"engelis", 19},   {"evrst30", 20},  {"evrst48", 21},
-    {"evrstSS", 24},  {"fschr60", 27},   {"fschr60m", 28},  {"fschr68", 29},  {"helmert", 30},
-    {"hough", 31},    {"intl", 34},      {"krass", 35},     {"kaula", 36},    {"lerch", 37},
-    {"mprts", 38},    {"new_intl", 39},  {"plessis", 40},   {"SEasia", 41},   {"walbeck", 43},
-    {"WGS60", 44},    {"WGS66", 45},     {"WGS72", 46},     {"WGS84", 47},    {"sphere", 48},
+    {"MERIT", 1},      {"SGS85", 2},     {"GRS80", 3},     {"IAU76", 4},    {"airy", 5},
+    {"APL4.9", 6},     {"NWL9D", 7},     {"mod_airy", 8},  {"andrae", 9},   {"aust_SA", 10},
+    {"GRS67", 11},     {"bessel", 12},   {"bess_nam", 13}, {"clrk66", 15},  {"clrk80", 16},
+    {"CPM", 17},       {"delmbr", 18},   {"engelis", 19},  {"evrst30", 20}, {"evrst48", 21},
+    {"evrstSS", 24},   {"fschr60", 27},  {"fschr60m", 28}, {"fschr68", 29}, {"helmert", 30},
+    {"hough", 31},     {"intl", 34},     {"krass", 35},    {"kaula", 36},   {"lerch", 37},
+    {"mprts", 38},     {"new_intl", 39}, {"plessis", 40},  {"SEasia", 41},  {"walbeck", 43},
+    {"WGS60", 44},     {"WGS66", 45},    {"WGS72", 46},    {"WGS84", 47},   {"sphere", 48},
     {"clrk80ign", 52},
 };
 

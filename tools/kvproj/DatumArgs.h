@@ -38,6 +38,13 @@ KVProj::DATUMXFORM MakeDatumXform(const DatumChoice& src, const DatumChoice& des
 bool DatumEllipsoid(const DatumChoice& datum, int* ellipsoid, double* majorRadius,
                     double* flattening);
 
+// Why a custom datum called `name` cannot be kept in a profile ("" when it
+// can): an empty name, one longer than 255 bytes, or one the profile would
+// read back as something else (a comment line for a leading ';', a section
+// header for a leading '[' with a ']' after it, blanks before either
+// included), so that it would be saved and never found again.
+std::string CustomNameProblem(const std::string& name);
+
 // Why `datum` cannot be the destination of a conversion ("" when it can): the
 // grid and regression datums 229..233 go to WGS 84 only.
 std::string DestinationProblem(const DatumChoice& datum);

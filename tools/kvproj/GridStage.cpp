@@ -77,7 +77,8 @@ bool LoadNtv2Grid(const std::string& path, std::string* error) {
 
 std::vector<Ntv2SubGridInfo> LoadedSubGrids() {
     std::vector<Ntv2SubGridInfo> grids(static_cast<size_t>(NTV2GetSubGrids(nullptr, 0)));
-    grids.resize(static_cast<size_t>(NTV2GetSubGrids(grids.data(), static_cast<int>(grids.size()))));
+    grids.resize(
+        static_cast<size_t>(NTV2GetSubGrids(grids.data(), static_cast<int>(grids.size()))));
     return grids;
 }
 

@@ -3,10 +3,13 @@
 
 #include "Command.h"
 #include "DatumArgs.h"
+#include "Numbers.h"
+#include "Suggest.h"
 
 #include "kvproj/kvproj.h"
 
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -75,9 +78,107 @@ struct Options {
     std::vector<std::string> gridDirs;
     std::string profile;
     bool list = false;
+    bool json = false;
+    std::string save, remove;              // a custom datum to save or delete
+    bool saving = false, removing = false; // the options were given (even empty)
+    std::string method = "molodensky", ellipsoid, shift = "0,0,0", rotation, scale, pm;
 };
 
+// "a,b,c": exactly `n` finite numbers separated by commas.
+bool ParseList(const std::string& text, size_t n, double* out) {
+    size_t start = 0;
+    for (size_t i = 0; i < n; ++i) {
+        const size_t end = i + 1 < n ? text.find(',', start) : text.size();
+        if (end == std::string::npos || !ParseFinite(text.substr(start, end - start), &out[i]))
+            return false;
+        start = end + 1;
+    }
+    return true;
+}
+
+// The step --method, --ellipsoid, --shift, --rotation, --scale and --pm describe.
+bool StepFromOptions(const Options& o, DATUM2WGS84* s, std::string* error) {
+    std::memset(s, 0, sizeof *s);
+    const std::string m = Folded(o.method);
+    s->Method = m == "molodensky"                  ? DM_MOLODENSKY
+                : m == "bursa" || m == "bursawolf" ? DM_BURSA
+                : m == "none"                      ? DM_NOXFORM
+                                                   : DatumMethod(-1);
+    if (s->Method == DatumMethod(-1))
+        return (*error = "--method takes molodensky, bursa or none, not '" + o.method + "'"), false;
+    const bool bursa = s->Method == DM_BURSA;
+    if (!bursa && (!o.rotation.empty() || !o.scale.empty()))
+        return (*error = "--rotation and --scale go with --method bursa"), false;
+    if (s->Method == DM_NOXFORM) return true;
+    int e = 0;
+    if (o.ellipsoid.empty()) return (*error = "--save needs --ellipsoid E"), false;
+    if (!EllipsoidByName(o.ellipsoid, &e) || e == ELLIPSOID_USER_DEFINED)
+        return (*error =
+                    "unknown ellipsoid '" + o.ellipsoid + "'" + EllipsoidSuggestion(o.ellipsoid)),
+               false;
+    s->Ellipsoid = static_cast<EllipsoidType>(e);
+    double a = 0, f = 0, v[3] = {0, 0, 0};
+    char name[KVPROJ_NAME_LEN];
+    EllipsoidInfo(s->Ellipsoid, name, &a, &f);
+    s->MajorRadius = a, s->Flattening = f;
+    if (!ParseList(o.shift, 3, v)) return (*error = "--shift takes DX,DY,DZ in metres"), false;
+    s->dx = v[0], s->dy = v[1], s->dz = v[2];
+    if (!o.rotation.empty() && !ParseList(o.rotation, 3, v))
+        return (*error = "--rotation takes RX,RY,RZ in arcseconds"), false;
+    if (!o.rotation.empty()) s->rx = v[0], s->ry = v[1], s->rz = v[2];
+    if (!o.scale.empty() && !ParseFinite(o.scale, &v[0]))
+        return (*error = "--scale takes parts per million"), false;
+    if (!o.scale.empty()) s->k = v[0];
+    if (!o.pm.empty() && !ParseFinite(o.pm, &v[0]))
+        return (*error = "--pm takes degrees east of Greenwich"), false;
+    if (!o.pm.empty()) s->PMShift = v[0];
+    return true;
+}
+
+// --save NAME / --delete NAME in --profile FILE.
+int Store(const Options& o) {
+    if (o.saving && o.removing) return UsageError("datum: give --save or --delete");
+    if (o.profile.empty()) return UsageError("datum: --save and --delete need --profile FILE");
+    if (!o.words.empty() || o.list) return UsageError("datum: --save and --delete take no datum");
+    const std::string& name = o.saving ? o.save : o.remove;
+    DatumType builtIn = DATUM_NONE;
+    if (NDatIsBuiltIn(o.profile.c_str(), name.c_str(), &builtIn))
+        return UsageError("datum: '" + name + "' is the built-in datum " +
+                          std::to_string(int(builtIn)) + ": choose another name");
+    if (o.removing) {
+        if (!NDatExists(o.profile.c_str(), name.c_str(), nullptr))
+            return Failure("datum: no custom datum '" + name + "' in " + o.profile);
+        if (!NDatDelete(o.profile.c_str(), name.c_str()))
+            return Failure("datum: cannot rewrite " + o.profile);
+        std::printf("deleted '%s' from %s\n", name.c_str(), o.profile.c_str());
+        return EXIT_OK;
+    }
+    const std::string problem = CustomNameProblem(name);
+    if (!problem.empty()) return UsageError("datum: cannot save '" + name + "': " + problem);
+    DatumChoice shadow; // an id, code or short name would always mean the built-in datum
+    std::string ignored;
+    if (ResolveDatum(name, "", &shadow, &ignored))
+        return UsageError("datum: cannot save '" + name + "': the name already stands for " +
+                          "the built-in datum " + std::to_string(int(shadow.type)) + " (" +
+                          shadow.name + ")");
+    DATUM2WGS84 step;
+    std::string error;
+    if (!StepFromOptions(o, &step, &error)) return UsageError("datum: " + error);
+    char message[256] = "";
+    DATUMXFORM x{};
+    x.SrcDatum = DATUM_USER_DEFINED;
+    x.DestDatum = DATUM_WGS84;
+    x.Step1 = step;
+    if (DatCheckParams(&x, message, false) != 0)
+        return UsageError("datum: cannot save '" + name + "': " + message);
+    if (!NDatSave(o.profile.c_str(), name.c_str(), &step))
+        return Failure("datum: cannot write " + o.profile);
+    std::printf("saved '%s' in %s\n", name.c_str(), o.profile.c_str());
+    return EXIT_OK;
+}
+
 int Run(const Options& o) {
+    if (o.saving || o.removing) return Store(o);
     if (o.list) {
         if (!o.words.empty()) return UsageError("datum: unexpected argument '" + o.words[0] + "'");
         return ListDatums(o.profile);
@@ -94,19 +195,39 @@ int Run(const Options& o) {
 
 Runner SetUp(CLI::App& app) {
     auto o = std::make_shared<Options>();
-    app.add_option("datum", o->words,
-                   "id, name, EPSG code (6267, 4267) or custom name");
+    app.add_option("datum", o->words, "id, name, EPSG code (6267, 4267) or custom name");
     app.add_option("--profile", o->profile, "a profile FILE holding custom datums");
     app.add_flag("--list", o->list, "list every datum (as kvproj list datums)");
     app.add_option("--grid-dir", o->gridDirs, "search DIR for a grid datum's files")
         ->allow_extra_args(false);
-    return [o] { return Run(*o); };
+    CLI::Option* save = app.add_option("--save", o->save, "save a custom datum NAME in --profile")
+                            ->type_name("NAME");
+    CLI::Option* remove =
+        app.add_option("--delete", o->remove, "delete the custom datum NAME from --profile")
+            ->type_name("NAME");
+    app.add_option("--method", o->method, "with --save: molodensky (default), bursa, none")
+        ->type_name("M");
+    app.add_option("--ellipsoid", o->ellipsoid, "with --save: its ellipsoid (bessel, intl, 7)")
+        ->type_name("E");
+    app.add_option("--shift", o->shift, "with --save: DX,DY,DZ to WGS 84 in metres")
+        ->type_name("DX,DY,DZ");
+    app.add_option("--rotation", o->rotation, "with --save: RX,RY,RZ in arcseconds")
+        ->type_name("RX,RY,RZ");
+    app.add_option("--scale", o->scale, "with --save: scale difference in ppm")->type_name("PPM");
+    app.add_option("--pm", o->pm, "with --save: prime meridian, degrees east")->type_name("DEG");
+    return [o, save, remove] {
+        o->saving = save->count() > 0;
+        o->removing = remove->count() > 0;
+        return Run(*o);
+    };
 }
 
 const KVCommand command({"datum", "datum <name|id|epsg> [--profile F]",
                          "show a datum's step to WGS 84",
                          "  kvproj datum NAD27\n"
-                         "  kvproj datum 'My site' --profile datums.ini\n"},
+                         "  kvproj datum 'My site' --profile datums.ini\n"
+                         "  kvproj datum --profile datums.ini --save 'My site' \\\n"
+                         "      --method bursa --ellipsoid intl --shift -87,-98,-121\n"},
                         SetUp);
 
 } // namespace
