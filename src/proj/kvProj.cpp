@@ -20,6 +20,7 @@
 #include "frame/StringTable.h"
 #include "frame/Util.h"
 #include "proj/kvPClip.h"
+#include "proj/PointPasses.h"
 #include "proj/ProjParams.h"
 #include "proj/StatePlane.h"
 #include "projections/ProjModule.h"
@@ -46,28 +47,6 @@ inline PROJDATA* Record(void* handle) {
 
 inline bool IsStatePlane(int type) {
     return type == PT_STATE_PLANE_27 || type == PT_STATE_PLANE_83;
-}
-
-// One pass over the points: a point with a non-finite member is marked, the
-// others go through `stage`. Every stage of both directions runs in such a
-// pass; true when any point was marked.
-template <typename Stage> bool MarkedPass(PROJPOINT* points, int count, Stage stage) {
-    bool marked = false;
-    for (int i = 0; i < count; ++i) {
-        PROJPOINT& p = points[i];
-        if (!std::isfinite(p.x) || !std::isfinite(p.y)) {
-            MarkUnplottable(p);
-            marked = true;
-            continue;
-        }
-        stage(p);
-    }
-    return marked;
-}
-
-// Marks every point with a non-finite member; true when any was marked.
-bool ScanNonFinite(PROJPOINT* points, int count) {
-    return MarkedPass(points, count, [](PROJPOINT&) {});
 }
 
 void AnglesDegToRad(PROJDATA& d) {
@@ -148,63 +127,6 @@ const PROJMODULE* Begin(PROJDATA* h, PROJPOINT* points, int count, PROJDATA& wor
     if (ScanNonFinite(points, count)) h->iResult = 1;
     if (failed) KV_ASSERT_FAIL();
     return nullptr;
-}
-
-// Post-scan, false origin and scale in one pass: each stage only touches
-// coordinates that the previous one left finite and unmarked.
-bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count) {
-    const bool offset = !(work.xOrg == 0.0 && work.yOrg == 0.0);
-    const bool scale = work.Scale != 1.0;
-    const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
-    return MarkedPass(points, count, [=](PROJPOINT& p) {
-        if (offset) {
-            if (p.x != kUnplottable) p.x += x0;
-            if (p.y != kUnplottable) p.y += y0;
-        }
-        if (scale) {
-            if (p.x != kUnplottable) p.x *= s;
-            if (p.y != kUnplottable) p.y *= s;
-        }
-    });
-}
-
-// Pre-scan, scale and false origin of the inverse in one pass; true when
-// the pre-scan marked a point.
-bool PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
-    const bool offset = !(work.xOrg == 0.0 && work.yOrg == 0.0);
-    const bool scale = work.Scale != 1.0;
-    const double x0 = work.xOrg, y0 = work.yOrg, s = work.Scale;
-    if (!offset && !scale) return ScanNonFinite(points, count);
-    return MarkedPass(points, count, [=](PROJPOINT& p) {
-        if (scale) {
-            if (p.x != kUnplottable) p.x /= s;
-            if (p.y != kUnplottable) p.y /= s;
-        }
-        if (offset) {
-            if (p.x != kUnplottable) p.x -= x0;
-            if (p.y != kUnplottable) p.y -= y0;
-        }
-    });
-}
-
-// Pre-scan, folding and degrees to radians of the forward points in one pass.
-bool PrepareForward(PROJPOINT* points, int count) {
-    return MarkedPass(points, count, [](PROJPOINT& p) {
-        p.x = FoldLongitude(p.x);
-        p.y = FoldLatitude(p.y);
-        if (p.x != kUnplottable) p.x = DegToRad(p.x);
-        if (p.y != kUnplottable) p.y = DegToRad(p.y);
-    });
-}
-
-// Post-scan, radians to degrees and folding of the inverse results.
-bool FinishInverse(PROJPOINT* points, int count) {
-    return MarkedPass(points, count, [](PROJPOINT& p) {
-        if (p.x != kUnplottable) p.x = RadToDeg(p.x);
-        if (p.y != kUnplottable) p.y = RadToDeg(p.y);
-        p.x = FoldLongitude(p.x);
-        p.y = FoldLatitude(p.y);
-    });
 }
 
 // One conversion call: the handle's record, the working copy and the row.
