@@ -1,205 +1,486 @@
 // Lines are read into blocks; each block keeps the text of its lines in one
-// string and, per line, where the coordinates end, so converting and writing a
-// block allocates nothing per line.
+// string. A block is then read, converted and formatted on its own (into its
+// own output and report text), so blocks can be worked on by several threads
+// and still be written in input order: the output does not depend on the
+// number of threads.
 #include "ConvertStream.h"
 
 #include "Command.h"
+#include "Fields.h"
 #include "GridStage.h"
 #include "LineInput.h"
 #include "Numbers.h"
 #include "Text.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstdio>
+#include <condition_variable>
 #include <cstring>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 namespace kvtool {
 namespace {
 
-constexpr size_t kBlock = 4096;
+constexpr size_t kBlockBytes = 1 << 20; // a block is cut at this much text as well
+
+enum RowKind : unsigned char { TEXT, POINT, TOO_LONG_LINE };
 
 struct Row {
     size_t begin, end; // the line in the block's text
-    size_t rest;       // where the text after the two coordinates starts
-    bool point;
-    char separator; // between the coordinates: ' ' or ','
+    RowKind kind;
 };
 
 bool IsBlank(char c) {
     return c == ' ' || c == '\t';
 }
 
-// One number ending at a blank, tab, comma or the end of the line.
-bool ReadNumber(const char* s, size_t size, size_t* pos, double* value) {
-    const size_t start = *pos;
-    size_t end = start;
-    while (end < size && !IsBlank(s[end]) && s[end] != ',')
-        ++end;
-    if (end == start || !ParseNumber(s + start, end - start, value)) return false;
-    *pos = end;
-    return true;
+// Blank lines and '#' comments pass through unread.
+bool IsPassThrough(const char* text, size_t size) {
+    size_t first = 0;
+    while (first < size && IsBlank(text[first]))
+        ++first;
+    return first == size || text[first] == '#';
 }
 
-// Splits "x y rest" / "x,y,rest"; false when the line has no two numbers.
-bool ParsePoint(const char* s, size_t size, KVProj::PROJPOINT* p, Row* row) {
-    size_t pos = 0;
-    while (pos < size && IsBlank(s[pos]))
-        ++pos;
-    if (!ReadNumber(s, size, &pos, &p->x)) return false;
-    while (pos < size && IsBlank(s[pos]))
-        ++pos;
-    row->separator = ' ';
-    if (pos < size && s[pos] == ',') {
-        row->separator = ',';
-        ++pos;
-        while (pos < size && IsBlank(s[pos]))
-            ++pos;
-    }
-    if (!ReadNumber(s, size, &pos, &p->y)) return false;
-    row->rest = pos;
-    return true;
+// Why a coordinate field could not be read, for the report.
+const char* WhyNotANumber(const char* line, Span field, char delimiter) {
+    if (field.begin == kNoField) return "cannot read two coordinates from";
+    const std::string value(line + field.begin, field.end - field.begin);
+    if (value.find(',') != std::string::npos)
+        return "a decimal comma (not read: write a point) in";
+    if (delimiter == ',' && value.find_first_of(" \t") != std::string::npos)
+        return "a blank inside a comma-separated field (decimal commas?) in";
+    return "cannot read two coordinates from";
 }
 
 class Block {
 public:
-    explicit Block(const StreamOptions& o) : m_opt(o) {
-        m_rows.reserve(kBlock);
-        m_points.reserve(kBlock);
-    }
-    size_t Size() const { return m_rows.size(); }
+    Block(const StreamOptions& o, const Pipeline& stages) : m_opt(o), m_stages(stages) {}
 
-    void AddText(const char* text, size_t size) {
+    size_t Lines() const { return m_rows.size(); }
+    size_t Bytes() const { return m_text.size(); }
+    long long FirstLine() const { return m_firstLine; }
+    long long LastLine() const { return m_firstLine + static_cast<long long>(m_rows.size()) - 1; }
+
+    void Start(long long firstLine, const Dialect& d, const std::string& name) {
+        m_firstLine = firstLine;
+        m_dialect = d;
+        m_name = &name;
+        m_text.clear();
+        m_rows.clear();
+        m_out.clear();
+        m_reports.clear();
+        m_bad = 0;
+        m_failed = m_stopped = false;
+    }
+    void SetDialect(const Dialect& d) { m_dialect = d; }
+    void Add(const char* text, size_t size, RowKind kind) {
         const size_t begin = m_text.size();
         m_text.append(text, size);
-        m_rows.push_back({begin, m_text.size(), 0, false, ' '});
+        m_rows.push_back({begin, m_text.size(), kind});
     }
-    // Null when the line was added as a point, else why it cannot be one
-    // (nothing is added then).
-    const char* AddPoint(const char* text, size_t size, long long line) {
-        Row row{0, 0, 0, true, ' '};
-        KVProj::PROJPOINT p{0.0, 0.0};
-        if (!ParsePoint(text, size, &p, &row)) return "cannot read two coordinates from";
-        // "12,5 45,3" is two numbers with decimal commas, not 12 and 5.
-        if (row.separator == ',' && row.rest < size && IsBlank(text[row.rest]))
-            return "a comma and then a blank (decimal commas?) in";
-        if (!std::isfinite(p.x) || !std::isfinite(p.y)) return "a coordinate is not finite in";
-        if (m_opt.lonLatInput && !(std::fabs(p.y) <= 90.0))
+
+    // Reads, converts and formats every line: touches nothing but the block.
+    void Work() {
+        Read();
+        if (!Convert()) {
+            m_failed = true;
+            return;
+        }
+        ReportOutside();
+        Format();
+    }
+
+    bool Failed() const { return m_failed; }
+    bool Stopped() const { return m_stopped; }
+    long long BadLines() const { return m_bad; }
+    const std::string& Output() const { return m_out; }
+    const std::string& Reports() const { return m_reports; }
+
+private:
+    struct Parsed {
+        Span first, second; // the coordinate fields; kNoField when missing
+        long long point;    // index into m_points, -1 for a bad line
+    };
+
+    void Read() {
+        m_parsed.assign(m_rows.size(), Parsed{});
+        m_points.clear();
+        m_pointRows.clear();
+        for (size_t i = 0; i < m_rows.size(); ++i) {
+            if (m_rows[i].kind == TEXT) continue;
+            const char* why = ReadPoint(m_rows[i], &m_parsed[i]);
+            if (!why) continue;
+            ++m_bad;
+            Report(i, why);
+            if (m_opt.strict) { // nothing from this line on is written
+                m_rows.resize(i);
+                m_stopped = true;
+                return;
+            }
+        }
+    }
+
+    // Null when the row became a point, else why it cannot be one.
+    const char* ReadPoint(const Row& r, Parsed* p) {
+        p->point = -1;
+        p->first = p->second = Span{kNoField, kNoField};
+        if (r.kind == TOO_LONG_LINE) return "line longer than the limit";
+        const char* line = m_text.data() + r.begin;
+        const size_t size = r.end - r.begin;
+        double a = 0.0, b = 0.0;
+        bool missing = false;
+        if (!ReadCoordinates(line, size, m_dialect, m_scratch, &a, &b, &p->first, &p->second,
+                             &missing)) {
+            if (missing) return "cannot read two coordinates from";
+            double v = 0.0;
+            const Span fa = FieldValue(line, p->first);
+            const bool firstOk = ParseNumber(line + fa.begin, fa.end - fa.begin, &v);
+            return WhyNotANumber(line, firstOk ? FieldValue(line, p->second) : fa,
+                                 m_dialect.delimiter);
+        }
+        KVProj::PROJPOINT pt{m_opt.latFirstIn ? b : a, m_opt.latFirstIn ? a : b};
+        if (!std::isfinite(pt.x) || !std::isfinite(pt.y)) return "a coordinate is not finite in";
+        if (m_opt.lonLatInput && !(std::fabs(pt.y) <= 90.0))
             return "the latitude is outside -90..90 in";
-        row.begin = m_text.size();
-        row.rest += row.begin;
-        m_text.append(text, size);
-        row.end = m_text.size();
-        m_rows.push_back(row);
-        m_points.push_back(p);
-        m_lines.push_back(line);
+        p->point = static_cast<long long>(m_points.size());
+        m_points.push_back(pt);
+        m_pointRows.push_back(static_cast<size_t>(&r - m_rows.data()));
         return nullptr;
     }
 
-    bool Convert(const Pipeline& stages) {
+    void Report(size_t i, const char* why) {
+        const Row& r = m_rows[i];
+        m_reports += "kvproj: convert: " + *m_name + ":" +
+                     std::to_string(m_firstLine + static_cast<long long>(i)) + ": ";
+        if (r.kind == TOO_LONG_LINE) {
+            m_reports += "line longer than " + std::to_string(LineInput::kMaxLine) + " bytes\n";
+        } else {
+            m_reports += why;
+            m_reports += " '" + Shown(m_text.substr(r.begin, r.end - r.begin)) + "'\n";
+        }
+    }
+
+    bool Convert() {
         const int n = static_cast<int>(m_points.size());
         if (n == 0) return true;
         KVProj::PROJPOINT* pts = m_points.data();
-        if (stages.inverse && !KVProj::ProjInverse(stages.inverse, pts, n)) return false;
+        if (m_stages.inverse && !KVProj::ProjInverse(m_stages.inverse, pts, n)) return false;
         m_outside.clear();
-        if (stages.grid && !stages.grid->Apply(pts, n, &m_outside)) return false;
-        if (stages.datum) {
+        if (m_stages.grid && !m_stages.grid->Apply(pts, n, &m_outside)) return false;
+        if (m_stages.datum) {
             static_assert(sizeof(KVProj::DATUMPOINT) == sizeof(KVProj::PROJPOINT),
                           "both point records are two doubles");
             m_datumPoints.resize(m_points.size());
             std::memcpy(m_datumPoints.data(), pts, m_points.size() * sizeof(*pts));
-            if (!KVProj::DatConvertDatum(stages.datum, m_datumPoints.data(), n)) return false;
+            if (!KVProj::DatConvertDatum(m_stages.datum, m_datumPoints.data(), n)) return false;
             std::memcpy(pts, m_datumPoints.data(), m_points.size() * sizeof(*pts));
         }
-        return !stages.forward || KVProj::ProjForward(stages.forward, pts, n);
+        return !m_stages.forward || KVProj::ProjForward(m_stages.forward, pts, n);
     }
 
-    void Format(std::string& out) const {
-        size_t k = 0;
-        for (const Row& r : m_rows) {
-            if (!r.point) {
-                out.append(m_text, r.begin, r.end - r.begin);
-            } else {
-                const KVProj::PROJPOINT& p = m_points[k++];
-                if (p.x == KVPROJ_UNPLOTTABLE || p.y == KVPROJ_UNPLOTTABLE) {
-                    out += m_opt.marker;
-                    out += r.separator;
-                    out += m_opt.marker;
-                } else {
-                    AppendFixed(out, p.x, m_opt.precision);
-                    out += r.separator;
-                    AppendFixed(out, p.y, m_opt.precision);
-                }
-                out.append(m_text, r.rest, r.end - r.rest);
-            }
-            out += '\n';
+    // Points the grid does not cover are bad lines (their marker is set).
+    void ReportOutside() {
+        for (int k : m_outside) {
+            const size_t row = m_pointRows[static_cast<size_t>(k)];
+            ++m_bad;
+            m_reports += "kvproj: convert: " + *m_name + ":" +
+                         std::to_string(m_firstLine + static_cast<long long>(row)) +
+                         ": the point is outside the grid '" + m_stages.grid->Path() + "'\n";
         }
     }
 
-    // Reports the points the grid does not cover, as bad lines; how many.
-    long long ReportOutside(const std::string& name, const std::string& grid) const {
-        for (int k : m_outside)
-            std::fprintf(stderr, "kvproj: convert: %s:%lld: the point is outside the grid '%s'\n",
-                         name.c_str(), m_lines[static_cast<size_t>(k)], grid.c_str());
-        return static_cast<long long>(m_outside.size());
+    // The value of the first (`first`) or second coordinate field of a row.
+    void AppendValue(const Parsed& p, bool first) {
+        if (p.point < 0) {
+            m_out += m_opt.marker;
+            return;
+        }
+        const KVProj::PROJPOINT& pt = m_points[static_cast<size_t>(p.point)];
+        if (pt.x == KVPROJ_UNPLOTTABLE || pt.y == KVPROJ_UNPLOTTABLE) {
+            m_out += m_opt.marker;
+            return;
+        }
+        AppendFixed(m_out, first != m_opt.latFirstOut ? pt.x : pt.y, m_opt.precision);
     }
 
-    void Clear() {
-        m_lines.clear();
-        m_text.clear();
-        m_rows.clear();
-        m_points.clear();
+    // The line with its coordinate fields replaced; fields a bad line lacks
+    // are added at its end.
+    void FormatPoint(const char* line, size_t size, const Parsed& p) {
+        const bool firstIsLeft = p.first.begin <= p.second.begin;
+        const Span& left = firstIsLeft ? p.first : p.second;
+        const Span& right = firstIsLeft ? p.second : p.first;
+        if (left.begin == kNoField) { // both missing (right is missing too)
+            m_out.append(line, size);
+        } else {
+            m_out.append(line, left.begin);
+            AppendValue(p, firstIsLeft);
+            if (right.begin == kNoField) {
+                m_out.append(line + left.end, size - left.end);
+            } else {
+                m_out.append(line + left.end, right.begin - left.end);
+                AppendValue(p, !firstIsLeft);
+                m_out.append(line + right.end, size - right.end);
+            }
+        }
+        const size_t added = (left.begin == kNoField) + (right.begin == kNoField);
+        for (size_t k = 0; k < added; ++k) {
+            if (size > 0 || k > 0) m_out += m_dialect.delimiter;
+            m_out += m_opt.marker;
+        }
+    }
+
+    void Format() {
+        m_out.reserve(m_text.size() + m_rows.size() * 8);
+        for (size_t i = 0; i < m_rows.size(); ++i) {
+            const Row& r = m_rows[i];
+            if (r.kind == TEXT)
+                m_out.append(m_text, r.begin, r.end - r.begin);
+            else
+                FormatPoint(m_text.data() + r.begin, r.end - r.begin, m_parsed[i]);
+            m_out += '\n';
+        }
+    }
+
+    const StreamOptions& m_opt;
+    const Pipeline& m_stages;
+    Dialect m_dialect;
+    const std::string* m_name = nullptr;
+    long long m_firstLine = 1;
+    std::string m_text;
+    std::vector<Row> m_rows;
+    std::vector<Parsed> m_parsed;
+    std::vector<Span> m_scratch;
+    std::vector<KVProj::PROJPOINT> m_points;
+    std::vector<size_t> m_pointRows; // the row of each point
+    std::vector<int> m_outside;      // points outside the grid
+    std::vector<KVProj::DATUMPOINT> m_datumPoints;
+    std::string m_out, m_reports;
+    long long m_bad = 0;
+    bool m_failed = false, m_stopped = false;
+};
+
+// Worker threads taking blocks in the order given; the caller waits for each
+// block in the same order.
+class Workers {
+public:
+    explicit Workers(int count) {
+        for (int i = 0; i < count; ++i)
+            m_threads.emplace_back([this] { Loop(); });
+    }
+    ~Workers() {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_quit = true;
+        }
+        m_wake.notify_all();
+        for (std::thread& t : m_threads)
+            t.join();
+    }
+    Workers(const Workers&) = delete;
+    Workers& operator=(const Workers&) = delete;
+
+    void Submit(Block* b) {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_queue.push_back(b);
+        }
+        m_wake.notify_one();
+    }
+    void Wait(Block* b) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_doneWake.wait(lock, [&] { return std::find(m_done.begin(), m_done.end(), b) != m_done.end(); });
+        m_done.erase(std::find(m_done.begin(), m_done.end(), b));
     }
 
 private:
-    const StreamOptions& m_opt;
-    std::string m_text;
-    std::vector<Row> m_rows;
-    std::vector<KVProj::PROJPOINT> m_points;
-    std::vector<KVProj::DATUMPOINT> m_datumPoints;
-    std::vector<long long> m_lines; // the input line of each point
-    std::vector<int> m_outside;     // points outside the grid
+    void Loop() {
+        for (;;) {
+            Block* b = nullptr;
+            {
+                std::unique_lock<std::mutex> lock(m_mutex);
+                m_wake.wait(lock, [&] { return m_quit || !m_queue.empty(); });
+                if (m_queue.empty()) return;
+                b = m_queue.front();
+                m_queue.pop_front();
+            }
+            b->Work();
+            {
+                std::lock_guard<std::mutex> lock(m_mutex);
+                m_done.push_back(b);
+            }
+            m_doneWake.notify_all();
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_wake, m_doneWake;
+    std::deque<Block*> m_queue;
+    std::vector<Block*> m_done;
+    bool m_quit = false;
+    std::vector<std::thread> m_threads;
 };
 
 class Stream {
 public:
-    Stream(const Pipeline& stages, const StreamOptions& o) : m_stages(stages), m_block(o) {}
+    Stream(LineInput& in, const Pipeline& stages, const StreamOptions& o, BlockOutput& out,
+           BlockOutput& reports)
+        : m_in(in), m_opt(o), m_out(out), m_reports(reports) {
+        const size_t blocks = o.threads > 1 ? static_cast<size_t>(o.threads) * 2 : 1;
+        for (size_t i = 0; i < blocks; ++i) {
+            m_blocks.push_back(std::make_unique<Block>(o, stages));
+            m_free.push_back(m_blocks.back().get());
+        }
+        if (o.threads > 1) m_workers = std::make_unique<Workers>(o.threads);
+        m_current = NextFree();
+    }
 
-    // Converts and writes the block; false after the message when that fails.
-    bool Flush(const LineInput& in) {
-        if (!m_block.Convert(m_stages)) {
-            Failure("convert: " + in.Name() + ": the conversion failed near line " +
-                    std::to_string(in.Number()));
-            return false;
-        }
-        if (m_stages.grid) m_outside += m_block.ReportOutside(in.Name(), m_stages.grid->Path());
-        m_block.Format(m_out.Text());
-        m_block.Clear();
-        if (!m_out.Write(in.Interactive())) {
-            Failure("convert: cannot write the output: " + m_out.Error());
-            return false;
-        }
-        return true;
-    }
-    bool Finish(const LineInput& in) {
-        if (!Flush(in)) return false;
-        if (!m_out.Write(true))
-            return Failure("convert: cannot write the output: " + m_out.Error()), false;
-        return true;
-    }
-    Block& Current() { return m_block; }
-    long long Outside() const { return m_outside; }
+    int Run();
 
 private:
-    const Pipeline& m_stages;
-    Block m_block;
-    BlockOutput m_out;
-    long long m_outside = 0;
+    Block* NextFree() {
+        Block* b = m_free.back();
+        m_free.pop_back();
+        b->Start(m_in.Number() + 1, m_dialect, m_in.Name());
+        return b;
+    }
+    // Hands the current block on (converted at once without workers); false
+    // once the run has to end.
+    bool Dispatch() {
+        if (m_current->Lines() == 0) return true;
+        m_flight.push_back(m_current);
+        if (m_workers)
+            m_workers->Submit(m_current);
+        else
+            m_current->Work();
+        while (m_free.empty())
+            if (!Emit()) return false;
+        m_current = NextFree();
+        return true;
+    }
+    // Waits for the oldest block in flight and writes it.
+    bool Emit() {
+        Block* b = m_flight.front();
+        m_flight.pop_front();
+        if (m_workers) m_workers->Wait(b);
+        m_free.push_back(b);
+        m_bad += b->BadLines();
+        if (!b->Reports().empty()) {
+            m_reports.Text() += b->Reports();
+            m_reports.Write(true);
+        }
+        if (b->Failed()) {
+            Drain();
+            return Fail("convert: " + m_in.Name() + ": the conversion failed near line " +
+                        std::to_string(b->LastLine()));
+        }
+        m_out.Text() += b->Output();
+        if (!m_out.Write(m_in.Interactive())) {
+            Drain();
+            return Fail("convert: cannot write the output: " + m_out.Error());
+        }
+        if (b->Stopped()) {
+            Drain();
+            if (!m_out.Write(true)) Fail("convert: cannot write the output: " + m_out.Error());
+            if (m_status == EXIT_OK) m_status = EXIT_USAGE;
+            return false;
+        }
+        return true;
+    }
+    // Everything in flight, waited for and dropped (after a failure).
+    void Drain() {
+        for (Block* b : m_flight) {
+            if (m_workers) m_workers->Wait(b);
+            m_free.push_back(b);
+        }
+        m_flight.clear();
+    }
+    // Writes out everything read so far.
+    bool Flush() {
+        if (!Dispatch()) return false;
+        while (!m_flight.empty())
+            if (!Emit()) return false;
+        if (!m_out.Write(true)) return Fail("convert: cannot write the output: " + m_out.Error());
+        return true;
+    }
+    bool Fail(const std::string& message) {
+        if (m_status == EXIT_OK) m_status = Failure(message);
+        return false;
+    }
+    // The first line that is not blank or a comment: delimiter, header, columns.
+    bool FirstLine(const char* text, size_t size);
+
+    LineInput& m_in;
+    const StreamOptions& m_opt;
+    BlockOutput& m_out;
+    BlockOutput& m_reports;
+    std::vector<std::unique_ptr<Block>> m_blocks;
+    std::vector<Block*> m_free;
+    std::deque<Block*> m_flight;
+    std::unique_ptr<Workers> m_workers;
+    Block* m_current = nullptr;
+    Dialect m_dialect;
+    bool m_dialectKnown = false;
+    long long m_bad = 0;
+    int m_status = EXIT_OK;
 };
 
-void ReportBadLine(const LineInput& in, const char* why, const char* text, size_t size) {
-    std::fprintf(stderr, "kvproj: convert: %s:%lld: %s '%s'\n", in.Name().c_str(), in.Number(), why,
-                 Shown(std::string(text, size)).c_str());
+bool Stream::FirstLine(const char* text, size_t size) {
+    m_dialectKnown = true;
+    ColumnSpec spec;
+    std::string error;
+    if (!m_opt.columns.empty() && !ParseColumnSpec(m_opt.columns, &spec, &error))
+        return m_status = UsageError("convert: " + error), false;
+    m_dialect.colX = spec.colX;
+    m_dialect.colY = spec.colY;
+    bool header = m_opt.header == StreamOptions::HEADER_YES || spec.byName;
+    m_dialect.delimiter = DetectDelimiter(text, size, m_dialect, !header);
+    if (m_opt.header == StreamOptions::HEADER_AUTO && !header)
+        header = LooksLikeHeader(text, size, m_dialect);
+    if (spec.byName && m_opt.header == StreamOptions::HEADER_NO)
+        return m_status = UsageError("convert: --cols names columns, but --no-header says there is no header line"), false;
+    if (spec.byName && !ResolveColumnNames(spec, text, size, &m_dialect, &error))
+        return m_status = UsageError("convert: " + m_in.Name() + ": " + error), false;
+    // The lines before hold no point: the dialect takes effect from here.
+    m_current->SetDialect(m_dialect);
+    m_current->Add(text, size, header ? TEXT : POINT);
+    return true;
+}
+
+int Stream::Run() {
+    const char* text = nullptr;
+    size_t size = 0;
+    const size_t blockLines = std::max<size_t>(m_opt.blockLines, 1);
+    for (;;) {
+        // Input that may pause: what has been converted is written before waiting.
+        if (!m_in.Ready() && !Flush()) return m_status;
+        const LineInput::Status status = m_in.Next(&text, &size);
+        if (status == LineInput::END) break;
+        if (status == LineInput::READ_FAILED) {
+            if (Flush()) Fail("convert: " + m_in.Name() + ": read failed: " + m_in.Error());
+            return m_status == EXIT_OK ? EXIT_FAILED : m_status;
+        }
+        if (status == LineInput::TOO_LONG) {
+            m_current->Add(nullptr, 0, TOO_LONG_LINE);
+        } else if (IsPassThrough(text, size)) {
+            m_current->Add(text, size, TEXT);
+        } else if (!m_dialectKnown) {
+            if (!FirstLine(text, size)) {
+                Flush();
+                return m_status;
+            }
+        } else {
+            m_current->Add(text, size, POINT);
+        }
+        if ((m_current->Lines() >= blockLines || m_current->Bytes() >= kBlockBytes) && !Dispatch())
+            return m_status;
+    }
+    if (!Flush()) return m_status;
+    return m_bad ? EXIT_FAILED : EXIT_OK;
 }
 
 } // namespace
@@ -210,47 +491,18 @@ Pipeline::~Pipeline() {
     KVProj::ProjDeleteProjection(forward);
 }
 
+int ConvertLines(LineInput& in, const Pipeline& stages, const StreamOptions& o, BlockOutput& out,
+                 BlockOutput& reports) {
+    Stream stream(in, stages, o, out, reports);
+    return stream.Run();
+}
+
 int ConvertStream(const std::string& input, const Pipeline& stages, const StreamOptions& o) {
     LineInput in;
     std::string error;
     if (!in.Open(input, &error)) return Failure("convert: " + error);
-    Stream stream(stages, o);
-    const size_t block = in.Interactive() ? 1 : kBlock;
-    long long badLines = 0;
-    const char* text = nullptr;
-    size_t size = 0;
-    for (LineInput::Status status; (status = in.Next(&text, &size)) != LineInput::END;) {
-        if (status == LineInput::READ_FAILED) {
-            stream.Finish(in);
-            return Failure("convert: " + in.Name() + ": read failed: " + in.Error());
-        }
-        if (status == LineInput::TOO_LONG) size = 0; // nothing of the line is kept
-        size_t first = 0;
-        while (first < size && IsBlank(text[first]))
-            ++first;
-        const char* why = nullptr;
-        if (status != LineInput::TOO_LONG && first < size && text[first] != '#')
-            why = stream.Current().AddPoint(text, size, in.Number());
-        const bool bad = status == LineInput::TOO_LONG || why != nullptr;
-        if (status == LineInput::TOO_LONG) {
-            std::fprintf(stderr, "kvproj: convert: %s:%lld: line longer than %zu bytes\n",
-                         in.Name().c_str(), in.Number(), LineInput::kMaxLine);
-        } else if (bad) {
-            ReportBadLine(in, why, text, size);
-        }
-        if (bad) {
-            ++badLines;
-            if (o.strict) {
-                stream.Finish(in);
-                return EXIT_USAGE;
-            }
-        } else if (first == size || text[first] == '#') { // blank or comment: kept
-            stream.Current().AddText(text, size);
-        }
-        if (stream.Current().Size() >= block && !stream.Flush(in)) return EXIT_FAILED;
-    }
-    if (!stream.Finish(in)) return EXIT_FAILED;
-    return badLines || stream.Outside() ? EXIT_FAILED : EXIT_OK;
+    BlockOutput out(1), reports(2);
+    return ConvertLines(in, stages, o, out, reports);
 }
 
 } // namespace kvtool

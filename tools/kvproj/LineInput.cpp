@@ -7,6 +7,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include <poll.h>
+#include <sys/stat.h>
+
 #if defined(_WIN32)
 #include <io.h>
 #define KV_ISATTY(fd) _isatty(fd)
@@ -44,9 +47,28 @@ bool LineInput::Open(const std::string& path, std::string* error) {
         m_name = path;
         if (m_fd < 0) return (*error = "cannot open '" + path + "'"), false;
     }
-    m_interactive = KV_ISATTY(m_fd) != 0;
+    m_interactive = KV_ISATTY(m_fd) != 0 || KV_ISATTY(1) != 0;
+    struct stat st;
+    m_regular = ::fstat(m_fd, &st) == 0 && S_ISREG(st.st_mode);
     m_buffer.resize(kChunk);
     return true;
+}
+
+void LineInput::OpenMemory(const char* data, size_t size, const std::string& name) {
+    m_name = name;
+    m_buffer.assign(data, data + size);
+    m_buffer.push_back('\n'); // never empty; the byte past the end is not read
+    m_begin = 0;
+    m_end = size;
+    m_eof = true;
+    m_regular = true;
+}
+
+bool LineInput::Ready() {
+    if (m_eof || m_regular) return true;
+    if (m_end > m_begin && std::memchr(m_buffer.data() + m_begin, '\n', m_end - m_begin)) return true;
+    struct pollfd p = {m_fd, POLLIN, 0};
+    return ::poll(&p, 1, 0) != 0; // data, the end or an error: a read answers at once
 }
 
 // Moves the unread text to the front and reads more; false at the end or on failure.
@@ -114,17 +136,22 @@ LineInput::Status LineInput::Next(const char** text, size_t* size) {
     }
 }
 
-BlockOutput::BlockOutput() {
+BlockOutput::BlockOutput(int fd, std::string* sink) : m_fd(fd), m_sink(sink) {
     m_text.reserve(kOutBlock + 4096);
 }
 
 bool BlockOutput::Write(bool now) {
     if (m_failed) return false;
     if (!now && m_text.size() < kOutBlock) return true;
+    if (m_sink) {
+        m_sink->append(m_text);
+        m_text.clear();
+        return true;
+    }
     const char* p = m_text.data();
     size_t left = m_text.size();
     while (left > 0) {
-        const ssize_t n = ::write(1, p, left);
+        const ssize_t n = ::write(m_fd, p, left);
         if (n < 0 && errno == EINTR) continue;
         if (n <= 0) {
             m_failed = true;

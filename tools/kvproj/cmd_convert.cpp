@@ -3,14 +3,17 @@
 // projection. Any of them may be left out; longitude/latitude in degrees flows
 // between them.
 //
-// Input: one point per line, "x y" separated by blanks or a comma (longitude
-// first going forward); further columns are passed through as they stand;
-// blank lines and lines starting with '#' are copied unchanged. Lines are
-// converted in blocks, so memory use does not grow with the input.
+// Input: one point per line, in columns split at tabs, semicolons, commas or
+// blanks (the first line decides, see Fields.h); every other column, a header
+// line, blank lines and '#' lines pass through as they stand, and a line
+// without a point comes out with the marker in its coordinate columns. Lines
+// are converted in blocks, so memory use does not grow with the input;
+// --threads converts several blocks at once and writes them in order.
 #include "Command.h"
 #include "ConvertStream.h"
 #include "DatumArgs.h"
 #include "GridStage.h"
+#include "Fields.h"
 #include "Numbers.h"
 #include "ProjArgs.h"
 #include "SideFiles.h"
@@ -18,8 +21,10 @@
 #include "kvlibw/kvlibw.h"
 #include "kvproj/kvproj.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <thread>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,7 +44,32 @@ struct Options {
     std::string precision;
     std::string marker = "unplottable";
     std::string input = "-";
+    bool header = false, noHeader = false, latlon = false;
+    std::string cols;
+    std::string units, srcUnits, dstUnits;
+    int threads = 1;
 };
+
+// The projected units --units takes, in metres per unit; a projection's
+// `Scale` is the number of units per metre.
+struct LengthUnit {
+    const char* name;
+    double metres;
+};
+constexpr LengthUnit kUnits[] = {
+    {"m", 1.0},
+    {"us-ft", 1200.0 / 3937.0}, // the US survey foot
+    {"ft", 0.3048},             // the international foot
+};
+
+// The Scale for a unit name, 0 for none given; false for an unknown name.
+bool UnitScale(const std::string& name, double* scale) {
+    *scale = 0.0;
+    if (name.empty()) return true;
+    for (const LengthUnit& u : kUnits)
+        if (name == u.name) return (*scale = 1.0 / u.metres), true;
+    return false;
+}
 
 int Usage(const std::string& message) {
     return UsageError("convert: " + message);
@@ -68,7 +98,12 @@ bool PlaceProjections(const ProjRequest& plain, const std::string& direction, Pr
     return true;
 }
 
-void* MakeHandle(KVProj::PROJDATA* data, const char* side) {
+// `scale` (0: as the record has it) sets the record's unit.
+void* MakeHandle(KVProj::PROJDATA* data, const char* side, double scale) {
+    if (scale != 0.0 && data->Scale != 1.0 && data->Scale != scale)
+        std::fprintf(stderr, "kvproj: convert: note: the unit given replaces the %s projection's Scale %s\n",
+                     side, FormatShortest(data->Scale).c_str());
+    if (scale != 0.0) data->Scale = scale;
     const RecordVerdict verdict = CheckRecord(*data);
     if (verdict.parameter != 0) {
         Usage(std::string("invalid ") + side + " projection: " + verdict.message + " (parameter " +
@@ -127,12 +162,12 @@ int KVCALLBACK PrintReport(const _KVERRINFO* info) {
 
 // What a side file says about one side: its projection (a handle unless it is
 // unprojected) and its datum, which stands in for --src-datum/--dst-datum.
-bool ReadSide(const std::string& file, const char* side, void** handle, DatumChoice* datum,
-              bool* hasDatum, std::string* error) {
+bool ReadSide(const std::string& file, const char* side, double scale, void** handle,
+              DatumChoice* datum, bool* hasDatum, std::string* error) {
     SideRecords r;
     if (!ReadSideFile(file, &r, error)) return false;
     if (!r.hasProj && !r.hasDatum) return (*error = "'" + file + "' holds no coordinate system"), false;
-    if (r.hasProj && r.proj.Type != KVProj::PT_UNPROJECTED && !(*handle = MakeHandle(&r.proj, side)))
+    if (r.hasProj && r.proj.Type != KVProj::PT_UNPROJECTED && !(*handle = MakeHandle(&r.proj, side, scale)))
         return (*error = "the " + std::string(side) + " projection of '" + file + "' is not usable"), false;
     *hasDatum = r.hasDatum;
     if (r.hasDatum) {
@@ -156,7 +191,8 @@ bool MakeDatumFromChoices(const DatumChoice& src, const DatumChoice& dst, Pipeli
 }
 
 // --src-file / --dst-file: each side from its file, the options filling the rest.
-int StagesWithFiles(const Options& o, const ProjRequest& src, const ProjRequest& dst, Pipeline* stages) {
+int StagesWithFiles(const Options& o, const ProjRequest& src, const ProjRequest& dst,
+                    const double scales[2], Pipeline* stages) {
     std::string error;
     DatumChoice datums[2];
     bool known[2] = {false, false};
@@ -170,7 +206,7 @@ int StagesWithFiles(const Options& o, const ProjRequest& src, const ProjRequest&
             if (requests[i]->given)
                 return Usage(std::string("two ") + sides[i] + " projections: a side file and --proj, --zone or --utm");
             bool hasDatum = false;
-            if (!ReadSide(*files[i], sides[i], handles[i], &datums[i], &hasDatum, &error)) return Usage(error);
+            if (!ReadSide(*files[i], sides[i], scales[i], handles[i], &datums[i], &hasDatum, &error)) return Usage(error);
             known[i] = hasDatum;
         }
         if (!named[i]->empty()) {
@@ -180,7 +216,7 @@ int StagesWithFiles(const Options& o, const ProjRequest& src, const ProjRequest&
         if (files[i]->empty() && requests[i]->given) {
             KVProj::PROJDATA data;
             if (!BuildProjection(*requests[i], nullptr, &data, &error)) return Usage(error);
-            if (!(*handles[i] = MakeHandle(&data, sides[i]))) return EXIT_USAGE;
+            if (!(*handles[i] = MakeHandle(&data, sides[i], scales[i]))) return EXIT_USAGE;
         }
     }
     if (known[0] && known[1]) {
@@ -209,6 +245,30 @@ int SetUpGrid(const Options& o, GridStage* grid, Pipeline* stages, ProjFigure* s
     return EXIT_OK;
 }
 
+// The options about columns, header, units and threads.
+int StreamChoices(const Options& o, StreamOptions* stream, double scales[2]) {
+    if (o.header && o.noHeader) return Usage("give only one of --header and --no-header");
+    stream->header = o.header     ? StreamOptions::HEADER_YES
+                     : o.noHeader ? StreamOptions::HEADER_NO
+                                  : StreamOptions::HEADER_AUTO;
+    ColumnSpec spec;
+    std::string error;
+    if (!o.cols.empty() && !ParseColumnSpec(o.cols, &spec, &error)) return Usage(error);
+    if (spec.byName && o.noHeader) return Usage("--cols names columns, but --no-header says there is no header line");
+    stream->columns = o.cols;
+    if (o.threads < 0 || o.threads > 256) return Usage("--threads takes 0 (every core) to 256");
+    stream->threads = o.threads == 0 ? static_cast<int>(std::max(1u, std::thread::hardware_concurrency())) : o.threads;
+    double all = 0.0;
+    const std::string* names[3] = {&o.units, &o.srcUnits, &o.dstUnits};
+    double* targets[3] = {&all, &scales[0], &scales[1]};
+    for (int i = 0; i < 3; ++i)
+        if (!UnitScale(*names[i], targets[i]))
+            return Usage("a unit is m, us-ft (US survey foot) or ft (international foot), not '" + *names[i] + "'");
+    for (int i = 0; i < 2; ++i)
+        if (scales[i] == 0.0) scales[i] = all;
+    return EXIT_OK;
+}
+
 int Run(const Options& o) {
     ProjRequest plain, src, dst;
     std::string error;
@@ -226,11 +286,14 @@ int Run(const Options& o) {
     stream.precision = dst.given ? 3 : 9;
     if (!o.precision.empty() && !ParseInteger(o.precision, 0, kMaxDecimals, &stream.precision))
         return Usage("--precision takes 0 to 17, not '" + o.precision + "'");
+    double scales[2] = {0.0, 0.0};
+    const int choices = StreamChoices(o, &stream, scales);
+    if (choices != EXIT_OK) return choices;
     Pipeline stages;
     const bool files = !o.srcFile.empty() || !o.dstFile.empty();
     if (files) {
-        const int status = StagesWithFiles(o, src, dst, &stages);
-        if (status != EXIT_OK) return status;
+        const int filesStatus = StagesWithFiles(o, src, dst, scales, &stages);
+        if (filesStatus != EXIT_OK) return filesStatus;
         stream.precision = stages.forward ? 3 : 9; // a geographic side file ends in degrees
         if (!o.precision.empty()) ParseInteger(o.precision, 0, kMaxDecimals, &stream.precision);
     }
@@ -255,13 +318,23 @@ int Run(const Options& o) {
     KVProj::PROJDATA data;
     if (!files && src.given) {
         if (!BuildProjection(src, &srcFigure, &data, &error)) return Usage(error);
-        if (!(stages.inverse = MakeHandle(&data, "source"))) return EXIT_USAGE;
+        if (!(stages.inverse = MakeHandle(&data, "source", scales[0]))) return EXIT_USAGE;
     }
     if (!files && dst.given) {
         if (!BuildProjection(dst, &dstFigure, &data, &error)) return Usage(error);
-        if (!(stages.forward = MakeHandle(&data, "destination"))) return EXIT_USAGE;
+        if (!(stages.forward = MakeHandle(&data, "destination", scales[1]))) return EXIT_USAGE;
     }
     stream.lonLatInput = stages.inverse == nullptr; // else projected input
+    if (!o.units.empty() && !stages.inverse && !stages.forward)
+        return Usage("--units is for projected coordinates, and no side is projected");
+    if (!o.srcUnits.empty() && !stages.inverse)
+        return Usage("--src-units is for a projected source, and the source is not projected");
+    if (!o.dstUnits.empty() && !stages.forward)
+        return Usage("--dst-units is for a projected destination, and the destination is not projected");
+    if (o.latlon && stages.inverse && stages.forward)
+        return Usage("--latlon is for longitude and latitude, and both sides are projected");
+    stream.latFirstIn = o.latlon && !stages.inverse;
+    stream.latFirstOut = o.latlon && !stages.forward;
     KVRegisterCallerInstance(PrintReport, nullptr);
     const int status = ConvertStream(o.input, stages, stream);
     KVUnregisterCallerInstance();
@@ -270,8 +343,7 @@ int Run(const Options& o) {
 
 Runner SetUp(CLI::App& app) {
     auto o = std::make_shared<Options>();
-    app.description("Reads one point per line from FILE or standard input (\"x y\" or \"x,y\";\n"
-                    "further columns, blank lines and '#' lines pass through) and runs it\n"
+    app.description("Reads one point per line from FILE or standard input and runs it\n"
                     "through the stages given, in this order:\n"
                     "  1. source projection, inverted: --src-proj, --src-zone or --src-utm\n"
                     "  2. datum shift: --src-datum D --dst-datum D [--profile FILE], or an\n"
@@ -285,7 +357,14 @@ Runner SetUp(CLI::App& app) {
                     "(6267, EPSG:6267, EPSG:4267), short name (WGS84, NAD27) or a custom\n"
                     "datum. Grid files of datums 232, 233 and 253 are looked up in the\n"
                     "--grid-dir folders, then KVPROJ_GRID_PATH (DIR:DIR), then beside kvproj.\n"
-                    "--src-file/--dst-file take a side from a .prj, .kvr or GeoTIFF file.");
+                    "--src-file/--dst-file take a side from a .prj, .kvr or GeoTIFF file.\n"
+                    "Columns are split at tabs, semicolons, commas or blanks, as the first\n"
+                    "line shows; \"quoted, fields\" stay whole. A first line that names the\n"
+                    "columns passes through, and so do other columns, blank lines and '#'\n"
+                    "lines. A line without a point is written with the marker in its\n"
+                    "coordinate columns and reported (status 1). Decimal commas are refused.\n"
+                    "--units sets the unit of the projected coordinates: m, us-ft (US survey\n"
+                    "foot) or ft (international foot); state plane zones are in metres.");
     app.add_option("file", o->input, "input file (default: standard input)");
     AddProjectionOptions(app, {"src-", "inv-"}, "source", &o->src);
     AddProjectionOptions(app, {"dst-", "fwd-"}, "destination", &o->dst);
@@ -306,6 +385,14 @@ Runner SetUp(CLI::App& app) {
     app.add_option("--precision", o->precision, "decimals: 0-17 (3 projected, 9 degrees)");
     app.add_option("--marker", o->marker, "text for unplottable points");
     app.add_flag("--strict", o->strict, "stop at the first bad line (status 2)");
+    app.add_option("--cols", o->cols, "X,Y: the coordinate columns, 1-based or header names");
+    app.add_flag("--latlon", o->latlon, "latitude first on the longitude/latitude side");
+    app.add_flag("--header", o->header, "the first line names the columns");
+    app.add_flag("--no-header", o->noHeader, "the first line is a point");
+    app.add_option("--units", o->units, "m, us-ft or ft on every projected side");
+    app.add_option("--src-units", o->srcUnits, "m, us-ft or ft on the source side");
+    app.add_option("--dst-units", o->dstUnits, "m, us-ft or ft on the destination side");
+    app.add_option("--threads", o->threads, "N blocks at once (0: every core; default 1)");
     return [o] { return Run(*o); };
 }
 
