@@ -3,12 +3,24 @@
 // alone and between an inverse and a forward projection in one pass.
 #include "TestSupport.h"
 
+#include "ConvertStream.h"
+#include "LineInput.h"
+#include "Numbers.h"
+#include "ProjArgs.h"
+
 #include "kvproj/datum.h"
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+#include <random>
 
 namespace {
 
@@ -231,6 +243,260 @@ TEST(ToolConvert, StreamsLongInputInOrder) {
         Convert("--fwd --proj 'type=eqc a=57.29577951308232 f=0 ellipsoid=0' --precision 0", input);
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_TRUE(run.out == input) << "output differs from the input";
+}
+
+// Columns as the file has them. The converted values are the UTM 33N points
+// above (cs2cs); the rest of every line must come back byte for byte.
+const Case kColumnCases[] = {
+    {"comma, header, quoted field", "--fwd --utm 33N", "lon,lat,name\n16.5,45,\"a, b\"\n", 0,
+     "lon,lat,name\n618222.966,4984044.799,\"a, b\"\n"},
+    {"tab", "--fwd --utm 33N", "16.5\t45\tx y\n", 0, "618222.966\t4984044.799\tx y\n"},
+    {"semicolon", "--fwd --utm 33N", "16.5;45;n\r\n", 0, "618222.966;4984044.799;n\n"},
+    {"blanks kept as they are", "--fwd --utm 33N", "  16.5   45  rest  of\tline\n", 0,
+     "  618222.966   4984044.799  rest  of\tline\n"},
+    {"blanks around commas kept", "--fwd --utm 33N", "16.5, 45, n\n", 0,
+     "618222.966, 4984044.799, n\n"},
+    {"a comma in a later blank-separated column", "--fwd --utm 33N", "16.5 45 St A, B\n", 0,
+     "618222.966 4984044.799 St A, B\n"},
+    {"quoted coordinates", "--fwd --utm 33N", "\"16.5\",\"45\"\n", 0,
+     "618222.966,4984044.799\n"},
+    {"columns by number, header passed", "--fwd --utm 33N --cols 3,2", "id,lat,lon\nA,45,16.5\n",
+     0, "id,lat,lon\nA,4984044.799,618222.966\n"},
+    {"columns by header name", "--fwd --utm 33N --cols LON,Lat",
+     "# c\n\nName\tLat\tLon\nA\t45\t16.5\n", 0,
+     "# c\n\nName\tLat\tLon\nA\t4984044.799\t618222.966\n"},
+    {"quoted field before the coordinates", "--fwd --utm 33N --cols 2,3", "\"St A\" 16.5 45\n", 0,
+     "\"St A\" 618222.966 4984044.799\n"},
+    {"latitude first in", "--fwd --utm 33N --latlon", "45 16.5 p\n", 0,
+     "618222.966 4984044.799 p\n"},
+    {"latitude first out", "--inv --utm 33N --latlon --precision 6", "618222.9659,4984044.7985\n",
+     0, "45.000000,16.500000\n"},
+    {"latitude first on both sides", "--src-datum 3 --dst-datum 3 --latlon --precision 2",
+     "45 16.5\n", 0, "45.00 16.50\n"},
+    {"--header: the first line is not a point", "--fwd --utm 33N --header", "16.5 45\n15 0\n", 0,
+     "16.5 45\n500000.000 0.000\n"},
+    // One line out for every line in: a bad line keeps its place and its other columns.
+    {"bad lines marked in place", "--fwd --utm 33N", "16.5,45,a\n16.5,,b\n,\nx,1,c\n", 1,
+     "618222.966,4984044.799,a\nunplottable,unplottable,b\nunplottable,unplottable\n"
+     "unplottable,unplottable,c\n"},
+    {"missing columns added", "--fwd --utm 33N", "16.5,45\n7\n", 1,
+     "618222.966,4984044.799\nunplottable,unplottable\n"},
+    {"--no-header: names are a bad line", "--fwd --utm 33N --no-header", "lon lat\n15 0\n", 1,
+     "unplottable unplottable\n500000.000 0.000\n"},
+    {"names after the first line are a bad line", "--fwd --utm 33N", "15 0\nlon lat\n", 1,
+     "500000.000 0.000\nunplottable unplottable\n"},
+    {"decimal commas with semicolons", "--fwd --utm 33N", "12,5;45,3\n16.5;45\n", 1,
+     "unplottable;unplottable\n618222.966;4984044.799\n"},
+    {"the file's delimiter holds for every line", "--fwd --utm 33N", "15 0\n15,0\n", 1,
+     "500000.000 0.000\nunplottable unplottable\n"},
+    {"--cols with one column", "--fwd --utm 33N --cols 1", "15 0\n", 2, ""},
+    {"--cols from 0", "--fwd --utm 33N --cols 0,1", "15 0\n", 2, ""},
+    {"--cols twice the same", "--fwd --utm 33N --cols 2,2", "15 0\n", 2, ""},
+    {"--cols mixing a number and a name", "--fwd --utm 33N --cols 1,lat", "15 0\n", 2, ""},
+    {"--cols names without a header", "--fwd --utm 33N --cols lon,lat --no-header", "15 0\n", 2,
+     ""},
+    {"--cols name the header lacks", "--fwd --utm 33N --cols lon,lat", "x,y\n15,0\n", 2, ""},
+    {"--header and --no-header", "--fwd --utm 33N --header --no-header", "15 0\n", 2, ""},
+    {"--latlon between two projections", "--src-utm 33N --dst-utm 34N --latlon", "1 2\n", 2, ""},
+    {"--threads out of range", "--fwd --utm 33N --threads -1", "15 0\n", 2, ""},
+};
+
+TEST(ToolConvert, ColumnsAsTheFileHasThem) {
+    for (const Case& c : kColumnCases) {
+        const kvtest::ToolRun run = Convert(c.arguments, c.input);
+        EXPECT_EQ(run.status, c.status) << c.name << "\n" << run.err;
+        EXPECT_EQ(run.out, c.out) << c.name << "\n" << run.err;
+        EXPECT_EQ(run.err.empty(), c.status == 0) << c.name << "\n" << run.err;
+    }
+    // The reports name the line and say why.
+    const kvtest::ToolRun commas = Convert("--fwd --utm 33N", "12,5;45,3\n");
+    EXPECT_TRUE(kvtest::Contains(commas.err, "<stdin>:1: a decimal comma")) << commas.err;
+    const kvtest::ToolRun names = Convert("--fwd --utm 33N --cols lon,lat", "x,y\n");
+    EXPECT_TRUE(kvtest::Contains(names.err, "no column 'lon' in the header line (x, y)"))
+        << names.err;
+    // A line past the length limit is a marker row too, and the next line converts.
+    const kvtest::ToolRun longLine =
+        Convert("--fwd --utm 33N", std::string(kvtool::LineInput::kMaxLine + 10, '1') + "\n15 0\n");
+    EXPECT_EQ(longLine.status, 1);
+    EXPECT_EQ(longLine.out, "unplottable unplottable\n500000.000 0.000\n");
+    EXPECT_TRUE(kvtest::Contains(longLine.err, "<stdin>:1: line longer than")) << longLine.err;
+}
+
+// Projected units. Expected values: PROJ 9.1.1 cs2cs -f %.3f, EPSG:4267 to
+// EPSG:26729 (Alabama East NAD 27, US survey feet) for the NAD 27 zone, and
+// "+proj=tmerc +lat_0=30.5 +lon_0=-85.83333333333333 +k=0.99996 +x_0=200000
+// +ellps=GRS80 +units=us-ft" (or +units=ft) for the NAD 83 zone, from
+// +proj=longlat; "+proj=utm +zone=33 +datum=WGS84 +units=us-ft" for UTM.
+// The zones themselves are in metres: the unit comes from --units alone.
+const Case kUnitCases[] = {
+    {"NAD 27 zone in US survey feet", "--fwd --zone spcs27:101 --units us-ft", "-85.1333 32.0\n",
+     0, "717020.042 546299.963\n"},
+    {"NAD 83 zone in US survey feet", "--fwd --zone spcs83:101 --units us-ft",
+     "-85.1333 32.0\n", 0, "873182.080 546318.421\n"},
+    {"NAD 83 zone in international feet", "--fwd --zone spcs83:101 --units ft",
+     "-85.1333 32.0\n", 0, "873183.826 546319.514\n"},
+    {"metres as without the option", "--fwd --zone spcs83:101 --units m", "-85.1333 32.0\n", 0,
+     "266146.430 166518.188\n"},
+    {"UTM in US survey feet", "--fwd --utm 33N --units us-ft", "16.5 45\n", 0,
+     "2028286.514 16351820.310\n"},
+    {"feet read back", "--inv --zone spcs83:101 --units us-ft --precision 9",
+     "873182.080 546318.421\n", 0, "-85.133300000 32.000000000\n"},
+    {"feet in, metres out", "--src-zone spcs27:101 --src-units us-ft --dst-zone spcs27:101 --precision 2",
+     "717020.042 546299.963\n", 0, "218548.15 166512.56\n"},
+    {"unknown unit", "--fwd --utm 33N --units yd", "15 0\n", 2, ""},
+    {"no projected side", "--src-datum 3 --dst-datum 2 --units us-ft", "15 0\n", 2, ""},
+    {"no projected destination", "--inv --utm 33N --dst-units ft", "15 0\n", 2, ""},
+    {"no projected source", "--fwd --utm 33N --src-units ft", "15 0\n", 2, ""},
+};
+
+TEST(ToolConvert, ProjectedUnits) {
+    for (const Case& c : kUnitCases) {
+        const kvtest::ToolRun run = Convert(c.arguments, c.input);
+        EXPECT_EQ(run.status, c.status) << c.name << "\n" << run.err;
+        EXPECT_EQ(run.out, c.out) << c.name << "\n" << run.err;
+        EXPECT_EQ(run.err.empty(), c.status == 0) << c.name << "\n" << run.err;
+    }
+    // A Scale in the words is the record's unit: the option replaces it, and says so.
+    const kvtest::ToolRun run = Convert("--fwd --utm 33N --proj Scale=2 --units m", "16.5 45\n");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "618222.966 4984044.799\n");
+    EXPECT_TRUE(kvtest::Contains(run.err, "replaces the destination projection's Scale 2"))
+        << run.err;
+}
+
+// Lines of every kind, for the in-process runs below.
+std::string MixedInput(int lines) {
+    std::mt19937 random(5);
+    std::string in = "# points\nlon lat id\n";
+    for (int i = 0; i < lines; ++i) {
+        switch (random() % 9) {
+        case 0: in += "bad " + std::to_string(i) + "\n"; break;
+        case 1: in += "\n"; break;
+        case 2: in += "15 91 polar\n"; break;
+        default:
+            in += std::to_string(12 + static_cast<double>(random() % 6000) / 1000) + " " +
+                  std::to_string(static_cast<double>(random() % 80000) / 1000) + " " +
+                  std::to_string(i) + "\n";
+        }
+    }
+    return in;
+}
+
+struct InProcessRun {
+    int status;
+    std::string out, reports;
+};
+
+InProcessRun RunInProcess(const std::string& input, kvtool::StreamOptions o) {
+    KVProj::PROJDATA data;
+    std::string error;
+    EXPECT_TRUE(kvtool::UtmRecord("33N", &data, &error)) << error;
+    kvtool::Pipeline stages;
+    stages.forward = KVProj::ProjCreateProjection(&data);
+    kvtool::LineInput in;
+    in.OpenMemory(input.data(), input.size(), "mem");
+    InProcessRun run;
+    kvtool::BlockOutput out(1, &run.out), reports(2, &run.reports);
+    run.status = kvtool::ConvertLines(in, stages, o, out, reports);
+    return run;
+}
+
+// Blocks converted on several threads come out in input order: the output and
+// the reports are the bytes of the one-thread run, with and without --strict.
+TEST(ToolConvert, ThreadsGiveTheSameBytes) {
+    const std::string input = MixedInput(3000);
+    for (bool strict : {false, true}) {
+        kvtool::StreamOptions o;
+        o.strict = strict;
+        o.blockLines = 7;
+        const InProcessRun one = RunInProcess(input, o);
+        EXPECT_EQ(one.status, strict ? 2 : 1);
+        const auto lines = std::count(one.out.begin(), one.out.end(), '\n');
+        if (strict) // up to the first bad line
+            EXPECT_LT(lines, 10);
+        else
+            EXPECT_EQ(lines, std::count(input.begin(), input.end(), '\n'));
+        for (int threads : {2, 3, 8}) {
+            o.threads = threads;
+            const InProcessRun many = RunInProcess(input, o);
+            EXPECT_EQ(many.status, one.status) << threads;
+            EXPECT_TRUE(many.out == one.out) << threads << " threads, strict " << strict;
+            EXPECT_TRUE(many.reports == one.reports) << threads << " threads, strict " << strict;
+        }
+    }
+    // And through the tool, with its own block size.
+    std::string big;
+    for (int i = 0; i < 30000; ++i)
+        big += std::to_string(12 + (i % 600) / 100.0) + "," + std::to_string((i % 8000) / 100.0) + "\n";
+    const kvtest::ToolRun one = Convert("--fwd --utm 33N", big);
+    const kvtest::ToolRun two = Convert("--fwd --utm 33N --threads 3", big);
+    EXPECT_EQ(one.status, 0);
+    EXPECT_EQ(two.status, 0);
+    EXPECT_EQ(std::count(one.out.begin(), one.out.end(), '\n'), 30000);
+    EXPECT_TRUE(one.out == two.out);
+}
+
+// Input from a pipe that pauses: each line is answered before the next one is
+// written (a terminal or a coprocess waits for it).
+TEST(ToolConvert, AnswersEachLineWhileTheInputWaits) {
+    int toTool[2], fromTool[2];
+    ASSERT_EQ(::pipe(toTool), 0);
+    ASSERT_EQ(::pipe(fromTool), 0);
+    const pid_t pid = ::fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        ::dup2(toTool[0], 0);
+        ::dup2(fromTool[1], 1);
+        for (int fd : {toTool[0], toTool[1], fromTool[0], fromTool[1]})
+            ::close(fd);
+        ::execl(KVPROJ_TOOL_PATH, "kvproj", "convert", "--fwd", "--utm", "33N", "--threads", "2",
+                static_cast<char*>(nullptr));
+        ::_exit(127);
+    }
+    ::close(toTool[0]);
+    ::close(fromTool[1]);
+    ::signal(SIGPIPE, SIG_IGN);
+    for (const char* line : {"15 0\n", "16.5 45\n"}) {
+        ASSERT_EQ(::write(toTool[1], line, std::strlen(line)),
+                  static_cast<ssize_t>(std::strlen(line)));
+        struct pollfd p = {fromTool[0], POLLIN, 0};
+        ASSERT_EQ(::poll(&p, 1, 20000), 1) << "no answer to '" << line << "' within 20 s";
+        char buffer[256];
+        const ssize_t n = ::read(fromTool[0], buffer, sizeof buffer);
+        ASSERT_GT(n, 0);
+        EXPECT_EQ(std::string(buffer, static_cast<size_t>(n)),
+                  line[0] == '1' && line[1] == '5' ? "500000.000 0.000\n" : "618222.966 4984044.799\n");
+    }
+    ::close(toTool[1]);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    ::close(fromTool[0]);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+}
+
+// The quick fixed format used for coordinates is printf's "%.*f" to the last
+// digit, on values where the product with the power of ten lands near one
+// half, and on the values coordinates have.
+TEST(ToolConvert, QuickFixedFormatIsPrintfs) {
+    std::mt19937_64 random(42);
+    std::uniform_real_distribution<double> magnitude(-7.0, 7.0);
+    std::vector<double> values = {0.0005, 0.0015, 2.5, 0.125, -0.0004, 4984044.7985, 1.0 / 3,
+                                  1099511627.7755, 999999.9995, -999.9999999995};
+    while (values.size() < 20000) {
+        const double v = std::pow(10.0, magnitude(random)) * (random() % 2 ? 1 : -1);
+        values.push_back(v);
+        const int d = static_cast<int>(random() % 10);
+        const double half = (std::floor(v * std::pow(10.0, d)) + 0.5) / std::pow(10.0, d);
+        values.push_back(half);
+        values.push_back(std::nextafter(half, 0.0));
+        values.push_back(std::nextafter(half, 1e300));
+    }
+    for (double v : values)
+        for (int decimals = 0; decimals <= 9; ++decimals) {
+            char expected[400];
+            std::snprintf(expected, sizeof expected, "%.*f", decimals, v);
+            ASSERT_EQ(kvtool::FormatFixed(v, decimals), expected) << v << " at " << decimals;
+        }
 }
 
 } // namespace

@@ -385,14 +385,17 @@ Runner SetUp(CLI::App& app) {
     app.add_option("--precision", o->precision, "decimals: 0-17 (3 projected, 9 degrees)");
     app.add_option("--marker", o->marker, "text for unplottable points");
     app.add_flag("--strict", o->strict, "stop at the first bad line (status 2)");
-    app.add_option("--cols", o->cols, "X,Y: the coordinate columns, 1-based or header names");
+    app.add_option("--cols", o->cols, "the coordinate columns: numbers from 1 or header names")
+        ->type_name("X,Y");
     app.add_flag("--latlon", o->latlon, "latitude first on the longitude/latitude side");
     app.add_flag("--header", o->header, "the first line names the columns");
     app.add_flag("--no-header", o->noHeader, "the first line is a point");
-    app.add_option("--units", o->units, "m, us-ft or ft on every projected side");
-    app.add_option("--src-units", o->srcUnits, "m, us-ft or ft on the source side");
-    app.add_option("--dst-units", o->dstUnits, "m, us-ft or ft on the destination side");
-    app.add_option("--threads", o->threads, "N blocks at once (0: every core; default 1)");
+    app.add_option("--units", o->units, "m, us-ft or ft on every projected side")->type_name("UNIT");
+    app.add_option("--src-units", o->srcUnits, "m, us-ft or ft on the source side")->type_name("UNIT");
+    app.add_option("--dst-units", o->dstUnits, "m, us-ft or ft on the destination side")
+        ->type_name("UNIT");
+    app.add_option("--threads", o->threads, "blocks converted at once (0: every core; default 1)")
+        ->type_name("N");
     return [o] { return Run(*o); };
 }
 
