@@ -188,15 +188,15 @@ TEST(ToolConvert, CustomDatumFromAProfile) {
     std::remove(profile.c_str());
 }
 
-// Without a grid file beside the tool the NTv2 datum cannot be converted: the
-// run fails (status 1) and passes on the library's message.
+// Without a grid file the NTv2 datum cannot be converted: the run is refused
+// before any line is read, naming the file and the folders searched.
 TEST(ToolConvert, MissingGridFailsTheRun) {
     std::string dir = KVPROJ_TOOL_PATH;
     dir.erase(dir.find_last_of('/') + 1);
     for (const char* name : {"NTV2_0.GSB", "ntv2_0.gsb"})
         if (::access((dir + name).c_str(), F_OK) == 0) GTEST_SKIP() << "a grid file is installed";
     const kvtest::ToolRun run = Convert("--src-datum 253 --dst-datum 3", "-75 45\n");
-    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.status, 0);
     EXPECT_EQ(run.out, "");
     EXPECT_TRUE(kvtest::Contains(run.err, "needs the grid file NTV2_0.GSB, not found in: " + dir))
         << run.err;
