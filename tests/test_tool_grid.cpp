@@ -54,7 +54,14 @@ TEST(ToolGrid, InfoAndShift) {
         {"grid info " + las, "", 0,
          "west: -100.000000, south: 30.000000, east: -92.750000, north: 34.750000"},
         {"grid info " + truncated, "", 1, "ends before the data its headers declare"},
-        {"grid info " + dir.Path() + "none.gsb", "", 1, "cannot open"},
+        {"grid info " + dir.Path() + "none.gsb", "", 1,
+         "no grid file '" + dir.Path() + "none.gsb'"},
+        {"grid info none.gsb", "", 1, "no grid file 'none.gsb' here or in: "},
+        {"grid info " + dir.Path(), "", 1, "cannot open '" + dir.Path() + "'"},
+        // A bare name is looked up in the folders named.
+        {"grid info NESTED.GSB --grid-dir " + dir.Path(), "", 0, "NTv2 grid: " + nested},
+        {"grid shift nested.gsb --fwd --grid-dir /nonexistent --grid-dir " + dir.Path(),
+         "-75.2 42.7\n", 0, "-75.199376389 42.700726389"},
         // cs2cs on the same file: -75.199376388909 42.700726388888.
         {"grid shift " + nested + " --fwd", "-75.2 42.7 id7\\n# note\\n-60 42\\n", 0,
          "-75.199376389 42.700726389 id7\n# note\n-60.000000000 42.000000000  # outside the "

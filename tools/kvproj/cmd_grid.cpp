@@ -7,6 +7,7 @@
 // Files ending in ".las" or ".los" (any case) are NADCON grids, read as the
 // ".LAS"/".LOS" pair beside each other; anything else is taken as NTv2.
 #include "Command.h"
+#include "DatumArgs.h"
 #include "GridStage.h"
 #include "LineInput.h"
 #include "Numbers.h"
@@ -250,15 +251,29 @@ int Shift(Options o) {
 struct Choice {
     Options shift;
     std::string infoFile;
+    std::vector<std::string> gridDirs;
 };
 
-int Run(CLI::App& app, const Choice& c) {
+// The file a grid argument names: as it stands, or a bare name in the grid
+// folders (--grid-dir, KVPROJ_GRID_PATH, beside kvproj); "" after a message.
+std::string Located(const std::string& name, const std::vector<std::string>& dirs, int* status) {
+    SetGridSearch(dirs);
+    std::string error;
+    const std::string path = FindGridFile(name, &error);
+    if (path.empty()) *status = Failed(error);
+    return path;
+}
+
+int Run(CLI::App& app, Choice c) {
+    int status = EXIT_FAILED;
     if (app.got_subcommand("info")) {
         if (c.infoFile.empty()) return Usage("info needs exactly one grid file");
+        if ((c.infoFile = Located(c.infoFile, c.gridDirs, &status)).empty()) return status;
         return IsNadcon(c.infoFile) ? InfoNadcon(c.infoFile) : InfoNtv2(c.infoFile);
     }
     if (app.got_subcommand("shift")) {
         if (c.shift.file.empty()) return Usage("shift needs a grid file");
+        if ((c.shift.file = Located(c.shift.file, c.gridDirs, &status)).empty()) return status;
         return Shift(c.shift);
     }
     return Usage("say info or shift");
@@ -274,6 +289,9 @@ Runner SetUp(CLI::App& app) {
     shift->add_flag("--fwd", c->shift.fwd, "from the grid's old datum to its new one");
     shift->add_flag("--inv", c->shift.inv, "the other way (NTv2 only)");
     shift->add_option("--precision", c->shift.precisionText, "decimals printed (default 9)");
+    for (CLI::App* sub : {info, shift})
+        sub->add_option("--grid-dir", c->gridDirs, "look a bare file name up in DIR too")
+            ->allow_extra_args(false);
     return [c, &app] { return Run(app, *c); };
 }
 
