@@ -243,6 +243,51 @@ TEST(VectorPathPasses, BitForBitAsPerPointPasses) {
         }
 }
 
+// A handle prepares its working copy and the module's constants once; a host
+// that writes into the record through the handle between calls still gets
+// the conversion of the record as it now stands, and the handle's bytes are
+// still the record.
+TEST(PreparedHandle, FollowsTheRecordAsItStands) {
+    PROJDATA first = kCases[0].record;
+    void* h = ProjCreateProjection(&first);
+    ASSERT_NE(h, nullptr);
+    PROJDATA info;
+    ASSERT_TRUE(ProjGetHandleInfo(h, &info));
+    EXPECT_EQ(std::memcmp(&info, h, sizeof(PROJDATA)), 0);
+    PROJPOINT a[3] = {{15.5, 45}, {14, -10}, {16, 60}};
+    ASSERT_TRUE(ProjForward(h, a, 3));
+    struct Change {
+        const char* what;
+        void (*apply)(PROJDATA&);
+    };
+    const Change changes[] = {
+        {"central meridian", [](PROJDATA& d) { d.Lon0 = 21; }},
+        {"scale factor", [](PROJDATA& d) { d.K0 = 0.9999; }},
+        {"false origin and scale", [](PROJDATA& d) { d.xOrg = 1e5, d.Scale = 2; }},
+        {"ellipsoid", [](PROJDATA& d) { d.MajorRadius = 6378388, d.Flattening = 1 / 297.0; }},
+        {"type", [](PROJDATA& d) { d.Type = PT_TRANSVERSE_MERCATOR, d.Lat0 = 30; }},
+    };
+    for (const Change& c : changes) {
+        c.apply(*static_cast<PROJDATA*>(h));
+        // The reference: another handle given the same bytes before its first call.
+        PROJDATA other = kCases[3].record;
+        void* g = ProjCreateProjection(&other);
+        ASSERT_NE(g, nullptr) << c.what;
+        std::memcpy(g, h, sizeof(PROJDATA));
+        PROJPOINT b[3] = {{15.5, 45}, {14, -10}, {16, 60}};
+        PROJPOINT e[3] = {{15.5, 45}, {14, -10}, {16, 60}};
+        ASSERT_TRUE(ProjForward(h, b, 3));
+        ASSERT_TRUE(ProjForward(g, e, 3));
+        EXPECT_EQ(std::memcmp(b, e, sizeof b), 0) << c.what;
+        EXPECT_NE(std::memcmp(b, a, sizeof b), 0) << c.what;
+        ASSERT_TRUE(ProjInverse(h, b, 3));
+        ASSERT_TRUE(ProjInverse(g, e, 3));
+        EXPECT_EQ(std::memcmp(b, e, sizeof b), 0) << c.what;
+        ProjDeleteProjection(g);
+    }
+    ProjDeleteProjection(h);
+}
+
 // Conversions on separate handles from several threads with the vector path
 // (the instruction set is chosen by whichever call comes first).
 TEST(VectorPathThreads, SeparateHandlesAgree) {

@@ -26,6 +26,7 @@
 #include "projections/ProjModule.h"
 
 #include <cfloat>
+#include <cstddef>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -41,8 +42,30 @@ constexpr double kUTMK0 = 0.9996;
 constexpr double kUTMFalseEasting = 500000.0;
 constexpr double kUTMFalseNorthingSouth = 10000000.0;
 
+// What a handle prepares once from its record: the working copy, the row to
+// call (or whether the call ends before the module) and the module's own
+// constants. Made again whenever the record's bytes differ from those it was
+// made from (a host may write into the record through the handle).
+struct PreparedCall {
+    bool valid = false;
+    PROJDATA source; // the record it was made from, iResult 0
+    PROJDATA work;   // angles in radians, flags 0 or 1, state plane zone substituted
+    const PROJMODULE* row = nullptr;
+    bool done = false, failed = false;
+    const PreparedConverters* converters = nullptr; // null: the row's converters on `work`
+    ModuleConstants constants;
+};
+
+// The block behind a handle. The record comes first: the handle points at its
+// bytes, which ProjGetHandleInfo hands out and ProjResult reads.
+struct HandleBlock {
+    PROJDATA record;
+    PreparedCall prepared;
+};
+static_assert(offsetof(HandleBlock, record) == 0, "a handle points at its record");
+
 inline PROJDATA* Record(void* handle) {
-    return static_cast<PROJDATA*>(handle);
+    return &static_cast<HandleBlock*>(handle)->record;
 }
 
 inline bool IsStatePlane(int type) {
@@ -74,10 +97,10 @@ bool SubstituteZone(PROJDATA& work) {
 // floating-point exceptions stay masked, so a fault cannot trap here; the
 // flag still catches whatever the math-error hook notes during the call.
 // *marked tells whether the converter marked a point.
-bool GuardedCall(ProjConvertFn fn, const PROJDATA& work, PROJPOINT* points, int count,
-                 PROJDATA* handle, bool* marked) {
+template <typename Convert>
+bool GuardedCall(Convert convert, PROJDATA* handle, bool* marked) {
     SetMathErrorFlag(false);
-    bool ok = RunConverter(fn, &work, points, count, marked);
+    bool ok = RunConverterCall(convert, marked);
     if (MathErrorFlag()) {
         ok = false;
         *marked = false;
@@ -119,21 +142,33 @@ const PROJMODULE* PrepareWorkingCopy(const PROJDATA* handle, PROJDATA& work, boo
 // the module (unprojected type, or a fault) it runs on its own; otherwise it
 // shares one pass with the first stage of the direction, which gives the same
 // points since a marked point is left alone by every later stage.
-const PROJMODULE* Begin(PROJDATA* h, PROJPOINT* points, int count, PROJDATA& work, bool* done) {
+const PreparedCall& Prepared(HandleBlock& b) {
+    PreparedCall& p = b.prepared;
+    if (p.valid && std::memcmp(&p.source, &b.record, sizeof(PROJDATA)) == 0) return p;
+    std::memcpy(&p.source, &b.record, sizeof(PROJDATA));
+    p.row = PrepareWorkingCopy(&b.record, p.work, &p.done, &p.failed);
+    p.converters = p.row ? PreparedConvertersFor(p.work.Type) : nullptr;
+    if (p.converters && !p.converters->prepare(&p.work, &p.constants)) p.converters = nullptr;
+    p.valid = true;
+    return p;
+}
+
+const PreparedCall* Begin(HandleBlock& b, PROJPOINT* points, int count, bool* done) {
+    PROJDATA* h = &b.record;
     h->iResult = 0;
-    bool failed = false;
-    const PROJMODULE* row = PrepareWorkingCopy(h, work, done, &failed);
-    if (row) return row;
+    const PreparedCall& p = Prepared(b);
+    *done = p.done;
+    if (p.row) return &p;
     if (ScanNonFinite(points, count)) h->iResult = 1;
-    if (failed) KV_ASSERT_FAIL();
+    if (p.failed) KV_ASSERT_FAIL();
     return nullptr;
 }
 
-// One conversion call: the handle's record, the working copy and the row.
+// One conversion call: the handle's record and what the handle prepared.
 struct Call {
     PROJDATA* h;
-    PROJDATA work;
-    const PROJMODULE* row;
+    const PreparedCall* p;
+    const PROJDATA& work() const { return p->work; }
 };
 
 // What ProjForward and ProjInverse share before their own stages: the trace
@@ -152,19 +187,27 @@ bool Enter(const char* name, void* handle, PROJPOINT* points, int count, Call& c
     }
     call.h = Record(handle);
     bool done = false;
-    call.row = Begin(call.h, points, count, call.work, &done);
+    call.p = Begin(*static_cast<HandleBlock*>(handle), points, count, &done);
     *result = done;
-    return call.row != nullptr;
+    return call.p != nullptr;
 }
 
 // The module of either direction, its result flag taken into the handle
 // (with `earlier`, what the stages before it found), and then the direction's
 // post-scan `finish()`.
+// The module runs on the constants the handle prepared where it has them.
 template <typename Finish>
-bool RunModule(Call& call, ProjConvertFn fn, bool earlier, const char* failure, PROJPOINT* points,
+bool RunModule(Call& call, bool forward, bool earlier, const char* failure, PROJPOINT* points,
                int count, Finish finish) {
+    const PreparedCall& p = *call.p;
+    auto convert = [&] {
+        if (!p.converters)
+            return (forward ? p.row->Forward : p.row->Inverse)(&p.work, points, count);
+        (forward ? p.converters->forward : p.converters->inverse)(p.constants, points, count);
+        return true;
+    };
     bool marked = false;
-    if (!GuardedCall(fn, call.work, points, count, call.h, &marked)) {
+    if (!GuardedCall(convert, call.h, &marked)) {
         LogPrintf("%s", failure);
         return false;
     }
@@ -179,19 +222,19 @@ bool ForwardImpl(void* handle, PROJPOINT* points, int count) {
     bool result = false;
     if (!Enter("ProjForward", handle, points, count, c, &result)) return result;
     if (PrepareForward(points, count)) c.h->iResult = 1;
-    return RunModule(c, c.row->Forward, c.h->iResult == 1, "Forward projection function failed!\n",
-                     points, count, [&] { return FinishForward(c.work, points, count); });
+    return RunModule(c, true, c.h->iResult == 1, "Forward projection function failed!\n", points,
+                     count, [&] { return FinishForward(c.work(), points, count); });
 }
 
 bool InverseImpl(void* handle, PROJPOINT* points, int count) {
     Call c;
     bool result = false;
     if (!Enter("ProjInverse", handle, points, count, c, &result)) return result;
-    if (PrepareInverse(c.work, points, count)) c.h->iResult = 1;
+    if (PrepareInverse(c.work(), points, count)) c.h->iResult = 1;
     // Points the pre-scan marked count again only if the module or the
     // post-scan flags them: the module's result starts clean.
-    return RunModule(c, c.row->Inverse, false, "Inverse projection function failed!\n", points,
-                     count, [&] { return FinishInverse(points, count); });
+    return RunModule(c, false, false, "Inverse projection function failed!\n", points, count,
+                     [&] { return FinishInverse(points, count); });
 }
 
 // The record whose domain and split tests answer for a handle's record: the
@@ -381,11 +424,12 @@ void* CreateImpl(PROJDATA* data) {
         data->yOrg = south ? kUTMFalseNorthingSouth : 0.0;
         if (data->K0 == 0.0) data->K0 = kUTMK0;
     }
-    PROJDATA* h = new (std::nothrow) PROJDATA;
-    if (!h) {
+    HandleBlock* block = new (std::nothrow) HandleBlock;
+    if (!block) {
         KV_ASSERT_FAIL();
         return nullptr;
     }
+    PROJDATA* h = &block->record;
     std::memcpy(h, data, sizeof(PROJDATA));
     if (h->Scale == 0.0) {
         LogPrintf("Warning:  Scale was zero.  Setting to one.\n");
@@ -411,7 +455,7 @@ void* ProjCreateProjection(PROJDATA* data) {
 void ProjDeleteProjection(void* handle) {
     KV_GUARDED_VOID([&] {
         LogPrintf("ProjDeleteProjection(hProj=%p)\n", handle);
-        delete Record(handle);
+        delete static_cast<HandleBlock*>(handle);
     });
 }
 

@@ -95,6 +95,35 @@ inline bool RunConverter(ProjConvertFn fn, const PROJDATA* data, PROJPOINT* poin
     return ok;
 }
 
+// Runs `convert()` (a converter call) as RunConverter does.
+template <typename Convert> inline bool RunConverterCall(Convert convert, bool* marked) {
+    ModuleMarkedFlag() = false;
+    const bool ok = convert();
+    *marked = ok && ModuleMarkedFlag();
+    return ok;
+}
+
+// ---------------------------------------------------------------- prepared constants
+// A module may derive its constants once per handle instead of once per call
+// (small calls pay for little else): `prepare` builds them from a working
+// copy into the handle's block, and the prepared converters then do what the
+// row's Forward and Inverse do on that working copy, with the same results.
+// They are only called with points and a count the engine has checked.
+struct ModuleConstants {
+    alignas(64) unsigned char bytes[512];
+};
+using ProjPrepareFn = bool (*)(const PROJDATA* work, ModuleConstants* out);
+using ProjPreparedFn = void (*)(const ModuleConstants& k, PROJPOINT* points, int count);
+
+struct PreparedConverters {
+    ProjType Type;
+    ProjPrepareFn prepare; // false: convert through the row instead
+    ProjPreparedFn forward, inverse;
+};
+
+// The prepared converters of `type`, or null when its module has none.
+const PreparedConverters* PreparedConvertersFor(int type);
+
 // Argument checks every Forward/Inverse makes first. A macro so that the
 // assertion report carries the module's own source file and line.
 #define KV_MODULE_CHECK_ARGS(data, points, count)                                                  \

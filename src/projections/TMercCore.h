@@ -177,8 +177,7 @@ template <Flavor F> inline bool EllipsoidInverse(const Constants& tm, PROJPOINT&
 void EllipsoidForwardLanes(const Constants& tm, Flavor f, PROJPOINT* points, int count);
 void EllipsoidInverseLanes(const Constants& tm, Flavor f, PROJPOINT* points, int count);
 
-template <Flavor F> inline void Forward(const PROJDATA* data, PROJPOINT* points, int count) {
-    const Constants tm(data, Figure(data));
+template <Flavor F> inline void Forward(const Constants& tm, PROJPOINT* points, int count) {
     if (tm.sphere)
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return SphereForward(tm, p); });
     else if (VectorPathOn())
@@ -187,14 +186,30 @@ template <Flavor F> inline void Forward(const PROJDATA* data, PROJPOINT* points,
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return EllipsoidForward<F>(tm, p); });
 }
 
-template <Flavor F> inline void Inverse(const PROJDATA* data, PROJPOINT* points, int count) {
-    const Constants tm(data, Figure(data));
+template <Flavor F> inline void Inverse(const Constants& tm, PROJPOINT* points, int count) {
     if (tm.sphere)
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return SphereInverse(tm, p); });
     else if (VectorPathOn() && !(F == Flavor::General && tm.k0 == 0.0))
         EllipsoidInverseLanes(tm, F, points, count);
     else
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return EllipsoidInverse<F>(tm, p); });
+}
+
+template <Flavor F> inline void Forward(const PROJDATA* data, PROJPOINT* points, int count) {
+    Forward<F>(Constants(data, Figure(data)), points, count);
+}
+
+template <Flavor F> inline void Inverse(const PROJDATA* data, PROJPOINT* points, int count) {
+    Inverse<F>(Constants(data, Figure(data)), points, count);
+}
+
+// The converters on constants a handle prepared (ProjModule.h).
+bool Prepare(const PROJDATA* work, ModuleConstants* out);
+template <Flavor F> void PreparedForward(const ModuleConstants& k, PROJPOINT* points, int count) {
+    Forward<F>(*reinterpret_cast<const Constants*>(k.bytes), points, count);
+}
+template <Flavor F> void PreparedInverse(const ModuleConstants& k, PROJPOINT* points, int count) {
+    Inverse<F>(*reinterpret_cast<const Constants*>(k.bytes), points, count);
 }
 
 } // namespace tmerc
