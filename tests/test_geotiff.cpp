@@ -37,6 +37,20 @@ void ReadFile(const std::string& path, Read& r) {
     r.ok = KVProjGetGeoTIFF(path.c_str(), &r.proj, &r.datum, &r.params, &r.georef, &r.flags);
 }
 
+// Builds the tags of `proj` on datum `datum` with georeference `g`, writes
+// them into a new size x size image at `path` and reads the file back.
+bool BuildWriteRead(const std::string& path, PROJDATA proj, int datum, GEOREF g, int size,
+                    Read& r) {
+    DATUM2WGS84 params{};
+    DatGetDatumParams(static_cast<DatumType>(datum), &params);
+    KVBitmapTagList tags;
+    if (!KVProjBuildGeoTIFFTags(tags, &proj, static_cast<DatumType>(datum), &params, &g) ||
+        !KVBitLib().WriteNewWithTags(path.c_str(), size, size, tags))
+        return false;
+    ReadFile(path, r);
+    return true;
+}
+
 [[maybe_unused]] void ReadTags(const KVBitmapTagList& tags, Read& r) {
     ListTagSource source(tags);
     r.proj.Scale = 1.0;
@@ -812,18 +826,13 @@ TEST(GeoTiffRoundTrip, BuiltTagsWrittenAndReadBack) {
     const std::string path = kvtest::TempPath("roundtrip.tif");
     for (const RoundTripRow& row : rows) {
         SCOPED_TRACE(row.what);
-        PROJDATA proj = row.proj;
-        DATUM2WGS84 params{};
-        DatGetDatumParams(static_cast<DatumType>(row.datum), &params);
+        const PROJDATA& proj = row.proj;
         GEOREF g{};
         g.Method = TM_PRECALCULATED;
         g.A = 30, g.E = -30, g.C = 500000, g.F = 4000000;
         if (row.rotated) g.B = 15, g.D = 15;
-        KVBitmapTagList tags;
-        ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &proj, static_cast<DatumType>(row.datum), &params, &g));
-        ASSERT_TRUE(KVBitLib().WriteNewWithTags(path.c_str(), 2, 2, tags));
         Read r;
-        ReadFile(path, r);
+        ASSERT_TRUE(BuildWriteRead(path, proj, row.datum, g, 2, r));
         ASSERT_TRUE(r.ok);
         EXPECT_EQ(r.flags, unsigned(GEOPARAM_PROJECTION | GEOPARAM_DATUM | GEOPARAM_COEFFICIENTS |
                                     GEOPARAM_FILE_FOUND));
@@ -913,17 +922,11 @@ TEST(GeoTiffRoundTrip, WhatSurvivesOurReader) {
     const std::string path = kvtest::TempPath("lossy.tif");
     for (const LossyRow& row : kLossy) {
         SCOPED_TRACE(row.what);
-        PROJDATA proj = row.proj;
-        DATUM2WGS84 params{};
-        DatGetDatumParams(static_cast<DatumType>(row.datum), &params);
         GEOREF g{};
         g.Method = TM_PRECALCULATED;
         g.A = 30, g.E = -30;
-        KVBitmapTagList tags;
-        ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &proj, static_cast<DatumType>(row.datum), &params, &g));
-        ASSERT_TRUE(KVBitLib().WriteNewWithTags(path.c_str(), 1, 1, tags));
         Read r;
-        ReadFile(path, r);
+        ASSERT_TRUE(BuildWriteRead(path, row.proj, row.datum, g, 1, r));
         EXPECT_EQ(r.flags, row.flags);
         EXPECT_EQ(+r.proj.Type, row.type);
         EXPECT_EQ(r.datum, row.readDatum);

@@ -58,7 +58,7 @@ const unsigned char* value(const unsigned char* block, int n) {
 }
 
 // SUB_NAME and PARENT: up to 8 characters, ending early at a zero byte.
-void nameText(const unsigned char* p, char out[9]) {
+void NameText(const unsigned char* p, char out[9]) {
     int n = 0;
     while (n < 8 && p[n] != 0) {
         out[n] = static_cast<char>(p[n]);
@@ -78,15 +78,15 @@ long long bytesLeft(std::FILE* f) {
 
 // Node count of one axis from its extent and spacing (arcseconds); 0 when the
 // header does not describe a usable axis (NaN, zero or absurd spacing).
-long long axisCount(double extent, double step) {
+long long AxisCount(double extent, double step) {
     double n = std::floor(std::fabs(extent) / step + 0.5) + 1.0;
     return (n >= 1.0 && n <= 2147483647.0) ? static_cast<long long>(n) : 0;
 }
 
 // Reads the sub-grid `index` whose header is in `h`; the nodes follow in the file.
 int readSubGrid(std::FILE* f, const unsigned char* h, int index, Ntv2SubGrid* g) {
-    nameText(value(h, 0), g->name);
-    nameText(value(h, 1), g->parent);
+    NameText(value(h, 0), g->name);
+    NameText(value(h, 1), g->parent);
     const double sLat = f64(value(h, 4)), nLat = f64(value(h, 5));
     const double eLong = f64(value(h, 6)), wLong = f64(value(h, 7));
     const double latInc = f64(value(h, 8)), lonInc = f64(value(h, 9));
@@ -94,8 +94,8 @@ int readSubGrid(std::FILE* f, const unsigned char* h, int index, Ntv2SubGrid* g)
 
     // Longitudes are positive west in the file.
     const double x0 = -wLong, y0 = sLat, east = -eLong;
-    const long long columns = axisCount(east - x0, lonInc);
-    const long long rows = axisCount(nLat - sLat, latInc);
+    const long long columns = AxisCount(east - x0, lonInc);
+    const long long rows = AxisCount(nLat - sLat, latInc);
     if (columns == 0 || rows == 0 || columns * rows != count) {
         LogPrintf("Bad array size %d!\n", count);
         return NTV2_BAD_DATA;
@@ -189,7 +189,7 @@ int loadStream(std::FILE* f, Ntv2Tree* tree) {
 // Column (or row) of the cell holding grid position `f` on an axis of `n`
 // nodes, and the fraction across it. A position within 1e-11 of a cell outside
 // the outer nodes counts as lying on them.
-bool cellOf(double f, int32_t n, int32_t* index, double* frac) {
+bool CellOf(double f, int32_t n, int32_t* index, double* frac) {
     if (!(f >= -1.0 && f < n + 1.0)) return false; // also NaN
     const double whole = std::floor(f);
     int32_t i = static_cast<int32_t>(whole);
@@ -229,7 +229,7 @@ void forget(GlobalGrid& g) {
 }
 
 // NTV2Startup with the grid already locked for writing.
-int startupLocked(GlobalGrid& g, const char* path) {
+int StartupLocked(GlobalGrid& g, const char* path) {
     LogPrintf("NTV2Startup\n");
     forget(g);
     if (path) {
@@ -250,7 +250,7 @@ int startupLocked(GlobalGrid& g, const char* path) {
     return NTV2_OK;
 }
 
-int transformLocked(GlobalGrid& g, int count, DATUMPOINT* points, bool inverse) {
+int TransformLocked(GlobalGrid& g, int count, DATUMPOINT* points, bool inverse) {
     g.hadUnplottables = false;
     for (int n = 0; n < count; ++n) {
         if (points[n].x != kUnplottable) points[n].x *= kDegToRad;
@@ -386,7 +386,7 @@ double Ntv2Wrap(double a) {
 bool Ntv2ShiftAt(const Ntv2SubGrid& g, double u, double v, double* shiftLon, double* shiftLat) {
     int32_t i, j;
     double tx, ty;
-    if (!cellOf(u / g.dx, g.columns, &i, &tx) || !cellOf(v / g.dy, g.rows, &j, &ty)) return false;
+    if (!CellOf(u / g.dx, g.columns, &i, &tx) || !CellOf(v / g.dy, g.rows, &j, &ty)) return false;
     const Ntv2Node* s = &g.nodes[static_cast<size_t>(j) * g.columns + i]; // south-west
     const Ntv2Node* n = s + g.columns;                                    // north-west
     const double w00 = (1.0 - tx) * (1.0 - ty), w10 = tx * (1.0 - ty);
@@ -440,7 +440,7 @@ int NTV2Startup(const char* path) {
     return KV_GUARDED(int(NTV2_NO_MEMORY), [&] {
         GlobalGrid& g = global();
         std::unique_lock<std::shared_mutex> lock(g.mutex);
-        return startupLocked(g, path);
+        return StartupLocked(g, path);
     });
 }
 
@@ -453,11 +453,11 @@ int NTV2Transform(int count, DATUMPOINT* points, bool inverse) {
         for (;;) {
             {
                 std::shared_lock<std::shared_mutex> lock(g.mutex);
-                if (g.path[0]) return transformLocked(g, count, points, inverse);
+                if (g.path[0]) return TransformLocked(g, count, points, inverse);
             }
             std::unique_lock<std::shared_mutex> lock(g.mutex);
             if (!g.path[0]) {
-                int status = startupLocked(g, nullptr);
+                int status = StartupLocked(g, nullptr);
                 if (status != NTV2_OK) return status;
             }
         }

@@ -55,19 +55,19 @@ bool ListTagSource::Read(unsigned number, KVBitmapTag& tag) {
 
 namespace {
 
-void tiffMessageToLog(bool isError, const char* text) {
+void TiffMessageToLog(bool isError, const char* text) {
     LogPrintf("libtiff %s: %s\n", isError ? "error" : "warning", text);
 }
 
 } // namespace
 
-void RouteTiffMessagesToLog() { KVBitLib::SetMessageSink(tiffMessageToLog); }
+void RouteTiffMessagesToLog() { KVBitLib::SetMessageSink(TiffMessageToLog); }
 
 namespace {
 
 // A tag in its required form: type and an item count accepted by `countOk`.
 template <typename CountOk>
-bool readForm(GeoTagSource& source, unsigned number, int type, KVBitmapTag& tag, CountOk countOk) {
+bool ReadForm(GeoTagSource& source, unsigned number, int type, KVBitmapTag& tag, CountOk countOk) {
     if (!source.Read(number, tag)) return false;
     return tag.GetType() == type && countOk(tag.GetItemCount());
 }
@@ -127,7 +127,7 @@ constexpr KeyRow kKeys[] = {
 };
 constexpr size_t kKeyCount = sizeof kKeys / sizeof kKeys[0];
 
-constexpr int keyRow(uint16_t id) {
+constexpr int KeyRowOf(uint16_t id) {
     for (size_t i = 0; i < kKeyCount; ++i)
         if (kKeys[i].id == id) return static_cast<int>(i);
     return -1;
@@ -136,8 +136,8 @@ constexpr int keyRow(uint16_t id) {
 // The values of the honoured keys; 0 for keys the file does not hold.
 class GeoKeySet {
 public:
-    int Int(uint16_t id) const { return m_ints[rowOf(id)]; }
-    double Double(uint16_t id) const { return m_doubles[rowOf(id)]; }
+    int Int(uint16_t id) const { return m_ints[RowOf(id)]; }
+    double Double(uint16_t id) const { return m_doubles[RowOf(id)]; }
     void Set(int row, int value, double number) {
         m_ints[row] = value;
         m_doubles[row] = number;
@@ -151,8 +151,8 @@ public:
     }
 
 private:
-    static size_t rowOf(uint16_t id) {
-        const int row = keyRow(id);
+    static size_t RowOf(uint16_t id) {
+        const int row = KeyRowOf(id);
         return row < 0 ? 0 : static_cast<size_t>(row);
     }
     int m_ints[kKeyCount] = {};
@@ -162,7 +162,7 @@ private:
 enum class KeysRead { Done, StopWithSuccess };
 
 // Entries four items at a time after the header, whatever the header's count says.
-KeysRead readKeys(const KVBitmapTag& dir, const KVBitmapTag* params, GeoKeySet& keys) {
+KeysRead ReadKeys(const KVBitmapTag& dir, const KVBitmapTag* params, GeoKeySet& keys) {
     const uint16_t* items = static_cast<const uint16_t*>(dir.GetDataPtr());
     const unsigned long count = dir.GetItemCount();
     LogPrintf("  GeoKeyDirectory version %d, revision %d.%d, %d keys\n", items[0], items[1],
@@ -178,7 +178,7 @@ KeysRead readKeys(const KVBitmapTag& dir, const KVBitmapTag* params, GeoKeySet& 
             if (!params) return KeysRead::StopWithSuccess;
             if (offset < params->GetItemCount()) number = doubles(*params)[offset];
         }
-        const int row = keyRow(id);
+        const int row = KeyRowOf(id);
         if (row >= 0) keys.Set(row, value, number);
     }
     return KeysRead::Done;
@@ -187,7 +187,7 @@ KeysRead readKeys(const KVBitmapTag& dir, const KVBitmapTag* params, GeoKeySet& 
 // ---------------------------------------------------------------- units
 
 // Metres per unit of the projected system.
-double linearFactor(const GeoKeySet& keys) {
+double LinearFactor(const GeoKeySet& keys) {
     const int code = keys.Int(GK_PROJ_LINEAR_UNITS);
     const double perMetre = LinearUnitsPerMetre(code);
     double factor = perMetre == 0.0 ? 1.0 : 1.0 / perMetre;
@@ -208,7 +208,7 @@ constexpr AngularUnitRow kAngularUnits[] = {
     {9104, 1.0 / 3600.0},
 };
 
-double angularFactor(const GeoKeySet& keys) {
+double AngularFactor(const GeoKeySet& keys) {
     const int code = keys.Int(GK_GEOG_ANGULAR_UNITS);
     for (const AngularUnitRow& row : kAngularUnits)
         if (row.code == code) return row.degrees;
@@ -217,13 +217,13 @@ double angularFactor(const GeoKeySet& keys) {
 
 // ---------------------------------------------------------------- filling from keys
 
-double getField(const PROJDATA& proj, size_t offset) {
+double GetField(const PROJDATA& proj, size_t offset) {
     double value;
     std::memcpy(&value, reinterpret_cast<const unsigned char*>(&proj) + offset, sizeof value);
     return value;
 }
 
-void setField(PROJDATA& proj, size_t offset, double value) {
+void SetField(PROJDATA& proj, size_t offset, double value) {
     std::memcpy(reinterpret_cast<unsigned char*>(&proj) + offset, &value, sizeof value);
 }
 
@@ -246,13 +246,13 @@ constexpr FillRow kFill[] = {
     {offsetof(PROJDATA, yOrg), {GK_PROJ_FALSE_NORTHING}, false},
 };
 
-void fillFromKeys(PROJDATA& proj, const GeoKeySet& keys) {
+void FillFromKeys(PROJDATA& proj, const GeoKeySet& keys) {
     for (const FillRow& row : kFill) {
         for (uint16_t id : row.keys) {
             if (id == 0) break;
             const double value = keys.Double(id);
-            if (value == 0.0 || (!row.replace && getField(proj, row.field) != 0.0)) continue;
-            setField(proj, row.field, value);
+            if (value == 0.0 || (!row.replace && GetField(proj, row.field) != 0.0)) continue;
+            SetField(proj, row.field, value);
         }
     }
     if (proj.Type == PT_LAMBERT_AZIMUTHAL && proj.Lat1 == 0.0) proj.Lat1 = proj.Lat0;
@@ -261,7 +261,7 @@ void fillFromKeys(PROJDATA& proj, const GeoKeySet& keys) {
     LogPrintf("xOrg:%f yOrg:%f\n", proj.xOrg, proj.yOrg);
 }
 
-void datumParamsOf(DatumType datum, DATUM2WGS84& params) {
+void DatumParamsOf(DatumType datum, DATUM2WGS84& params) {
     if (DatGetDatumParams(datum, &params)) return;
     DatumMethod method = params.Method;
     if (DatGetDatumMethod(datum, &method)) params.Method = method;
@@ -302,9 +302,9 @@ constexpr StatePlaneRange kStatePlaneRanges[] = {
     {32100, 32198, ELLIPSOID_GRS80, DATUM_NAD83, "SPCS83 zone not found for CS:%d\n"},
 };
 
-int positiveMod(int a, int n) { return ((a % n) + n) % n; }
+int PositiveMod(int a, int n) { return ((a % n) + n) % n; }
 
-void setUtm(PROJDATA& proj, int zone, bool south) {
+void SetUtm(PROJDATA& proj, int zone, bool south) {
     proj.Type = PT_UTM;
     proj.Lon0 = zone * 6 - 183;
     proj.bSouth = south;
@@ -312,10 +312,10 @@ void setUtm(PROJDATA& proj, int zone, bool south) {
 
 enum class CodeLookup { Found, Failed, NotInRange };
 
-CodeLookup utmBlockCode(int code, PROJDATA& proj, DatumType& datum) {
+CodeLookup UtmBlockCode(int code, PROJDATA& proj, DatumType& datum) {
     for (const UtmBlock& block : kUtmBlocks) {
         if (code < block.first || code > block.last) continue;
-        setUtm(proj, positiveMod(code - block.zone1, 60) + 1, block.south);
+        SetUtm(proj, PositiveMod(code - block.zone1, 60) + 1, block.south);
         proj.Ellipsoid = block.ellipsoid;
         datum = block.datum;
         return CodeLookup::Found;
@@ -323,7 +323,7 @@ CodeLookup utmBlockCode(int code, PROJDATA& proj, DatumType& datum) {
     return CodeLookup::NotInRange;
 }
 
-CodeLookup statePlaneCode(int code, PROJDATA& proj, DatumType& datum) {
+CodeLookup StatePlaneCode(int code, PROJDATA& proj, DatumType& datum) {
     for (const StatePlaneRange& range : kStatePlaneRanges) {
         if (code < range.first || code > range.last) continue;
         ProjType type = PT_UNPROJECTED; // the record is packed: no pointers into it
@@ -341,10 +341,10 @@ CodeLookup statePlaneCode(int code, PROJDATA& proj, DatumType& datum) {
     return CodeLookup::NotInRange;
 }
 
-CodeLookup utmRangeCode(int code, PROJDATA& proj, DatumType& datum) {
+CodeLookup UtmRangeCode(int code, PROJDATA& proj, DatumType& datum) {
     for (const UtmRangeRow& row : kUtmRanges) {
         if (code < row.first || code > row.last) continue;
-        setUtm(proj, positiveMod(row.firstZone + (code - row.first) - 1, 60) + 1, row.south);
+        SetUtm(proj, PositiveMod(row.firstZone + (code - row.first) - 1, 60) + 1, row.south);
         proj.Type = row.type;
         proj.Ellipsoid = row.ellipsoid;
         datum = row.datum;
@@ -366,15 +366,15 @@ bool GeoTIFFCoordSysCodeToProjectionAndDatum(int code, PROJDATA* proj, DatumType
     found.K0 = 0.9996;
     found.Ellipsoid = ELLIPSOID_WGS84;
     DatumType foundDatum = DATUM_WGS84;
-    CodeLookup result = utmBlockCode(code, found, foundDatum);
-    if (result == CodeLookup::NotInRange) result = statePlaneCode(code, found, foundDatum);
-    if (result == CodeLookup::NotInRange) result = utmRangeCode(code, found, foundDatum);
+    CodeLookup result = UtmBlockCode(code, found, foundDatum);
+    if (result == CodeLookup::NotInRange) result = StatePlaneCode(code, found, foundDatum);
+    if (result == CodeLookup::NotInRange) result = UtmRangeCode(code, found, foundDatum);
     if (result != CodeLookup::Found) return false;
     LogPrintf("GeoTIFFCoordSysCodeToProjectionAndDatum:    Found matching CS Proj:%d Datum:%d.\n",
               found.Type, foundDatum);
     if (proj) *proj = found;
     if (datum) *datum = foundDatum;
-    if (datumParams) datumParamsOf(foundDatum, *datumParams);
+    if (datumParams) DatumParamsOf(foundDatum, *datumParams);
     return true;
 }
 
@@ -386,10 +386,10 @@ struct PixelScale {
     double x = 0.0, y = 0.0;
 };
 
-PixelScale readPixelScale(GeoTagSource& source, bool trace) {
+PixelScale ReadPixelScale(GeoTagSource& source, bool trace) {
     PixelScale scale;
     KVBitmapTag tag;
-    if (!readForm(source, KVTAG_MODEL_PIXEL_SCALE, KVTAG_DOUBLE, tag,
+    if (!ReadForm(source, KVTAG_MODEL_PIXEL_SCALE, KVTAG_DOUBLE, tag,
                   [](unsigned long n) { return n == 3; }))
         return scale;
     scale.x = doubles(tag)[0];
@@ -401,13 +401,13 @@ PixelScale readPixelScale(GeoTagSource& source, bool trace) {
     return scale;
 }
 
-bool readTiepoints(GeoTagSource& source, KVBitmapTag& tag) {
-    return readForm(source, KVTAG_MODEL_TIEPOINT, KVTAG_DOUBLE, tag,
+bool ReadTiepoints(GeoTagSource& source, KVBitmapTag& tag) {
+    return ReadForm(source, KVTAG_MODEL_TIEPOINT, KVTAG_DOUBLE, tag,
                     [](unsigned long n) { return n != 0 && n % 6 == 0; });
 }
 
 // A = ScaleX, E = -ScaleY, C and F put pixel (I, J) on (X, Y).
-void coefficientsFromTiepoint(GEOREF& georef, const double* tie, PixelScale scale) {
+void CoefficientsFromTiepoint(GEOREF& georef, const double* tie, PixelScale scale) {
     georef.A = scale.x;
     georef.B = 0.0;
     georef.C = tie[3] - tie[0] * scale.x;
@@ -422,9 +422,9 @@ bool GetGeorefInfoFromGeoTIFF(GeoTagSource& source, GEOREF* georef, unsigned int
                               bool* fromTiepoint) {
     LogPrintf("GetGeorefInfoFromGeoTIFF\n");
     *fromTiepoint = false;
-    const PixelScale scale = readPixelScale(source, true);
+    const PixelScale scale = ReadPixelScale(source, true);
     KVBitmapTag ties;
-    if (readTiepoints(source, ties)) {
+    if (ReadTiepoints(source, ties)) {
         LogPrintf("  ModelTiepointTag\n");
         const int count = static_cast<int>(ties.GetItemCount() / 6);
         LogPrintf("GeoTIFF file specifies %d control points.\n", count);
@@ -447,7 +447,7 @@ bool GetGeorefInfoFromGeoTIFF(GeoTagSource& source, GEOREF* georef, unsigned int
             if (scale.x != 0.0 && scale.y != 0.0) {
                 LogPrintf("We have one control points and model pixel scale,\n");
                 LogPrintf("so we can build coefficients for the transform.\n");
-                coefficientsFromTiepoint(*georef, tie, scale);
+                CoefficientsFromTiepoint(*georef, tie, scale);
                 *flags |= GEOPARAM_COEFFICIENTS;
                 *fromTiepoint = true;
             }
@@ -455,7 +455,7 @@ bool GetGeorefInfoFromGeoTIFF(GeoTagSource& source, GEOREF* georef, unsigned int
         }
     }
     KVBitmapTag matrix;
-    if (readForm(source, KVTAG_MATRIX, KVTAG_DOUBLE, matrix, [](unsigned long n) { return n == 16; })) {
+    if (ReadForm(source, KVTAG_MATRIX, KVTAG_DOUBLE, matrix, [](unsigned long n) { return n == 16; })) {
         LogPrintf("  ModelTransformationTag - This GeoTIFF contains a matrix.\n");
         const double* m = doubles(matrix);
         georef->A = m[0];
@@ -469,17 +469,17 @@ bool GetGeorefInfoFromGeoTIFF(GeoTagSource& source, GEOREF* georef, unsigned int
     return true;
 }
 
-bool RecalcCoeffs(GeoTagSource& source, GEOREF* georef, double linearFactor) {
-    PixelScale scale = readPixelScale(source, false);
+bool RecalcCoeffs(GeoTagSource& source, GEOREF* georef, double LinearFactor) {
+    PixelScale scale = ReadPixelScale(source, false);
     KVBitmapTag ties;
-    if (!readTiepoints(source, ties) || scale.x == 0.0 || scale.y == 0.0) return false;
+    if (!ReadTiepoints(source, ties) || scale.x == 0.0 || scale.y == 0.0) return false;
     double tie[6];
     std::memcpy(tie, ties.GetDataPtr(), sizeof tie);
-    tie[3] *= linearFactor;
-    tie[4] *= linearFactor;
-    scale.x *= linearFactor;
-    scale.y *= linearFactor;
-    coefficientsFromTiepoint(*georef, tie, scale);
+    tie[3] *= LinearFactor;
+    tie[4] *= LinearFactor;
+    scale.x *= LinearFactor;
+    scale.y *= LinearFactor;
+    CoefficientsFromTiepoint(*georef, tie, scale);
     return true;
 }
 
@@ -495,10 +495,10 @@ struct Reading {
 };
 
 // Units applied to the angle and distance keys, the control points and the coefficients.
-void applyUnits(GeoTagSource& source, GEOREF* georef, bool fromTiepoint, GeoKeySet& keys) {
-    const double linear = linearFactor(keys);
+void ApplyUnits(GeoTagSource& source, GEOREF* georef, bool fromTiepoint, GeoKeySet& keys) {
+    const double linear = LinearFactor(keys);
     LogPrintf("GetGeoTIFF:  dLinearScale = %f\n", linear);
-    const double angular = angularFactor(keys);
+    const double angular = AngularFactor(keys);
     LogPrintf("GetGeoTIFF:  dAngularScale = %f\n", angular);
     keys.Rescale(angular, linear);
     if (georef->pDest) {
@@ -510,7 +510,7 @@ void applyUnits(GeoTagSource& source, GEOREF* georef, bool fromTiepoint, GeoKeyS
     if (fromTiepoint) RecalcCoeffs(source, georef, linear);
 }
 
-void userDefinedEllipsoid(PROJDATA& proj, const GeoKeySet& keys) {
+void UserDefinedEllipsoid(PROJDATA& proj, const GeoKeySet& keys) {
     const int code = keys.Int(GK_GEOG_ELLIPSOID);
     EllipsoidType ellipsoid = proj.Ellipsoid; // a close row is stored even on failure
     const bool found = EllipsoidFromPOSCNumber(code, &ellipsoid);
@@ -523,7 +523,7 @@ void userDefinedEllipsoid(PROJDATA& proj, const GeoKeySet& keys) {
 }
 
 // A projection built from the keys alone.
-void userDefinedSystem(const Reading& r, const GeoKeySet& keys) {
+void UserDefinedSystem(const Reading& r, const GeoKeySet& keys) {
     LogPrintf("  Not a standard coordinate system.\n");
     PROJDATA& proj = *r.proj;
     proj = PROJDATA{};
@@ -532,29 +532,29 @@ void userDefinedSystem(const Reading& r, const GeoKeySet& keys) {
     proj.K0 = 1.0;
     proj.Type = ProjTypeFromCoordTrans(keys.Int(GK_PROJ_COORD_TRANS));
     LogPrintf("  Projection type number is %d.\n", proj.Type);
-    fillFromKeys(proj, keys);
-    userDefinedEllipsoid(proj, keys);
+    FillFromKeys(proj, keys);
+    UserDefinedEllipsoid(proj, keys);
     LogPrintf("   pProj->Ellipsoid   == %d\n", proj.Ellipsoid);
     LogPrintf("   pProj->MajorRadius == %f\n", proj.MajorRadius);
     LogPrintf("   pProj->Flattening  == %f\n", proj.Flattening);
     if (proj.Type != PT_UNPROJECTED) *r.flags |= GEOPARAM_PROJECTION;
     if (*r.datum == DATUM_NONE && DatGetDatumFromPOSCNumber(r.datum, keys.Int(GK_GEOG_DATUM))) {
-        datumParamsOf(*r.datum, *r.params);
+        DatumParamsOf(*r.datum, *r.params);
         *r.flags |= GEOPARAM_DATUM;
     }
 }
 
-void projectedSystem(const Reading& r, const GeoKeySet& keys) {
+void ProjectedSystem(const Reading& r, const GeoKeySet& keys) {
     const int code = keys.Int(GK_PROJECTED_CS_TYPE);
     LogPrintf("  ProjectedCSType:%d\n", code);
     if (GeoTIFFCoordSysCodeToProjectionAndDatum(code, r.proj, r.datum, r.params)) {
         LogPrintf("  Projection:%d and Datum:%d retrieved.\n", r.proj->Type, *r.datum);
-        fillFromKeys(*r.proj, keys);
+        FillFromKeys(*r.proj, keys);
         if (r.proj->Type != PT_UNPROJECTED) *r.flags |= GEOPARAM_PROJECTION;
         if (*r.datum != DATUM_NONE) *r.flags |= GEOPARAM_DATUM;
         return;
     }
-    userDefinedSystem(r, keys);
+    UserDefinedSystem(r, keys);
 }
 
 void finish(const Reading& r, GEOREF* georef) {
@@ -581,21 +581,21 @@ bool GetGeoTIFF(GeoTagSource& source, PROJDATA* proj, DatumType* datum, DATUM2WG
     bool fromTiepoint = false;
     if (!GetGeorefInfoFromGeoTIFF(source, georef, flags, &fromTiepoint)) return false;
     KVBitmapTag dir, params;
-    const bool haveDir = readForm(source, KVTAG_GEO_KEY_DIRECTORY, KVTAG_SHORT, dir,
+    const bool haveDir = ReadForm(source, KVTAG_GEO_KEY_DIRECTORY, KVTAG_SHORT, dir,
                                   [](unsigned long n) { return n >= 4; });
-    const bool haveParams = readForm(source, KVTAG_GEO_DOUBLE_PARAMS, KVTAG_DOUBLE, params,
+    const bool haveParams = ReadForm(source, KVTAG_GEO_DOUBLE_PARAMS, KVTAG_DOUBLE, params,
                                      [](unsigned long n) { return n >= 1; });
     if (!haveDir) {
         LogPrintf("  File contains no GeoTIFF info.\n");
         return true;
     }
     GeoKeySet keys;
-    if (readKeys(dir, haveParams ? &params : nullptr, keys) == KeysRead::StopWithSuccess) return true;
+    if (ReadKeys(dir, haveParams ? &params : nullptr, keys) == KeysRead::StopWithSuccess) return true;
     const Reading r{proj, datum, datumParams, flags};
     if (keys.Int(GK_MODEL_TYPE) == 1) {
         LogPrintf("  GTModelType is ModelTypeProjected\n");
-        applyUnits(source, georef, fromTiepoint, keys);
-        projectedSystem(r, keys);
+        ApplyUnits(source, georef, fromTiepoint, keys);
+        ProjectedSystem(r, keys);
     }
     finish(r, georef);
     return true;

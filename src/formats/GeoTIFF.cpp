@@ -120,7 +120,7 @@ bool mergeDoubles(KVBitmapTagList& tags, unsigned number, const std::vector<doub
 }
 
 // |dWorld / dImage| against control 0, from the first control where both differ.
-bool axisScale(const GEOREFPOINT* src, const GEOREFPOINT* dest, int count, bool yAxis, double* scale) {
+bool AxisScale(const GEOREFPOINT* src, const GEOREFPOINT* dest, int count, bool yAxis, double* scale) {
     for (int i = 1; i < count; ++i) {
         const double dImage = yAxis ? src[i].y - src[0].y : src[i].x - src[0].x;
         const double dWorld = yAxis ? dest[i].y - dest[0].y : dest[i].x - dest[0].x;
@@ -133,14 +133,14 @@ bool axisScale(const GEOREFPOINT* src, const GEOREFPOINT* dest, int count, bool 
 }
 
 bool CalcPixelScaleFromControls(const GEOREF& georef, double* sx, double* sy) {
-    if (!axisScale(georef.pSrc, georef.pDest, georef.nControls, false, sx) ||
-        !axisScale(georef.pSrc, georef.pDest, georef.nControls, true, sy))
+    if (!AxisScale(georef.pSrc, georef.pDest, georef.nControls, false, sx) ||
+        !AxisScale(georef.pSrc, georef.pDest, georef.nControls, true, sy))
         return false;
     LogPrintf("CalcPixelScaleFromControls Xscale:%f Yscale:%f\n", *sx, *sy);
     return true;
 }
 
-bool addGeorefTags(KVBitmapTagList& tags, const GEOREF& g) {
+bool AddGeorefTags(KVBitmapTagList& tags, const GEOREF& g) {
     if (g.Method == TM_PRECALCULATED && g.B == 0.0 && g.D == 0.0) {
         LogPrintf("Adding ModelPixelScaleTag to TagList\n");
         if (!mergeDoubles(tags, KVTAG_MODEL_PIXEL_SCALE, {g.A, g.E, 0.0})) return false;
@@ -206,17 +206,17 @@ constexpr ReverseUtmRow kReverseUtm[] = {
     {{-1, -1, -1, -1}, Hemisphere::South, 32300, 238},
 };
 
-bool rowMatches(const ReverseUtmRow& row, DatumType datum, bool south) {
+bool RowMatches(const ReverseUtmRow& row, DatumType datum, bool south) {
     if (row.hemisphere != Hemisphere::Either && (row.hemisphere == Hemisphere::South) != south) return false;
     if (row.fromDatum != 0) return datum >= row.fromDatum;
     return std::find(std::begin(row.datums), std::end(row.datums), datum) != std::end(row.datums);
 }
 
-bool utmCode(const PROJDATA& proj, DatumType datum, int* code) {
+bool UtmCode(const PROJDATA& proj, DatumType datum, int* code) {
     const int lon = static_cast<int>(proj.Lon0); // truncated toward zero
     const int zone = ((lon + 180) % 360) / 6 + 1;
     for (const ReverseUtmRow& row : kReverseUtm) {
-        if (!rowMatches(row, datum, proj.bSouth)) continue;
+        if (!RowMatches(row, datum, proj.bSouth)) continue;
         *code = row.base + zone;
         return true;
     }
@@ -230,8 +230,8 @@ bool utmCode(const PROJDATA& proj, DatumType datum, int* code) {
     return false;
 }
 
-bool systemCode(const PROJDATA& proj, DatumType datum, int* code) {
-    if (proj.Type == PT_UTM) return utmCode(proj, datum, code);
+bool SystemCode(const PROJDATA& proj, DatumType datum, int* code) {
+    if (proj.Type == PT_UTM) return UtmCode(proj, datum, code);
     if (proj.Type == PT_STATE_PLANE_27 || proj.Type == PT_STATE_PLANE_83)
         return ProjStateZoneToPOSCNumber(proj.Type, proj.Zone, code);
     return false;
@@ -239,7 +239,7 @@ bool systemCode(const PROJDATA& proj, DatumType datum, int* code) {
 
 // ---------------------------------------------------------------- keys
 
-void linearUnitKeys(KeyList& keys, double scale) {
+void LinearUnitKeys(KeyList& keys, double scale) {
     for (const LinearUnitRow& row : kLinearUnits) {
         if (std::fabs(row.unitsPerMetre - scale) <= 5e-8) {
             keys.Short(GK_PROJ_LINEAR_UNITS, row.code);
@@ -250,7 +250,7 @@ void linearUnitKeys(KeyList& keys, double scale) {
     keys.Double(GK_PROJ_LINEAR_UNIT_SIZE, scale == 0.0 ? 1.0 : 1.0 / scale);
 }
 
-void stateZoneKeys(KeyList& keys, const PROJDATA& proj) {
+void StateZoneKeys(KeyList& keys, const PROJDATA& proj) {
     PROJDATA zone = proj;
     ProjGetStateZoneParams(&zone);
     keys.Double(GK_PROJ_NAT_ORIGIN_LONG, zone.Lon0);
@@ -260,13 +260,13 @@ void stateZoneKeys(KeyList& keys, const PROJDATA& proj) {
     keys.Double(GK_PROJ_SCALE_AT_NAT_ORIGIN, zone.K0);
 }
 
-int coordTransCode(const PROJDATA& proj) {
+int CoordTransCode(const PROJDATA& proj) {
     if (proj.Type != PT_STEREOGRAPHIC) return CoordTransFromProjType(proj.Type);
     if (proj.Lat0 == 0.0) return 14;
     return proj.Lat0 == 90.0 || proj.Lat0 == -90.0 ? 15 : 16;
 }
 
-void parameterKeys(KeyList& keys, ProjType type, const PROJDATA& p) {
+void ParameterKeys(KeyList& keys, ProjType type, const PROJDATA& p) {
     if (ProjUsesParam(type, 3)) keys.Double(GK_PROJ_FALSE_EASTING, p.xOrg);
     if (ProjUsesParam(type, 4)) keys.Double(GK_PROJ_FALSE_NORTHING, p.yOrg);
     if (ProjUsesParam(type, 5)) {
@@ -289,14 +289,14 @@ void parameterKeys(KeyList& keys, ProjType type, const PROJDATA& p) {
     }
 }
 
-void userDefinedProjectionKeys(KeyList& keys, const PROJDATA& proj) {
+void UserDefinedProjectionKeys(KeyList& keys, const PROJDATA& proj) {
     LogPrintf("  Coordinate system code is not known.\n");
     keys.Short(GK_MODEL_TYPE, 1);
     keys.Short(GK_PROJECTION, kGeoUserDefined);
-    linearUnitKeys(keys, proj.Scale);
+    LinearUnitKeys(keys, proj.Scale);
     PROJDATA params = proj;
     ProjType type = proj.Type;
-    int code = coordTransCode(proj);
+    int code = CoordTransCode(proj);
     if (proj.Type == PT_UTM) {
         LogPrintf("  UTM projection becomes Transverse Mercator.\n");
         code = 1;
@@ -307,24 +307,24 @@ void userDefinedProjectionKeys(KeyList& keys, const PROJDATA& proj) {
     if (code == 0) code = kGeoUserDefined;
     LogPrintf("  Projection type code is %d.\n", code);
     keys.Short(GK_PROJ_COORD_TRANS, code);
-    parameterKeys(keys, type, params);
+    ParameterKeys(keys, type, params);
 }
 
-void projectionKeys(KeyList& keys, const PROJDATA& proj, DatumType datum) {
+void ProjectionKeys(KeyList& keys, const PROJDATA& proj, DatumType datum) {
     int code = 0;
-    if (!systemCode(proj, datum, &code)) {
-        userDefinedProjectionKeys(keys, proj);
+    if (!SystemCode(proj, datum, &code)) {
+        UserDefinedProjectionKeys(keys, proj);
         return;
     }
     LogPrintf("  Coordinate system is code %d.\n", code);
     keys.Short(GK_PROJECTED_CS_TYPE, code);
     keys.Short(GK_MODEL_TYPE, 1);
-    linearUnitKeys(keys, proj.Scale);
-    if (proj.Type == PT_STATE_PLANE_27 || proj.Type == PT_STATE_PLANE_83) stateZoneKeys(keys, proj);
+    LinearUnitKeys(keys, proj.Scale);
+    if (proj.Type == PT_STATE_PLANE_27 || proj.Type == PT_STATE_PLANE_83) StateZoneKeys(keys, proj);
 }
 
 // The ellipsoid by EPSG code, else by its axes. Returns nothing: the keys are written either way.
-void ellipsoidKeys(KeyList& keys, EllipsoidType e, double radius, double flattening, bool ofProjection) {
+void EllipsoidKeys(KeyList& keys, EllipsoidType e, double radius, double flattening, bool ofProjection) {
     int code = 0;
     if (EllipsoidToPOSCNumber(e, &code)) {
         LogPrintf(ofProjection ? "  Projection ellipsoid code is %d.\n" : "  Datum ellipsoid code is %d.\n", code);
@@ -363,10 +363,10 @@ std::string citation(const PROJDATA* proj, DatumType datum, bool withDatum) {
     return text;
 }
 
-bool buildTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType datum, DATUM2WGS84* datumParams,
+bool BuildTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType datum, DATUM2WGS84* datumParams,
                GEOREF* georef) {
     LogPrintf("KVProjBuildGeoTIFFTags\n");
-    if (georef && !addGeorefTags(tags, *georef)) {
+    if (georef && !AddGeorefTags(tags, *georef)) {
         KV_REPORT(20200);
         return false;
     }
@@ -381,8 +381,8 @@ bool buildTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType datum, DATUM2WGS
     keys.Short(GK_RASTER_TYPE, 1);
     if (projectionGiven && !projected) LogPrintf("  Coordinate system is unprojected.\n");
     if (projected) {
-        projectionKeys(keys, *proj, datum);
-        ellipsoidKeys(keys, proj->Ellipsoid, proj->MajorRadius, proj->Flattening, true);
+        ProjectionKeys(keys, *proj, datum);
+        EllipsoidKeys(keys, proj->Ellipsoid, proj->MajorRadius, proj->Flattening, true);
     }
     if (datumGiven) {
         int code = 0;
@@ -394,7 +394,7 @@ bool buildTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType datum, DATUM2WGS
         }
         if (!projectionGiven) keys.Short(GK_GEOG_ANGULAR_UNITS, 9102);
         if (!projected)
-            ellipsoidKeys(keys, datumParams->Ellipsoid, datumParams->MajorRadius, datumParams->Flattening, false);
+            EllipsoidKeys(keys, datumParams->Ellipsoid, datumParams->MajorRadius, datumParams->Flattening, false);
     }
     const std::string text = citation(proj, datum, datumGiven);
     if (!text.empty()) keys.Text(GK_PCS_CITATION, text);
@@ -410,14 +410,14 @@ bool buildTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType datum, DATUM2WGS
 
 bool KVProjBuildGeoTIFFTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType datum,
                             DATUM2WGS84* datumParams, GEOREF* georef) {
-    return KV_GUARDED(false, [&] { return buildTags(tags, proj, datum, datumParams, georef); });
+    return KV_GUARDED(false, [&] { return BuildTags(tags, proj, datum, datumParams, georef); });
 }
 
 // ---------------------------------------------------------------- bitmap lookup
 
 namespace {
 
-bool bitmapGeoParams(const char* imageName, unsigned int* flagsOut, PROJDATA* projOut,
+bool BitmapGeoParams(const char* imageName, unsigned int* flagsOut, PROJDATA* projOut,
                      DatumType* datumOut, DATUM2WGS84* paramsOut, GEOREF* georefOut) {
     LogPrintf("KVProjGetBitmapGeoParams\n");
     if (!imageName) return false;
@@ -455,7 +455,7 @@ bool bitmapGeoParams(const char* imageName, unsigned int* flagsOut, PROJDATA* pr
 
 bool KVProjGetBitmapGeoParams(const char* imageName, unsigned int* flags, PROJDATA* proj,
                               DatumType* datum, DATUM2WGS84* datumParams, GEOREF* georef) {
-    return KV_GUARDED(false, [&] { return bitmapGeoParams(imageName, flags, proj, datum, datumParams, georef); });
+    return KV_GUARDED(false, [&] { return BitmapGeoParams(imageName, flags, proj, datum, datumParams, georef); });
 }
 
 void KVProjDiscardGeoTIFFTags(KVBitmapTagList& tags) {
