@@ -7,6 +7,7 @@
 // `gdalinfo -json` and libgeotiff 1.7.1 `listgeo` printed for files written by
 // this command (recorded below, with GDAL's rules for turning the tags into a
 // geotransform, so that the suite does not need them installed).
+#include "ProjArgs.h"
 #include "SideFileTest.h"
 
 #include "kvlibw/bitmaptag.h"
@@ -349,6 +350,43 @@ TEST_F(ToolExport, SparseTiles) {
     r = kvtest::RunTool(geo + Quote(none));
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(kvtest::ReadFile(out), "") << "a refused copy leaves the target alone";
+}
+
+TEST_F(ToolExport, WarnsOfTheHalfPixel) {
+    // Tags built by the library itself: RasterPixelIsArea, and with E = +10 the
+    // pixel scale (10, 10, 0) that GDAL writes for a north-up image.
+    GEOREF g{};
+    g.Method = TM_PRECALCULATED;
+    g.A = 10, g.E = 10, g.C = 500000, g.F = 4650000;
+    PROJDATA utm;
+    std::string error;
+    ASSERT_TRUE(kvtool::UtmRecord("33N", &utm, &error)) << error;
+    KVBitmapTagList tags;
+    ASSERT_TRUE(KVProjBuildGeoTIFFTags(tags, &utm, DATUM_NONE, nullptr, &g));
+    const std::string area = dir / "area.tif", point = dir / "point.tif";
+    ASSERT_TRUE(KVBitLib().WriteNewWithTags(area.c_str(), 4, 3, tags));
+    ASSERT_EQ(KeyValue(area, 1025), 1);
+    // GDAL 3.6.2 gdalinfo area.tif: Origin = (500000, 4650000), the corner; the
+    // first pixel's centre is half a pixel in, at 500005 4649995.
+    kvtest::ToolRun r = kvtest::RunTool("export --format world --from " + Quote(area) + " " +
+                                        Quote(dir / "area.tif"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(kvtest::Contains(r.err, "ties the corner of its first pixel (RasterPixelIsArea)"))
+        << r.err;
+    EXPECT_TRUE(kvtest::Contains(r.err, "C=500000 F=4650000")) << r.err;
+    EXPECT_TRUE(kvtest::Contains(r.err, "at 500005 4649995")) << r.err;
+    ASSERT_EQ(r.out.rfind("wrote ", 0), 0u) << r.out;
+    const std::string world = kvtest::ReadFile(r.out.substr(6, r.out.size() - 7));
+    EXPECT_TRUE(kvtest::Contains(world, "\n500000\n4650000")) << "what was read is written\n"
+                                                              << world;
+    // A copy written by the tool says RasterPixelIsPoint: nothing to warn of.
+    ASSERT_EQ(kvtest::RunTool("export --format geotiff --from " + Quote(area) + " --image " +
+                              Quote(area) + " --out " + Quote(point))
+                  .status,
+              0);
+    r = kvtest::RunTool("export --format kvr --from " + Quote(point) + " " + Quote(point));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
 }
 
 // ---------------------------------------------------------------- refusals

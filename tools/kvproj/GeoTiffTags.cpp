@@ -65,4 +65,16 @@ bool MakeGeoTiffTagsPortable(KVBitmapTagList& tags) {
     return true;
 }
 
+int GeoTiffRasterType(const std::string& path) {
+    KVBitmapTag dir;
+    if (!KVBitLib().GetTagData(path.c_str(), KVTAG_GEO_KEY_DIRECTORY, dir, 1) ||
+        dir.GetType() != KVTAG_SHORT)
+        return 0;
+    const uint16_t* keys = static_cast<const uint16_t*>(dir.GetDataPtr());
+    for (unsigned long i = 4; i + 4 <= dir.GetItemCount(); i += 4)
+        if (keys[i] == kRasterTypeKey && keys[i + 1] == 0)
+            return keys[i + 3] == kPixelIsPoint ? 2 : 1;
+    return 1;
+}
+
 } // namespace kvtool

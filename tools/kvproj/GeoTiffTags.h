@@ -5,6 +5,8 @@
 
 #include "kvlibw/bitmaptag.h"
 
+#include <string>
+
 namespace kvtool {
 
 // Adjusts the tags built by KVProjBuildGeoTIFFTags before they are written:
@@ -21,6 +23,11 @@ namespace kvtool {
 //   pixel further out, where a world file of the same coefficients puts it.
 // False when a tag cannot be changed (the list is then left as it was).
 bool MakeGeoTiffTagsPortable(KVBitmapTagList& tags);
+
+// The raster type key of the GeoTIFF `path` (1 RasterPixelIsArea, also when
+// the key is absent; 2 RasterPixelIsPoint); 0 when the file has no GeoTIFF
+// key directory.
+int GeoTiffRasterType(const std::string& path);
 
 } // namespace kvtool
 

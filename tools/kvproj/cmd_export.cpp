@@ -4,6 +4,8 @@
 // another name; or GeoTIFF tags into a copy of an image.
 #include "Command.h"
 #include "DatumArgs.h"
+#include "GeoTiffTags.h"
+#include "Numbers.h"
 #include "ProjArgs.h"
 #include "SideFiles.h"
 
@@ -127,6 +129,33 @@ bool ApplyGeoref(const Options& o, SideRecords* rec, std::string* error) {
     return true;
 }
 
+// A GeoTIFF whose tiepoint ties the corner of the first pixel
+// (RasterPixelIsArea: the default, and what GDAL writes) reads back with that
+// corner as C and F, while coefficients name the first pixel's centre. When
+// such coefficients were taken from the image, say so with both numbers; what
+// is written keeps what was read.
+void WarnPixelIsArea(const std::string& from, const SideRecords& rec) {
+    const GEOREF& g = rec.georef;
+    if (!rec.hasGeoref || g.Method != TM_PRECALCULATED) return;
+    const FileKind* tiff = FindFileKind("geotiff");
+    const std::string file = tiff ? tiff->FileFor(from) : from;
+    if (GeoTiffRasterType(file) != 1) return;
+    GEOREF t{};
+    unsigned int flags = 0;
+    const bool read = KVProjGetGeoTIFF(file.c_str(), nullptr, nullptr, nullptr, &t, &flags);
+    RefFreeControls(&t);
+    if (!read || !(flags & GEOPARAM_COEFFICIENTS) ||
+        !(t.A == g.A && t.B == g.B && t.C == g.C && t.D == g.D && t.E == g.E && t.F == g.F))
+        return;
+    std::fprintf(stderr,
+                 "kvproj: export: warning: %s ties the corner of its first pixel "
+                 "(RasterPixelIsArea), read here as that pixel's centre C=%s F=%s; other "
+                 "readers put the centre at %s %s\n",
+                 file.c_str(), FormatShortest(g.C).c_str(), FormatShortest(g.F).c_str(),
+                 FormatShortest(g.C + 0.5 * (g.A + g.B)).c_str(),
+                 FormatShortest(g.F + 0.5 * (g.D + g.E)).c_str());
+}
+
 // The copy form (--image IN --out OUT) writes GeoTIFF tags into a copy of an
 // image; the plain form writes the side file of `name` (a GeoTIFF in place).
 bool CheckTargets(const Options& o, const FileKind& kind, std::string* error) {
@@ -149,6 +178,7 @@ int Run(const Options& o) {
     if (!CheckTargets(o, *kind, &error)) return Usage(error);
     SideRecords rec;
     if (!o.from.empty() && !LoadFrom(o.from, &rec, &error)) return Failure("export: " + error);
+    if (!o.from.empty()) WarnPixelIsArea(o.from, rec);
     ProjFigure figure; // a projection on a datum takes the datum's ellipsoid
     if (!o.datum.empty()) {
         DatumChoice choice;
