@@ -89,12 +89,75 @@ TEST(ToolList, UsageErrorsExitTwoWithOneLine) {
     for (const char* args :
          {"list", "list bogus", "list params", "list params 29", "list params -1", "list params 4x",
           "list params ''", "list params Mercator extra", "list params 99999999999999999999",
-          "list ellipsoids extra"}) {
+          "list ellipsoids one two", "list projections --jsn", "list datums nad"}) {
         const ToolRun run = RunTool(args);
         EXPECT_EQ(run.status, 2) << args;
         EXPECT_EQ(run.out, "") << args;
         EXPECT_EQ(run.err.rfind("kvproj: ", 0), 0u) << args << ": " << run.err;
         EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << "one line: " << run.err;
+    }
+}
+
+struct SearchCase {
+    const char* args;
+    int status;
+    std::vector<int> values; // the first column of each row, in order
+};
+
+// Search words match names as substrings ignoring case; values from the
+// catalogues above (Clarke figures 15, 16, 51-54; conic projections 2, 5, 11, 26).
+TEST(ToolList, SearchWord) {
+    const SearchCase cases[] = {
+        {"list ellipsoids clarke", 0, {15, 16, 51, 52, 53, 54}},
+        {"list ellipsoids 'WGS 7'", 0, {46}},
+        {"list projections CONIC", 0, {2, 5, 11, 26}},
+        {"list projections mercator", 0, {1, 4, 12, 17, 25}},
+        {"list zones --system 27 'michigan c'", 0, {62, 65}},
+        {"list projections atlantis", 1, {}},
+    };
+    for (const SearchCase& c : cases) {
+        const ToolRun run = RunTool(c.args);
+        EXPECT_EQ(run.status, c.status) << c.args << run.err;
+        std::vector<int> values;
+        for (const std::string& line : run.Lines()) {
+            std::istringstream fields(line);
+            int first = -1;
+            if (fields >> first) values.push_back(first);
+        }
+        EXPECT_EQ(values, c.values) << c.args << "\n" << run.out;
+        if (c.status) {
+            EXPECT_EQ(run.err, "kvproj: no name holds 'atlantis'\n");
+        }
+    }
+}
+
+// JSON rows: one object per catalogue row, keys in a fixed order, rows too
+// long for one line opened up; EPSG 7008 for Clarke 1866 (a = 6378206.4 m,
+// 1/f = 294.9786982); the capability word 0x3F = 63.
+TEST(ToolList, Json) {
+    const struct {
+        const char* args;
+        const char* expected;
+    } cases[] = {
+        {"list ellipsoids 1866 --json",
+         "[\n  {\n    \"ellipsoid\": 15,\n    \"name\": \"Clarke 1866\",\n    \"major_radius\": "
+         "6378206.4,\n    \"inverse_flattening\": 294.9786982,\n    \"epsg\": 7008\n  }\n]\n"},
+        {"list ellipsoids user --json",
+         "[\n  {\n    \"ellipsoid\": 0,\n    \"name\": \"user-defined\",\n    \"major_radius\": "
+         "null,\n    \"inverse_flattening\": null,\n    \"epsg\": null\n  }\n]\n"},
+        {"list projections 'van der' --json",
+         "[\n  {\"type\": 15, \"name\": \"Van Der Grinten\", \"info\": 63, "
+         "\"params\": [20, 2, 3, 4, 6]}\n]\n"},
+        {"list params 9 --json",
+         "[\n  {\"id\": 2, \"label\": \"Scale\", \"field\": \"Scale\", \"data_type\": \"double\"},\n"
+         "  {\"id\": 15, \"label\": \"State Zone\", \"field\": \"Zone\", "
+         "\"data_type\": \"StateZoneType\"}\n]\n"},
+        {"list params 0 --json", "[]\n"},
+    };
+    for (const auto& c : cases) {
+        const ToolRun run = RunTool(c.args);
+        EXPECT_EQ(run.status, 0) << c.args << run.err;
+        EXPECT_EQ(run.out, c.expected) << c.args;
     }
 }
 

@@ -192,4 +192,8 @@ int Failure(const std::string& message) {
     return EXIT_FAILED;
 }
 
+int NothingFound(const std::string& word) {
+    return Failure("no name holds '" + word + "'");
+}
+
 } // namespace kvtool

@@ -68,6 +68,9 @@ int UsageError(const std::string& message);
 // Prints "kvproj: <message>" to standard error and returns EXIT_FAILED.
 int Failure(const std::string& message);
 
+// A catalogue search that found nothing: "no name holds 'WORD'", EXIT_FAILED.
+int NothingFound(const std::string& word);
+
 } // namespace kvtool
 
 #endif

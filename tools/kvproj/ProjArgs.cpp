@@ -369,6 +369,10 @@ std::vector<int> UsedParams(const PROJDATA& data) {
 
 } // namespace
 
+std::string ParamFieldName(int id) {
+    return id >= 1 && id <= kParamCount ? kFieldNames[id - 1] : "";
+}
+
 bool UsesEveryKey(const std::string& text, const PROJDATA& data, std::string* error) {
     bool balanced = true;
     const std::vector<int> used = UsedParams(data);

@@ -23,6 +23,10 @@ namespace kvtool {
 // The label of parameter `id` ("False Easting"), "?" for none.
 std::string ParamLabel(int id);
 
+// The PROJDATA field name of parameter `id` ("xOrg"), a key --proj takes;
+// "" for none.
+std::string ParamFieldName(int id);
+
 // What the tool thinks of a record: `parameter` 0 when it can be used,
 // otherwise the id of the parameter at fault (the library's own checks first,
 // then non-finite values and projections that convert no point) and why.

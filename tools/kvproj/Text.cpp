@@ -29,6 +29,13 @@ bool EqualsIgnoringCase(const std::string& a, const std::string& b) {
     return true;
 }
 
+bool ContainsIgnoringCase(const std::string& text, const std::string& part) {
+    if (part.size() > text.size()) return false;
+    for (size_t at = 0; at + part.size() <= text.size(); ++at)
+        if (EqualsIgnoringCase(text.substr(at, part.size()), part)) return true;
+    return false;
+}
+
 std::string Trim(const std::string& s) {
     const char* blanks = " \t\r\n";
     const size_t first = s.find_first_not_of(blanks);
@@ -43,12 +50,25 @@ std::string Join(const std::vector<std::string>& words, const char* separator) {
     return text;
 }
 
+size_t Utf8CharLength(const std::string& text, size_t at) {
+    if (at >= text.size()) return 0;
+    const size_t n = Utf8Length(static_cast<unsigned char>(text[at]));
+    if (n == 0 || at + n > text.size()) return 0;
+    for (size_t k = 1; k < n; ++k)
+        if ((static_cast<unsigned char>(text[at + k]) & 0xC0) != 0x80) return 0;
+    // No overlong forms, no surrogates, nothing past U+10FFFF.
+    const unsigned char lead = static_cast<unsigned char>(text[at]);
+    const unsigned char next = n > 1 ? static_cast<unsigned char>(text[at + 1]) : 0;
+    if ((lead == 0xE0 && next < 0xA0) || (lead == 0xED && next >= 0xA0) ||
+        (lead == 0xF0 && next < 0x90) || (lead == 0xF4 && next >= 0x90))
+        return 0;
+    return n;
+}
+
 bool SplitCharacters(const std::string& text, std::vector<std::string>* chars) {
     for (size_t i = 0; i < text.size();) {
-        const size_t n = Utf8Length(static_cast<unsigned char>(text[i]));
-        if (n == 0 || i + n > text.size()) return false;
-        for (size_t k = 1; k < n; ++k)
-            if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80) return false;
+        const size_t n = Utf8CharLength(text, i);
+        if (n == 0) return false;
         chars->push_back(text.substr(i, n));
         i += n;
     }

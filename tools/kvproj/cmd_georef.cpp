@@ -2,6 +2,7 @@
 // coefficients, each control's residual and the mean error, or converts
 // further points through the fit (--apply).
 #include "Command.h"
+#include "Json.h"
 #include "LineInput.h"
 #include "Numbers.h"
 #include "Text.h"
@@ -239,51 +240,43 @@ std::string TextReport(const Fit& fit, const std::vector<Residual>& res, double 
 
 // ------------------------------------------------------------ JSON output
 
-std::string JsonNumber(double v) {
-    return std::isfinite(v) ? FormatShortest(v) : "null";
-}
-
-std::string JsonPair(double x, double y) {
-    return "[" + JsonNumber(x) + ", " + JsonNumber(y) + "]";
-}
-
 std::string JsonReport(const Fit& fit, const std::vector<Residual>& res, double mean,
                        const std::vector<GEOREFPOINT>& applied) {
-    std::string out = "{\n  \"method\": " + std::to_string(fit.method) + ",\n  \"name\": \"" +
-                      RefMethodName(fit.method) + "\",\n";
+    Json report = Json::Object();
+    report.Set("method", static_cast<int>(fit.method)).Set("name", RefMethodName(fit.method));
     GEOREFFIT c{};
     if (RefGetFit(fit.handle, &c)) {
-        std::string terms, xs, ys;
+        Json terms = Json::Array(), xs = Json::Array(), ys = Json::Array();
         for (int j = 0; j < c.nTerms; ++j) {
-            const char* sep = j ? ", " : "";
-            const char* term = j == 3 && fit.method == TM_FIRST_ORDER ? "x*y" : kTermNames[j];
-            terms += sep + std::string("\"") + term + "\"";
-            xs += sep + Coefficient(c.X[j]);
-            ys += sep + Coefficient(c.Y[j]);
+            terms.Add(j == 3 && fit.method == TM_FIRST_ORDER ? "x*y" : kTermNames[j]);
+            xs.Add(c.X[j] == 0.0 ? 0.0 : c.X[j]); // no "-0"
+            ys.Add(c.Y[j] == 0.0 ? 0.0 : c.Y[j]);
         }
-        out += "  \"coefficients\": {\"terms\": [" + terms + "], \"x\": [" + xs + "], \"y\": [" +
-               ys + "]},\n";
+        Json coefficients = Json::Object();
+        coefficients.Set("terms", std::move(terms)).Set("x", std::move(xs)).Set("y", std::move(ys));
+        report.Set("coefficients", std::move(coefficients));
     } else {
-        out += "  \"coefficients\": null,\n";
+        report.Set("coefficients", nullptr);
     }
-    out += "  \"controls\": [\n";
+    Json controls = Json::Array();
     for (size_t i = 0; i < res.size(); ++i) {
-        out += "    {\"pixel\": " + JsonPair(fit.pixel[i].x, fit.pixel[i].y) +
-               ", \"map\": " + JsonPair(fit.map[i].x, fit.map[i].y) +
-               ", \"residual\": " + JsonPair(res[i].dx, res[i].dy) +
-               ", \"error\": " + JsonNumber(res[i].error);
+        Json control = Json::Object();
+        control.Set("pixel", Json::Pair(fit.pixel[i].x, fit.pixel[i].y))
+            .Set("map", Json::Pair(fit.map[i].x, fit.map[i].y))
+            .Set("residual", Json::Pair(res[i].dx, res[i].dy))
+            .Set("error", res[i].error);
         if (IsWarp(fit.method))
-            out += ", \"leave_one_out\": " + JsonPair(res[i].looDx, res[i].looDy);
-        out += i + 1 < res.size() ? "},\n" : "}\n";
+            control.Set("leave_one_out", Json::Pair(res[i].looDx, res[i].looDy));
+        controls.Add(std::move(control));
     }
-    out += "  ],\n  \"mean_error\": " + JsonNumber(mean);
+    report.Set("controls", std::move(controls)).Set("mean_error", mean);
     if (!applied.empty()) {
-        out += ",\n  \"applied\": [";
-        for (size_t i = 0; i < applied.size(); ++i)
-            out += (i ? ", " : "") + JsonPair(applied[i].x, applied[i].y);
-        out += "]";
+        Json points = Json::Array();
+        for (const GEOREFPOINT& p : applied)
+            points.Add(Json::Pair(p.x, p.y));
+        report.Set("applied", std::move(points));
     }
-    return out + "\n}\n";
+    return report.Dump();
 }
 
 // ------------------------------------------------------------ running
