@@ -19,7 +19,10 @@ build: deps $(BUILD)/CMakeCache.txt
 	cmake -S . -B $(BUILD) -DKVPROJ_WERROR=$(WERROR) $(CMAKE_ARGS) >/dev/null
 	cmake --build $(BUILD) -j $(JOBS)
 
-demo: build
+# The tool and its libraries only, not the tests.
+demo: deps $(BUILD)/CMakeCache.txt
+	cmake -S . -B $(BUILD) -DKVPROJ_WERROR=$(WERROR) $(CMAKE_ARGS) >/dev/null
+	cmake --build $(BUILD) -j $(JOBS) --target kvproj_tool
 	@sh tools/demo.sh $(BUILD)/kvproj
 
 test: build

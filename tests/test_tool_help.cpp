@@ -32,11 +32,20 @@ TEST(ToolHelp, EveryCommandAnswersHelpInEightyColumns) {
         EXPECT_EQ(RunTool("help " + name).out, help.out) << name;
         EXPECT_EQ(kvtool::CommandHelp(*c), help.out) << name;
     }
-    for (const char* nested : {"list params", "list zones", "grid shift", "grid info"}) {
-        const kvtest::ToolRun help = RunTool(std::string(nested) + " --help");
-        EXPECT_EQ(help.status, 0) << nested;
-        EXPECT_TRUE(Contains(help.out, std::string("Usage: kvproj ") + nested)) << help.out;
+    // Sub-commands of a command ("list zones", "grid info"), found the same way.
+    int nestedCount = 0;
+    for (const kvtool::KVCommand* c : kvtool::Commands()) {
+        for (const std::string& sub : kvtool::NestedCommands(*c)) {
+            const std::string nested = std::string(c->info.name) + " " + sub;
+            const kvtest::ToolRun help = RunTool(nested + " --help");
+            EXPECT_EQ(help.status, 0) << nested;
+            EXPECT_TRUE(Contains(help.out, "Usage: kvproj " + nested)) << help.out;
+            ExpectFitsAndComplete(nested, help.out);
+            EXPECT_EQ(RunTool("help " + nested).out, help.out) << nested;
+            ++nestedCount;
+        }
     }
+    EXPECT_GE(nestedCount, 7); // list: 5 catalogues; grid: info, shift
     const kvtest::ToolRun overview = RunTool("--help");
     EXPECT_EQ(overview.status, 0);
     std::istringstream lines(overview.out);
@@ -44,6 +53,29 @@ TEST(ToolHelp, EveryCommandAnswersHelpInEightyColumns) {
         EXPECT_LE(line.size(), 80u) << line;
     for (const kvtool::KVCommand* c : kvtool::Commands())
         EXPECT_TRUE(Contains(overview.out, c->info.summary)) << c->info.name;
+}
+
+// Long help lines are broken at blanks and continue under the text they
+// continue: an option's description column, or the line's indentation.
+TEST(ToolHelp, LongLinesAreFolded) {
+    const std::string option = "  --zone ZONE            ";
+    const struct {
+        std::string text;
+        size_t width;
+        std::string expected;
+    } kRows[] = {
+        {"short line\n", 80, "short line\n"},
+        {option + "a state plane zone by name or code\n", 40,
+         option + "a state plane\n" + std::string(25, ' ') + "zone by name or\n" +
+             std::string(25, ' ') + "code\n"},
+        {"  Reads one point per line and converts it\n", 20,
+         "  Reads one point\n  per line and\n  converts it\n"},
+        {"  unbreakable-word-longer-than-the-width\n", 10,
+         "  unbreakable-word-longer-than-the-width\n"},
+        {"one two\n\nthree\n", 4, "one\ntwo\n\nthree\n"},
+    };
+    for (const auto& r : kRows)
+        EXPECT_EQ(kvtool::FitToWidth(r.text, r.width), r.expected) << r.text;
 }
 
 // Usage errors are one line on standard error, status 2, and suggest the

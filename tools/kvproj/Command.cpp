@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <sstream>
 
 namespace kvtool {
 namespace {
@@ -84,6 +85,17 @@ std::string Prefix(const CLI::App& app) {
     return name + ": ";
 }
 
+// Where the text of a help line starts: after the option column when the line
+// has one ("  --step DEG   degrees between ..."), else after the indentation.
+size_t TextColumn(const std::string& line) {
+    const size_t indent = line.find_first_not_of(' ');
+    if (indent == std::string::npos) return 0;
+    const size_t gap = line.find("  ", indent);
+    if (gap == std::string::npos) return indent;
+    const size_t text = line.find_first_not_of(' ', gap);
+    return text != std::string::npos && text <= 40 ? text : indent;
+}
+
 // The first word no option or operand took, as a usage error.
 int ReportExtra(const CLI::App& app) {
     std::vector<std::string> extras = app.remaining(true);
@@ -110,6 +122,23 @@ int ReportParseError(const CLI::App& app, const CLI::ParseError& e) {
 }
 
 } // namespace
+
+std::string FitToWidth(const std::string& text, size_t width) {
+    std::string out;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        while (line.size() > width) {
+            const size_t column = TextColumn(line);
+            const size_t cut = line.rfind(' ', width);
+            if (cut == std::string::npos || cut <= column) break; // one long word stays
+            const size_t end = line.find_last_not_of(' ', cut);
+            out += line.substr(0, end + 1) + "\n";
+            line = std::string(column, ' ') + line.substr(cut + 1);
+        }
+        out += line + "\n";
+    }
+    return out;
+}
 
 const char kStandardStatuses[] = "  0  success\n"
                                  "  1  the operation failed (a file, a conversion)\n"
@@ -158,13 +187,24 @@ BuiltCommand Build(const KVCommand& command) {
     built.run = command.setUp(app);
     NameValues(app);
     AddFooter(app, command.info.example, command.info.statuses);
+    // Nested commands without a footer of their own show the command's.
+    for (CLI::App* sub : app.get_subcommands([](CLI::App*) { return true; }))
+        if (sub->get_footer().empty()) sub->footer(app.get_footer());
     return built;
 }
 
 } // namespace
 
 std::string CommandHelp(const KVCommand& command) {
-    return Build(command).app->help();
+    return FitToWidth(Build(command).app->help());
+}
+
+std::vector<std::string> NestedCommands(const KVCommand& command) {
+    BuiltCommand built = Build(command);
+    std::vector<std::string> names;
+    for (const CLI::App* sub : built.app->get_subcommands([](CLI::App*) { return true; }))
+        names.push_back(sub->get_name());
+    return names;
 }
 
 int RunCommand(const KVCommand& command, const std::vector<std::string>& args) {
@@ -173,7 +213,7 @@ int RunCommand(const KVCommand& command, const std::vector<std::string>& args) {
     try {
         app.parse(std::vector<std::string>(args.rbegin(), args.rend()));
     } catch (const CLI::CallForHelp&) {
-        std::fputs(app.help().c_str(), stdout);
+        std::fputs(FitToWidth(app.help()).c_str(), stdout);
         return EXIT_OK;
     } catch (const CLI::ParseError& e) {
         return ReportParseError(app, e);

@@ -59,6 +59,13 @@ int RunCommand(const KVCommand& command, const std::vector<std::string>& args);
 // The --help text of a command.
 std::string CommandHelp(const KVCommand& command);
 
+// The names of a command's own sub-commands ("list zones", "grid info").
+std::vector<std::string> NestedCommands(const KVCommand& command);
+
+// `text` with every line longer than `width` broken at blanks; a continued
+// line starts under the text it continues (an option's description column).
+std::string FitToWidth(const std::string& text, size_t width = 80);
+
 // Adds the example and exit statuses below a (nested) command's options.
 void AddFooter(CLI::App& app, const char* example, const char* statuses = kStandardStatuses);
 
