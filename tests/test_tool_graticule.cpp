@@ -315,6 +315,9 @@ TEST(ToolGraticule, FailuresExitWithOneLine) {
         {"--proj type=eqc --frobnicate", 2},               // unknown option
         {"--proj type=nosuch", 2},                         // unknown projection
         {"--proj 'type=merc ellipsoid=77'", 1},            // no such ellipsoid
+        {"--proj 'type=merc scale=1e300'", 1},             // overflows unmarked
+        {"--proj 'type=merc x0=inf'", 1},                  // not finite
+        {"--proj 'type=lcc lat1=30 lat2=-30'", 1},         // converts no point
     };
     for (const auto& c : cases) {
         const ToolRun run = Graticule(c.first);

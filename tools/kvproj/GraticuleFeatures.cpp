@@ -74,11 +74,12 @@ bool OnMeridian(double lon, double edge) {
 } // namespace
 
 bool MakeHandles(PROJDATA data, Handles* h) {
-    char message[KVProj::kProjCheckMessageLen] = "";
-    const int bad = KVProj::ProjCheckParams(&data, message, false);
-    if (bad != 0) {
-        std::fprintf(stderr, "kvproj: graticule: invalid projection: %s (parameter %d)\n", message,
-                     bad);
+    // The library's checks, then the tool's own (non-finite values, magnitudes
+    // that overflow, records that convert nothing).
+    const RecordVerdict verdict = CheckRecord(data);
+    if (verdict.parameter != 0) {
+        std::fprintf(stderr, "kvproj: graticule: invalid projection: %s (parameter %d)\n",
+                     verdict.message.c_str(), verdict.parameter);
         return false;
     }
     PROJDATA zone = data;
