@@ -89,7 +89,7 @@ TEST(ToolList, UsageErrorsExitTwoWithOneLine) {
     for (const char* args :
          {"list", "list bogus", "list params", "list params 29", "list params -1", "list params 4x",
           "list params ''", "list params Mercator extra", "list params 99999999999999999999",
-          "list ellipsoids one two", "list projections --jsn", "list datums nad"}) {
+          "list ellipsoids one two", "list projections --jsn", "list datums a b"}) {
         const ToolRun run = RunTool(args);
         EXPECT_EQ(run.status, 2) << args;
         EXPECT_EQ(run.out, "") << args;
@@ -113,6 +113,8 @@ TEST(ToolList, SearchWord) {
         {"list projections CONIC", 0, {2, 5, 11, 26}},
         {"list projections mercator", 0, {1, 4, 12, 17, 25}},
         {"list zones --system 27 'michigan c'", 0, {62, 65}},
+        {"list datums nadcon", 0, {232, 233}},
+        {"list datums 'grid'", 1, {}}, // the method column is not searched
         {"list projections atlantis", 1, {}},
     };
     for (const SearchCase& c : cases) {
@@ -126,7 +128,7 @@ TEST(ToolList, SearchWord) {
         }
         EXPECT_EQ(values, c.values) << c.args << "\n" << run.out;
         if (c.status) {
-            EXPECT_EQ(run.err, "kvproj: no name holds 'atlantis'\n");
+            EXPECT_TRUE(kvtest::Contains(run.err, "kvproj: no name holds '")) << run.err;
         }
     }
 }
@@ -153,6 +155,11 @@ TEST(ToolList, Json) {
          "  {\"id\": 15, \"label\": \"State Zone\", \"field\": \"Zone\", "
          "\"data_type\": \"StateZoneType\"}\n]\n"},
         {"list params 0 --json", "[]\n"},
+        // EPSG 6267 is the NAD 27 datum code the NADCON Puerto Rico row carries.
+        {"list datums 'virgin islands (nadcon)' --json",
+         "[\n  {\n    \"datum\": 233,\n    \"name\": \"NAD 1927 - Puerto Rico & Virgin Islands "
+         "(NADCON)\",\n    \"epsg\": 6267,\n    \"method\": \"NADCON grid\",\n    "
+         "\"ellipsoid\": null\n  }\n]\n"},
     };
     for (const auto& c : cases) {
         const ToolRun run = RunTool(c.args);

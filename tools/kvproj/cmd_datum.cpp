@@ -3,6 +3,8 @@
 
 #include "Command.h"
 #include "DatumArgs.h"
+#include "Json.h"
+#include "Text.h"
 #include "Numbers.h"
 #include "Suggest.h"
 
@@ -12,6 +14,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace kvtool {
 namespace {
@@ -232,7 +235,12 @@ const KVCommand command({"datum", "datum <name|id|epsg> [--profile F]",
 
 } // namespace
 
-int ListDatums(const std::string& profile) {
+int ListDatums(const std::string& profile, const std::string& search, bool json) {
+    struct Row {
+        int id;
+        std::string name, epsg, method, ellipsoid;
+    };
+    std::vector<Row> rows;
     char name[256];
     for (int id = 0; id < DatNumDatums(); ++id) {
         DatumType d = static_cast<DatumType>(id);
@@ -243,20 +251,34 @@ int ListDatums(const std::string& profile) {
         std::string ellipsoid = "-";
         if (DatGetDatumParams(d, &s) && (method == DM_MOLODENSKY || method == DM_BURSA))
             ellipsoid = EllipsoidText(s.Ellipsoid);
-        std::printf("%3d  %-58s  %5s  %-20s  %s\n", id, name, EpsgText(d).c_str(),
-                    methodText.c_str(), ellipsoid.c_str());
+        rows.push_back({id, name, EpsgText(d), methodText, ellipsoid});
     }
-    if (profile.empty()) return EXIT_OK;
-    const int total = NDatNumDatums(profile.c_str());
+    const int total = profile.empty() ? 0 : NDatNumDatums(profile.c_str());
     for (int i = DatNumDatums(); i < total; ++i) {
         if (!NDatEnumDatumName(profile.c_str(), name, i)) continue;
         DATUM2WGS84 s;
         bool readable = NDatGetDatumParams(profile.c_str(), name, &s);
-        std::printf("%3d  %-58s  %5s  %-20s  %s\n", i, name, "-",
-                    readable ? DatumMethodText(s.Method) : "(unreadable)",
-                    readable && s.Method != DM_NOXFORM ? EllipsoidText(s.Ellipsoid).c_str() : "-");
+        rows.push_back({i, name, "-", readable ? DatumMethodText(s.Method) : "(unreadable)",
+                        readable && s.Method != DM_NOXFORM ? EllipsoidText(s.Ellipsoid) : "-"});
     }
-    return EXIT_OK;
+    Json list = Json::Array();
+    int found = 0;
+    for (const Row& r : rows) {
+        if (!ContainsIgnoringCase(r.name, search)) continue;
+        ++found;
+        if (!json) {
+            std::printf("%3d  %-58s  %5s  %-20s  %s\n", r.id, r.name.c_str(), r.epsg.c_str(),
+                        r.method.c_str(), r.ellipsoid.c_str());
+            continue;
+        }
+        Json row = Json::Object();
+        row.Set("datum", r.id).Set("name", r.name);
+        row.Set("epsg", r.epsg == "-" ? Json() : Json(std::stoi(r.epsg)));
+        row.Set("method", r.method).Set("ellipsoid", r.ellipsoid == "-" ? Json() : Json(r.ellipsoid));
+        list.Add(std::move(row));
+    }
+    if (json) std::fputs(list.Dump().c_str(), stdout);
+    return found || search.empty() ? EXIT_OK : NothingFound(search);
 }
 
 } // namespace kvtool

@@ -176,11 +176,7 @@ int Run(CLI::App& app, const Options& o) {
     if (app.got_subcommand("projections")) return ListProjections(list);
     if (app.got_subcommand("ellipsoids")) return ListEllipsoids(list);
     if (app.got_subcommand("params")) return ListParams(o.type, list);
-    if (app.got_subcommand("datums")) {
-        if (o.json || !o.search.empty())
-            return UsageError("list datums: no search word or --json yet; see kvproj datum");
-        return ListDatums(o.profile);
-    }
+    if (app.got_subcommand("datums")) return ListDatums(o.profile, o.search, o.json);
     if (app.got_subcommand("zones")) {
         int system = 0;
         if (o.systemOpt->count()) {
@@ -216,9 +212,9 @@ Runner SetUp(CLI::App& app) {
     CLI::App* zones = app.add_subcommand("zones", "state plane zones with their codes");
     o->systemOpt = zones->add_option("--system", o->system, "27 or 83: one system only");
     AddSearch(zones, o.get(), true);
-    CLI::App* datums = app.add_subcommand("datums", "every datum with its method");
-    datums->ignore_case();
+    CLI::App* datums = app.add_subcommand("datums", "datums with their methods");
     datums->add_option("--profile", o->profile, "also the custom datums kept in FILE");
+    AddSearch(datums, o.get(), true);
     return [o, &app] { return Run(app, *o); };
 }
 
