@@ -57,9 +57,30 @@ const char* WhyNotANumber(const char* line, Span field, char delimiter) {
     return "cannot read two coordinates from";
 }
 
+// A second set of handles from the same records, for one more thread: a
+// handle keeps the result of its last call, so threads must not share one.
+// A grid stage is not copied: with one the run keeps to one thread.
+bool ClonePipeline(const Pipeline& from, Pipeline* to) {
+    if (from.grid) return false;
+    KVProj::PROJDATA d;
+    for (auto side : {std::make_pair(from.inverse, &to->inverse), std::make_pair(from.forward, &to->forward)})
+        if (side.first && !(KVProj::ProjGetHandleInfo(side.first, &d) &&
+                             (*side.second = KVProj::ProjCreateProjection(&d))))
+            return false;
+    KVProj::DATUMXFORM x;
+    if (from.datum && !(KVProj::DatGetHandleInfo(from.datum, &x) && (to->datum = KVProj::DatCreateDatum(&x))))
+        return false;
+    to->grid = from.grid;
+    return true;
+}
+
 class Block {
 public:
-    Block(const StreamOptions& o, const Pipeline& stages) : m_opt(o), m_stages(stages) {}
+    // `own` true: the block converts with handles of its own (see ClonePipeline).
+    Block(const StreamOptions& o, const Pipeline& stages, bool own) : m_opt(o), m_stages(stages) {
+        if (own && ClonePipeline(stages, &m_own)) m_use = &m_own;
+    }
+    bool OwnHandles() const { return m_use == &m_own; }
 
     size_t Lines() const { return m_rows.size(); }
     size_t Bytes() const { return m_text.size(); }
@@ -169,18 +190,18 @@ private:
         const int n = static_cast<int>(m_points.size());
         if (n == 0) return true;
         KVProj::PROJPOINT* pts = m_points.data();
-        if (m_stages.inverse && !KVProj::ProjInverse(m_stages.inverse, pts, n)) return false;
+        if (m_use->inverse && !KVProj::ProjInverse(m_use->inverse, pts, n)) return false;
         m_outside.clear();
-        if (m_stages.grid && !m_stages.grid->Apply(pts, n, &m_outside)) return false;
-        if (m_stages.datum) {
+        if (m_use->grid && !m_use->grid->Apply(pts, n, &m_outside)) return false;
+        if (m_use->datum) {
             static_assert(sizeof(KVProj::DATUMPOINT) == sizeof(KVProj::PROJPOINT),
                           "both point records are two doubles");
             m_datumPoints.resize(m_points.size());
             std::memcpy(m_datumPoints.data(), pts, m_points.size() * sizeof(*pts));
-            if (!KVProj::DatConvertDatum(m_stages.datum, m_datumPoints.data(), n)) return false;
+            if (!KVProj::DatConvertDatum(m_use->datum, m_datumPoints.data(), n)) return false;
             std::memcpy(pts, m_datumPoints.data(), m_points.size() * sizeof(*pts));
         }
-        return !m_stages.forward || KVProj::ProjForward(m_stages.forward, pts, n);
+        return !m_use->forward || KVProj::ProjForward(m_use->forward, pts, n);
     }
 
     // Points the grid does not cover are bad lines (their marker is set).
@@ -190,7 +211,7 @@ private:
             ++m_bad;
             m_reports += "kvproj: convert: " + *m_name + ":" +
                          std::to_string(m_firstLine + static_cast<long long>(row)) +
-                         ": the point is outside the grid '" + m_stages.grid->Path() + "'\n";
+                         ": the point is outside the grid '" + m_use->grid->Path() + "'\n";
         }
     }
 
@@ -248,6 +269,8 @@ private:
 
     const StreamOptions& m_opt;
     const Pipeline& m_stages;
+    Pipeline m_own;
+    const Pipeline* m_use = &m_stages;
     Dialect m_dialect;
     const std::string* m_name = nullptr;
     long long m_firstLine = 1;
@@ -331,11 +354,17 @@ public:
            BlockOutput& reports)
         : m_in(in), m_opt(o), m_out(out), m_reports(reports) {
         const size_t blocks = o.threads > 1 ? static_cast<size_t>(o.threads) * 2 : 1;
+        bool own = o.threads > 1;
         for (size_t i = 0; i < blocks; ++i) {
-            m_blocks.push_back(std::make_unique<Block>(o, stages));
+            m_blocks.push_back(std::make_unique<Block>(o, stages, own));
+            own = own && m_blocks.back()->OwnHandles();
             m_free.push_back(m_blocks.back().get());
         }
-        if (o.threads > 1) m_workers = std::make_unique<Workers>(o.threads);
+        if (!own) { // handles that cannot be copied: one block, converted here
+            m_blocks.resize(1);
+            m_free.assign(1, m_blocks.front().get());
+        }
+        if (own) m_workers = std::make_unique<Workers>(o.threads);
         m_current = NextFree();
     }
 
