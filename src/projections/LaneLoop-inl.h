@@ -9,7 +9,8 @@
 // range of the vector functions). A vector with such a lane is left untouched
 // and converted point by point by the same function the scalar path runs, so
 // markers, failures and the per-point report come out exactly as there. The
-// last partial vector is filled up with copies of its first point.
+// last partial vector is filled up with copies of its first point, unless it
+// holds a single point.
 #if defined(KVPROJ_PROJECTIONS_LANELOOP_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef KVPROJ_PROJECTIONS_LANELOOP_INL_H_
 #undef KVPROJ_PROJECTIONS_LANELOOP_INL_H_
@@ -69,6 +70,9 @@ void ForEachVector(PROJPOINT* points, int count, const Kernel& kernel, const Poi
         Block(d, reinterpret_cast<double*>(points + i), points + i, n, kernel, fn);
     const size_t rest = total - i;
     if (rest == 0) return;
+    // One point alone costs less through the per-point function than a whole
+    // padded vector (a call converting one point at a time, say).
+    if (rest == 1) return ForEachPoint(points + i, 1, fn);
     constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(double);
     HWY_ALIGN PROJPOINT pad[kMaxLanes];
     for (size_t j = 0; j < n; ++j)
