@@ -164,7 +164,7 @@ TEST(ToolZone, PrintedParametersConvertAsTheZone) {
             const std::string base = (s ? "spcs83:" : "spcs27:") + std::string(name);
             ASSERT_TRUE(kvtool::BuildProjection(Request("zone", base, ""), nullptr, &byZone, &error))
                 << error;
-            ASSERT_EQ(byZone.Zone, zone) << base;
+            ASSERT_EQ(static_cast<int>(byZone.Zone), zone) << base; // a packed field: by value
             ASSERT_TRUE(kvtool::BuildProjection(Request("", "", words), nullptr, &byWords, &error))
                 << error;
             const auto points = PointsNear(z.data);
