@@ -3,6 +3,8 @@
 
 #include "frame/SiblingFile.h"
 
+#include <algorithm>
+
 namespace KVProj {
 
 namespace {
@@ -13,7 +15,30 @@ template <typename Row> const Row* FindByCode(const Row* rows, int count, int co
     return nullptr;
 }
 
+// The tables are sorted by code (the generator checks it).
+template <typename Row> const Row* FindSorted(const Row* rows, int count, int code) {
+    const Row* end = rows + count;
+    const Row* at = std::lower_bound(rows, end, code, [](const Row& r, int c) { return r.code < c; });
+    return at != end && at->code == code ? at : nullptr;
+}
+
 } // namespace
+
+const EpsgProjected* EpsgFindProjected(int code) {
+    return FindSorted(kEpsgProjecteds, kEpsgProjectedCount, code);
+}
+
+const EpsgRefused* EpsgFindRefused(int code) {
+    return FindSorted(kEpsgRefuseds, kEpsgRefusedCount, code);
+}
+
+const EpsgGeographic* EpsgFindGeographic(int code) {
+    return FindSorted(kEpsgGeographics, kEpsgGeographicCount, code);
+}
+
+const EpsgGeographicBase* EpsgFindGeographicBase(int code) {
+    return FindSorted(kEpsgGeographicBases, kEpsgGeographicBaseCount, code);
+}
 
 const EpsgDatum* EpsgFindDatum(int code) {
     return FindByCode(kEpsgDatums, kEpsgDatumCount, code);

@@ -46,6 +46,48 @@ struct EpsgPrimeMeridian {
     double longitudeDegrees; // decimal degrees east of Greenwich
 };
 
+// A projected coordinate system whose method the tool can express, from
+// data/epsg/epsg_projected.tsv. Angles in degrees (east of the base system's
+// prime meridian), lengths in metres; a parameter the method lacks is 0.
+struct EpsgProjected {
+    int code;
+    const char* name;       // "NAD83 / UTM zone 17N"
+    const char* method;     // "tm", "lcc1", "lcc2", ... (see tools/gen_epsg_projected.py)
+    int geographicCode;     // the base geographic system
+    bool northingFirst;     // the registry orders the axes northing, easting
+    int unitCode;           // the unit of the projected axes (9001 metre, 9003 US survey foot)
+    double unitMetres;      // metres in that unit
+    double lat0, lon0;      // origin (false origin, projection centre)
+    double lat1, lat2;      // standard parallels
+    double k0;              // scale factor at the origin or centre
+    double fe, fn;          // false easting and northing (metres)
+    double azimuth, gamma;  // oblique Mercator: azimuth and rectified grid angle
+};
+
+// A base geographic system that epsg_gcs.tsv lacks (data/epsg/epsg_gcs_bases.tsv).
+struct EpsgGeographicBase {
+    int code;
+    const char* name;
+    int datumCode;
+    int ellipsoidCode;
+    int primeMeridianCode;
+    double semiMajorAxis;     // metres
+    double inverseFlattening; // 0 for a sphere
+};
+
+// A projected system of the registry that the tool cannot express, and why.
+struct EpsgRefused {
+    int code;
+    const char* reason; // "the method Krovak", "axes pointing west/north"
+};
+
+extern const int kEpsgRefusedCount;
+extern const EpsgRefused kEpsgRefuseds[];
+extern const int kEpsgProjectedCount;
+extern const EpsgProjected kEpsgProjecteds[];
+extern const int kEpsgGeographicBaseCount;
+extern const EpsgGeographicBase kEpsgGeographicBases[];
+
 extern const int kEpsgDatumCount;
 extern const EpsgDatum kEpsgDatums[];
 extern const int kEpsgGeographicCount;
@@ -59,6 +101,10 @@ extern const EpsgPrimeMeridian kEpsgPrimeMeridians[];
 const EpsgDatum* EpsgFindDatum(int code);
 const EpsgEllipsoid* EpsgFindEllipsoid(int code);
 const EpsgPrimeMeridian* EpsgFindPrimeMeridian(int code);
+const EpsgProjected* EpsgFindProjected(int code);
+const EpsgRefused* EpsgFindRefused(int code);
+const EpsgGeographic* EpsgFindGeographic(int code);
+const EpsgGeographicBase* EpsgFindGeographicBase(int code);
 // The geographic system whose datum is `datumCode`.
 const EpsgGeographic* EpsgFindGeographicByDatum(int datumCode);
 // The first datum whose EPSG or ESRI name equals `name` ignoring case; -1 when none.

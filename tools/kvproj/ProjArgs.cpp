@@ -242,11 +242,11 @@ bool ConvertsSomething(const PROJDATA& data) {
         for (int lon = -175; lon <= 175; lon += 10)
             net.push_back({data.Lon0 + lon, static_cast<double>(lat)});
     net.push_back({data.Lon0, data.Lat0});
+    // Point by point: a module may fail a whole block for one point it cannot take.
     bool any = false;
-    if (KVProj::ProjForward(h, net.data(), static_cast<int>(net.size())))
-        for (const KVProj::PROJPOINT& p : net)
-            any = any || (p.x != KVPROJ_UNPLOTTABLE && p.y != KVPROJ_UNPLOTTABLE &&
-                          std::isfinite(p.x) && std::isfinite(p.y));
+    for (KVProj::PROJPOINT& p : net)
+        any = any || (KVProj::ProjForward(h, &p, 1) && p.x != KVPROJ_UNPLOTTABLE &&
+                      p.y != KVPROJ_UNPLOTTABLE && std::isfinite(p.x) && std::isfinite(p.y));
     KVProj::ProjDeleteProjection(h);
     return any;
 }
@@ -498,6 +498,18 @@ bool BuildProjection(const ProjRequest& request, const ProjFigure* figure, PROJD
     }
     return ApplyProjParams(request.params, data, error) &&
            UsesEveryKey(request.params, *data, error);
+}
+
+void AddCrsOptions(CLI::App& app, bool twoSides, CrsArgs* o) {
+    const char* forms = " (EPSG:n, utm:33N, spcs83:ZONE, key=value words, .prj/.kvr/image file)";
+    if (twoSides) {
+        app.add_option("--src", o->src, std::string("coordinate system of the input") + forms)
+            ->type_name("CRS");
+        app.add_option("--dst", o->dst, std::string("coordinate system of the output") + forms)
+            ->type_name("CRS");
+    } else {
+        app.add_option("--crs", o->crs, std::string("coordinate system") + forms)->type_name("CRS");
+    }
 }
 
 } // namespace kvtool

@@ -98,6 +98,16 @@ bool RequestFrom(const ProjOptions& o, ProjRequest* request, std::string* error)
 bool BuildProjection(const ProjRequest& request, const ProjFigure* figure, KVProj::PROJDATA* data,
                      std::string* error);
 
+// The coordinate-system options every command shares: --src and --dst for a
+// command with two sides, --crs for one. Each takes EPSG:n, utm:33N,
+// spcs83:ZONE, spcs27:ZONE, key=value words or a file (map.prj, map.kvr, an
+// image); Crs.h resolves them.
+struct CrsArgs {
+    std::string src, dst, crs;
+    bool Given() const { return !src.empty() || !dst.empty() || !crs.empty(); }
+};
+void AddCrsOptions(CLI::App& app, bool twoSides, CrsArgs* o);
+
 } // namespace kvtool
 
 #endif

@@ -396,6 +396,19 @@ bool ReadSideFile(const std::string& file, SideRecords* out, std::string* error)
     return found;
 }
 
+std::vector<std::pair<std::string, std::string>> ProjectionFields(const PROJDATA& p) {
+    char name[KVPROJ_NAME_LEN] = "";
+    ProjGetProjectionInfo(p.Type, name);
+    std::vector<std::pair<std::string, std::string>> fields = {{"Projection", name}};
+    for (int i = 0; i < ProjNumParams(p.Type); ++i) {
+        const int id = ProjEnumParam(p.Type, i);
+        char label[KVPROJ_NAME_LEN] = "";
+        if (ProjParamInfo(id, label, nullptr, nullptr, nullptr))
+            fields.emplace_back(label, ParamValue(p, id));
+    }
+    return fields;
+}
+
 std::string DescribeRecords(const SideRecords& r) {
     std::string text;
     if (r.hasProj) text += DescribeProjection(r.proj);

@@ -6,6 +6,7 @@
 #include "kvproj/kvproj.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kvtool {
@@ -62,6 +63,10 @@ std::string DescribeBitmapLookup(const std::string& image);
 // ".tif"/".tiff" (GeoTIFF tags); any other name as a ".prj" file. False
 // with *error when the file is missing or unreadable.
 bool ReadSideFile(const std::string& file, SideRecords* out, std::string* error);
+
+// The parameters of the record's projection as label and value text, the
+// projection's name first under "Projection".
+std::vector<std::pair<std::string, std::string>> ProjectionFields(const KVProj::PROJDATA& p);
 
 // The text "kvproj info" prints for what one file holds, each line indented by two blanks.
 std::string DescribeRecords(const SideRecords& r);

@@ -11,6 +11,7 @@
 // --threads converts several blocks at once and writes them in order.
 #include "Command.h"
 #include "ConvertStream.h"
+#include "CrsStages.h"
 #include "DatumArgs.h"
 #include "GridStage.h"
 #include "Fields.h"
@@ -48,6 +49,7 @@ struct Options {
     std::string cols;
     std::string units, srcUnits, dstUnits;
     int threads = 1;
+    CrsArgs crs; // --src / --dst coordinate systems
 };
 
 // The projected units --units takes, in metres per unit; a projection's
@@ -290,6 +292,24 @@ int Run(const Options& o) {
     const int choices = StreamChoices(o, &stream, scales);
     if (choices != EXIT_OK) return choices;
     Pipeline stages;
+    if (o.crs.Given()) {
+        if (src.given || dst.given || !o.srcFile.empty() || !o.dstFile.empty())
+            return Usage("--src/--dst replace --src-proj, --src-zone, --src-utm, --src-file and "
+                         "their --dst-... forms: give one kind");
+        if (!o.grid.empty() || !o.units.empty() || !o.srcUnits.empty() || !o.dstUnits.empty())
+            return Usage("--src/--dst bring their own units and datums: --grid and --units "
+                         "go with the other forms");
+        if (!CrsPipeline(o.crs, {o.srcDatum, o.dstDatum, o.profile}, &stages, &error))
+            return Usage(error);
+        if (o.precision.empty()) stream.precision = stages.forward ? 3 : 9;
+        stream.lonLatInput = stages.inverse == nullptr;
+        stream.latFirstIn = o.latlon && !stages.inverse;
+        stream.latFirstOut = o.latlon && !stages.forward;
+        KVRegisterCallerInstance(PrintReport, nullptr);
+        const int status = ConvertStream(o.input, stages, stream);
+        KVUnregisterCallerInstance();
+        return status;
+    }
     const bool files = !o.srcFile.empty() || !o.dstFile.empty();
     if (files) {
         const int filesStatus = StagesWithFiles(o, src, dst, scales, &stages);
@@ -382,6 +402,7 @@ Runner SetUp(CLI::App& app) {
                    "source projection and datum from FILE");
     app.add_option("--dst-file,--dst-prj", o->dstFile,
                    "destination projection and datum from FILE");
+    AddCrsOptions(app, true, &o->crs);
     app.add_option("--precision", o->precision, "decimals: 0-17 (3 projected, 9 degrees)");
     app.add_option("--marker", o->marker, "text for unplottable points");
     app.add_flag("--strict", o->strict, "stop at the first bad line (status 2)");
