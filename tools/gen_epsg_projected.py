@@ -93,8 +93,9 @@ def rows(db, refused):
                and a.coordinate_system_code = p.coordinate_system_code
                where p.auth_name = 'EPSG' and p.code = ? order by a.coordinate_system_order""",
             (r["crs_code"],)).fetchall()
-        orientations = [o.split(" ")[0].lower() for _, o in axis]
-        if orientations[:2] not in (["east", "north"], ["north", "east"], ["north", "north"]):
+        # "North along 90°E" and "South along 180°E" name the usual polar grids.
+        orientations = ["polar" if " along " in o else o.lower() for _, o in axis]
+        if orientations[:2] not in (["east", "north"], ["north", "east"], ["polar", "polar"]):
             refused.append([str(r["crs_code"]), "axes pointing " + "/".join(orientations[:2])])
             continue
         unit = int(axis[0][0])

@@ -130,7 +130,7 @@ constexpr MethodRow kMethods[] = {
     {"lcc1", "Lambert Conic Conformal (1SP)", nullptr},
     {"lcc2", "Lambert Conic Conformal (2SP)", nullptr},
     {"aea", "Albers Equal Area", nullptr},
-    {"cass", "Cassini-Soldner", nullptr},
+    {"cass", "Cassini-Soldner", "its Cassini is spherical only"},
     {"poly", "American Polyconic", nullptr},
     {"merca", "Mercator (variant A)", nullptr},
     {"mercb", "Mercator (variant B)", nullptr},
@@ -186,18 +186,30 @@ double Eccentricity(const PROJDATA& p) {
 // The one-parallel Lambert conic as the two-parallel cone it equals: the
 // parallels where a copy scaled to kc < 1 at the origin is true to scale.
 // Returns the factor k0 / kc that the record's Scale carries.
-double LambertOneParallel(const EpsgProjected& row, PROJDATA* p) {
-    const double k0 = row.k0 > 0 ? row.k0 : 1.0;
+// `parallel` is the cone's parallel of scale k0, the origin stays in Lat0.
+double LambertOneParallel(double parallel, double k0, PROJDATA* p) {
     const double kc = k0 < 0.99999 ? k0 : 0.9999;
-    const double e = Eccentricity(*p), phi0 = row.lat0 * kDeg, n = std::sin(phi0);
+    const double e = Eccentricity(*p), phi0 = parallel * kDeg, n = std::sin(phi0);
     const double c = kc / ConicScale(phi0, n, e, 1.0);
     auto k = [&](double phi) { return ConicScale(phi, n, e, c); };
     const double south = UnitScaleParallel(phi0, phi0 - 40 * kDeg, k);
     const double north = UnitScaleParallel(phi0, phi0 + 40 * kDeg, k);
-    p->Lat0 = row.lat0;
     p->Lat1 = south / kDeg;
     p->Lat2 = north / kDeg;
     return k0 / kc;
+}
+
+// Two standard parallels closer than the library's Lambert module accepts:
+// the same cone through its own parallel sin(phi) = n and the scale there.
+double CloseParallels(const EpsgProjected& row, PROJDATA* p) {
+    if (std::fabs(row.lat1 - row.lat2) < 1e-9) return LambertOneParallel(row.lat1, 1.0, p);
+    const double e = Eccentricity(*p), f1 = row.lat1 * kDeg, f2 = row.lat2 * kDeg;
+    auto m = [&](double f) { return std::cos(f) / std::sqrt(1 - e * e * std::sin(f) * std::sin(f)); };
+    auto lnT = [&](double f) { return std::log(ConicScale(f, 1.0, e, 1.0) * m(f)); }; // ln t
+    const double n = (std::log(m(f1)) - std::log(m(f2))) / (lnT(f1) - lnT(f2)); // Snyder 15-8
+    const double fn = std::asin(n);
+    const double k = m(f1) / std::exp(n * lnT(f1)) * std::exp(n * lnT(fn)) / m(fn);
+    return LambertOneParallel(fn / kDeg, k, p);
 }
 
 // Polar stereographic variant B keeps the latitude of true scale; the module
@@ -217,13 +229,14 @@ double FromMethod(const EpsgProjected& row, PROJDATA* p, std::string* why) {
     p->Lon0 = row.lon0;
     p->K0 = row.k0 > 0 ? row.k0 : 1.0;
     if (m == "tm") return (p->Type = PT_TRANSVERSE_MERCATOR), 1.0;
+    if (m == "lcc2" && std::fabs(row.lat1 - row.lat2) < 0.2) // closer than the module takes
+        return (p->Type = PT_LAMBERT_CONIC), CloseParallels(row, p);
     if (m == "lcc2" || m == "aea") {
         p->Type = m == "aea" ? PT_ALBERS : PT_LAMBERT_CONIC;
         p->Lat1 = row.lat1, p->Lat2 = row.lat2;
         return 1.0;
     }
-    if (m == "lcc1") return (p->Type = PT_LAMBERT_CONIC), LambertOneParallel(row, p);
-    if (m == "cass") return (p->Type = PT_CASSINI), 1.0;
+    if (m == "lcc1") return (p->Type = PT_LAMBERT_CONIC), LambertOneParallel(row.lat0, p->K0, p);
     if (m == "poly") return (p->Type = PT_POLYCONIC), 1.0;
     if (m == "merca" || m == "mercb" || m == "webmerc") {
         p->Type = PT_MERCATOR;
@@ -263,6 +276,15 @@ const char* EpsgMethodName(const char* word) {
 
 namespace {
 
+std::string UnitName(int code) {
+    switch (code) {
+    case 9002: return "foot, ";
+    case 9003: return "US survey foot, ";
+    case 9005: return "Clarke's foot, ";
+    default: return "";
+    }
+}
+
 bool ProjectedCrs(const EpsgProjected& row, CrsRecord* out, std::string* error) {
     GeographicBase base;
     const std::string code = "EPSG:" + std::to_string(row.code);
@@ -292,7 +314,7 @@ bool ProjectedCrs(const EpsgProjected& row, CrsRecord* out, std::string* error) 
     out->notes.push_back(std::string("method: ") + EpsgMethodName(row.method) + " on EPSG:" +
                          std::to_string(base.code) + " " + base.name);
     if (row.unitCode != 9001)
-        out->notes.push_back("unit: " + FormatCString("%.17g", row.unitMetres) +
+        out->notes.push_back("unit: " + UnitName(row.unitCode) + FormatCString("%.17g", row.unitMetres) +
                              " m (EPSG unit " + std::to_string(row.unitCode) + "), in Scale");
     if (factor != 1.0)
         out->notes.push_back("scale factor " + FormatCString("%.12g", factor) +
