@@ -76,9 +76,9 @@ const EpsgCase kEpsgCases[] = {
     {3388, 49.044, 43.122, -162058.7989, 3945652.4376},    // Pulkovo 1942 / Caspian Sea Mercator
     {3857, -72.0, 17.012, -8015003.3371, 1922221.9556},    // WGS 84 / Pseudo-Mercator
     {3031, -72.0, -72.0, -1874855.2924, 609177.4121},      // WGS 84 / Antarctic Polar Stereographic
-    {3413, -72.0, 78.0, -592234.4425, -1162325.5386},      // WGS 84 / NSIDC Polar Stereographic North
-    {32661, -72.0, 78.0, 728456.0718, 1586850.3331},       // WGS 84 / UPS North (N,E)
-    {3078, -87.933, 45.668, 349277.1944, 570284.8405},     // NAD83 / Michigan Oblique Mercator
+    {3413, -72.0, 78.0, -592234.4425, -1162325.5386},  // WGS 84 / NSIDC Polar Stereographic North
+    {32661, -72.0, 78.0, 728456.0718, 1586850.3331},   // WGS 84 / UPS North (N,E)
+    {3078, -87.933, 45.668, 349277.1944, 570284.8405}, // NAD83 / Michigan Oblique Mercator
 };
 
 TEST(ToolCrs, EpsgCodesAgreeWithProjWithinAMillimetre) {
@@ -112,7 +112,9 @@ struct Refusal {
 TEST(ToolCrs, RefusesWhatItCannotExpressWithTheReason) {
     const Refusal cases[] = {
         {"convert --dst EPSG:3035", 2, {"Lambert Azimuthal Equal Area", "spherical only"}},
-        {"convert --dst EPSG:2046", 2, {"cannot be expressed", "Transverse Mercator (South Orientated)"}},
+        {"convert --dst EPSG:2046",
+         2,
+         {"cannot be expressed", "Transverse Mercator (South Orientated)"}},
         {"convert --dst EPSG:3068", 2, {"Cassini-Soldner", "spherical only"}},
         {"convert --dst EPSG:3167", 2, {"rectified grid angle"}},
         {"convert --dst EPSG:28992", 2, {"Oblique Stereographic", "double stereographic"}},
@@ -129,7 +131,8 @@ TEST(ToolCrs, RefusesWhatItCannotExpressWithTheReason) {
         EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
         EXPECT_EQ(r.out, "") << c.args;
         for (const std::string& part : c.expected)
-            EXPECT_TRUE(kvtest::Contains(r.err, part)) << c.args << " lacks '" << part << "'\n" << r.err;
+            EXPECT_TRUE(kvtest::Contains(r.err, part)) << c.args << " lacks '" << part << "'\n"
+                                                       << r.err;
     }
 }
 
@@ -144,10 +147,12 @@ TEST(ToolCrs, DatumShiftFollowsFromTheTwoSides) {
     const Point same = ConvertOne("--src EPSG:4230 --dst EPSG:23031", 2.5, 45);
     EXPECT_NEAR(same.x, 460590.5205, 1e-3);
     // --src-datum overrides the side's own datum.
-    const Point overridden = ConvertOne("--src EPSG:4326 --src-datum ED50 --dst EPSG:23031", 2.5, 45);
+    const Point overridden =
+        ConvertOne("--src EPSG:4326 --src-datum ED50 --dst EPSG:23031", 2.5, 45);
     EXPECT_NEAR(overridden.x, same.x, 1e-3);
     // A state plane zone brings its datum; utm: brings none, so nothing is shifted.
-    const Point zone = ConvertOne("--src spcs83:\"Alabama East\" --dst EPSG:26929", 164028.3739, 321179.8385);
+    const Point zone =
+        ConvertOne("--src spcs83:\"Alabama East\" --dst EPSG:26929", 164028.3739, 321179.8385);
     EXPECT_NEAR(zone.x, 164028.3739, 1e-3);
     const Point utm = ConvertOne("--src EPSG:4326 --dst utm:31N", 2.5, 45);
     EXPECT_NEAR(utm.x, 460592.3510, 1e-3); // PROJ: proj +proj=utm +zone=31 +ellps=WGS84
@@ -177,7 +182,8 @@ void BlankTiff(const std::string& path, const KVBitmapTagList& tags) {
     ASSERT_TRUE(lib.WriteNewWithTags(path.c_str(), 100, 100, tags));
 }
 
-void AddTag(KVBitmapTagList* tags, unsigned number, int type, unsigned long count, const void* data) {
+void AddTag(KVBitmapTagList* tags, unsigned number, int type, unsigned long count,
+            const void* data) {
     KVBitmapTag tag;
     ASSERT_TRUE(tag.Assign(type, count, data));
     ASSERT_TRUE(tags->Merge(number, tag));
@@ -203,21 +209,24 @@ TEST(ToolCrs, InfoWarnsAboutConventionsThatTripUsers) {
     // file written for the same image puts the centre at 500005 4649995.
     BlankTiff(tif, GdalUtmTags());
     dir.Write("map.tfw", "10\n0\n0\n-10\n500005\n4649995\n");
-    dir.Write("map.prj", "PROJCS[\"x\",GEOGCS[\"GCS_North_American_1983\",DATUM[\"D_North_American_1983\","
-                         "SPHEROID[\"GRS_1980\",6378137,298.257222101]],PRIMEM[\"Greenwich\",0],"
-                         "UNIT[\"Degree\",0.0174532925199433]],PROJECTION[\"Transverse_Mercator\"],"
-                         "PARAMETER[\"Central_Meridian\",15],PARAMETER[\"Scale_Factor\",0.9996],"
-                         "UNIT[\"Foot\",0.3048]]");
+    dir.Write("map.prj",
+              "PROJCS[\"x\",GEOGCS[\"GCS_North_American_1983\",DATUM[\"D_North_American_1983\","
+              "SPHEROID[\"GRS_1980\",6378137,298.257222101]],PRIMEM[\"Greenwich\",0],"
+              "UNIT[\"Degree\",0.0174532925199433]],PROJECTION[\"Transverse_Mercator\"],"
+              "PARAMETER[\"Central_Meridian\",15],PARAMETER[\"Scale_Factor\",0.9996],"
+              "UNIT[\"Foot\",0.3048]]");
     kvtest::ToolRun r = kvtest::RunTool("info " + kvtest::Quote(tif));
     EXPECT_EQ(r.status, 0) << r.err;
-    for (const char* part : {"disagree by half a pixel", "names the unit \"Foot\"",
-                             "found " /* each side file and what it gave */, "(GeoTIFF tags): projection, datum, georeference",
-                             "(world file): georeference"})
+    for (const char* part :
+         {"disagree by half a pixel", "names the unit \"Foot\"",
+          "found " /* each side file and what it gave */,
+          "(GeoTIFF tags): projection, datum, georeference", "(world file): georeference"})
         EXPECT_TRUE(kvtest::Contains(r.out, part)) << "lacks '" << part << "'\n" << r.out;
     // The same position in both: one of them is half a pixel off.
     dir.Write("map.tfw", "10\n0\n0\n-10\n500000\n4650000\n");
     r = kvtest::RunTool("info --json " + kvtest::Quote(tif));
-    EXPECT_TRUE(kvtest::Contains(r.out, "same position, but a world file counts from the pixel's centre"))
+    EXPECT_TRUE(
+        kvtest::Contains(r.out, "same position, but a world file counts from the pixel's centre"))
         << r.out;
     // The published matrix tag alone, which the reader does not use.
     const std::string rotated = dir / "rotated.tif";
@@ -248,13 +257,20 @@ TEST(ToolCrs, TransformAgreesWithGdaltransform) {
     const std::string png = dir / "w.png";
     dir.Write("w.png", "");
     dir.Write("w.pgw", "10\n0\n0\n-10\n500005\n4649995\n");
-    ASSERT_EQ(kvtest::RunTool("export --format prj --utm 33N --datum WGS84 " + kvtest::Quote(png)).status, 0);
+    ASSERT_EQ(
+        kvtest::RunTool("export --format prj --utm 33N --datum WGS84 " + kvtest::Quote(png)).status,
+        0);
     const PixelCase cases[] = {
-        {"--corner", "0 0\n50.5 20.25\n100 100\n",
-         {{500000, 4650000}, {500505, 4649797.5}, {501000, 4649000}}, 1e-6},
+        {"--corner",
+         "0 0\n50.5 20.25\n100 100\n",
+         {{500000, 4650000}, {500505, 4649797.5}, {501000, 4649000}},
+         1e-6},
         {"", "0 0\n", {{500005, 4649995}}, 1e-6}, // pixel centres, as world files count
-        {"--corner --geo", "0 0\n50.5 20.25\n100 100\n",
-         {{15, 42.002015468347}, {15.0060977543894, 42.0001914565299}, {15.012073403387, 41.9930081618068}},
+        {"--corner --geo",
+         "0 0\n50.5 20.25\n100 100\n",
+         {{15, 42.002015468347},
+          {15.0060977543894, 42.0001914565299},
+          {15.012073403387, 41.9930081618068}},
          2e-8},
         {"--corner --dst EPSG:4326", "50.5 20.25\n", {{15.0060977543894, 42.0001914565299}}, 2e-8},
         {"--corner --inverse", "500500 4649500\n", {{50, 50}}, 1e-6},
@@ -262,7 +278,8 @@ TEST(ToolCrs, TransformAgreesWithGdaltransform) {
     };
     for (const std::string& image : {tif, png})
         for (const PixelCase& c : cases) {
-            const std::string args = std::string("transform ") + c.options + " --precision 10 " + kvtest::Quote(image);
+            const std::string args =
+                std::string("transform ") + c.options + " --precision 10 " + kvtest::Quote(image);
             const kvtest::ToolRun r = kvtest::RunTool(args, c.input);
             EXPECT_EQ(r.status, 0) << args << "\n" << r.err;
             const std::vector<Point> got = Points(r.out);
@@ -272,7 +289,8 @@ TEST(ToolCrs, TransformAgreesWithGdaltransform) {
                 EXPECT_NEAR(got[i].y, c.expected[i].y, c.tolerance) << args << " point " << i;
             }
         }
-    const kvtest::ToolRun none = kvtest::RunTool("transform " + kvtest::Quote(dir / "w.prj"), "0 0\n");
+    const kvtest::ToolRun none =
+        kvtest::RunTool("transform " + kvtest::Quote(dir / "w.prj"), "0 0\n");
     EXPECT_EQ(none.status, 1);
     EXPECT_TRUE(kvtest::Contains(none.err, "no georeference found")) << none.err;
 }

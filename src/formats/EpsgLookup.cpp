@@ -18,7 +18,8 @@ template <typename Row> const Row* FindByCode(const Row* rows, int count, int co
 // The tables are sorted by code (the generator checks it).
 template <typename Row> const Row* FindSorted(const Row* rows, int count, int code) {
     const Row* end = rows + count;
-    const Row* at = std::lower_bound(rows, end, code, [](const Row& r, int c) { return r.code < c; });
+    const Row* at =
+        std::lower_bound(rows, end, code, [](const Row& r, int c) { return r.code < c; });
     return at != end && at->code == code ? at : nullptr;
 }
 

@@ -8,13 +8,13 @@
 namespace KVProj {
 
 struct EpsgDatum {
-    int code;              // 5100-5999 vertical, 6001-6999 geodetic
-    const char* name;      // EPSG name, "North American Datum 1927"
+    int code;         // 5100-5999 vertical, 6001-6999 geodetic
+    const char* name; // EPSG name, "North American Datum 1927"
     bool vertical;
     int ellipsoidCode;     // 0 for vertical datums
     int primeMeridianCode; // 0 for vertical datums
     int areaCode;
-    const char* esriName;  // "D_North_American_1927"; "" when there is none
+    const char* esriName; // "D_North_American_1927"; "" when there is none
 };
 
 struct EpsgGeographic {
@@ -25,16 +25,16 @@ struct EpsgGeographic {
     int angularUnitCode;
     int ellipsoidCode;
     int primeMeridianCode;
-    int tfmMethod;         // 9603, 9606, 9607; 0 when there is no transformation
-    double dx, dy, dz;     // metres
-    double rx, ry, rz;     // arc-seconds in the method's own sign convention
+    int tfmMethod;     // 9603, 9606, 9607; 0 when there is no transformation
+    double dx, dy, dz; // metres
+    double rx, ry, rz; // arc-seconds in the method's own sign convention
     double scalePpm;
 };
 
 struct EpsgEllipsoid {
     int code;
-    const char* name;      // EPSG name, "Clarke 1866"
-    double semiMajorAxis;  // metres
+    const char* name;         // EPSG name, "Clarke 1866"
+    double semiMajorAxis;     // metres
     double inverseFlattening; // 0 for a sphere
     const char* esriName;
 };
@@ -51,17 +51,17 @@ struct EpsgPrimeMeridian {
 // prime meridian), lengths in metres; a parameter the method lacks is 0.
 struct EpsgProjected {
     int code;
-    const char* name;       // "NAD83 / UTM zone 17N"
-    const char* method;     // "tm", "lcc1", "lcc2", ... (see tools/gen_epsg_projected.py)
-    int geographicCode;     // the base geographic system
-    bool northingFirst;     // the registry orders the axes northing, easting
-    int unitCode;           // the unit of the projected axes (9001 metre, 9003 US survey foot)
-    double unitMetres;      // metres in that unit
-    double lat0, lon0;      // origin (false origin, projection centre)
-    double lat1, lat2;      // standard parallels
-    double k0;              // scale factor at the origin or centre
-    double fe, fn;          // false easting and northing (metres)
-    double azimuth, gamma;  // oblique Mercator: azimuth and rectified grid angle
+    const char* name;      // "NAD83 / UTM zone 17N"
+    const char* method;    // "tm", "lcc1", "lcc2", ... (see tools/gen_epsg_projected.py)
+    int geographicCode;    // the base geographic system
+    bool northingFirst;    // the registry orders the axes northing, easting
+    int unitCode;          // the unit of the projected axes (9001 metre, 9003 US survey foot)
+    double unitMetres;     // metres in that unit
+    double lat0, lon0;     // origin (false origin, projection centre)
+    double lat1, lat2;     // standard parallels
+    double k0;             // scale factor at the origin or centre
+    double fe, fn;         // false easting and northing (metres)
+    double azimuth, gamma; // oblique Mercator: azimuth and rectified grid angle
 };
 
 // A base geographic system that epsg_gcs.tsv lacks (data/epsg/epsg_gcs_bases.tsv).

@@ -37,7 +37,6 @@ void FillEllipsoid(EllipsoidType e, const PROJDATA& p, double* a, double* f) {
         *a = p.MajorRadius, *f = p.Flattening;
 }
 
-
 // The geographic system behind a code: datum, ellipsoid, prime meridian.
 struct GeographicBase {
     int code = 0;
@@ -51,13 +50,23 @@ bool FindBase(int code, GeographicBase* out) {
     if (const EpsgGeographic* g = EpsgFindGeographic(code)) {
         const EpsgEllipsoid* e = EpsgFindEllipsoid(g->ellipsoidCode);
         if (!e) return false;
-        *out = {code, g->name, g->datumCode, g->ellipsoidCode, g->primeMeridianCode,
-                e->semiMajorAxis, e->inverseFlattening};
+        *out = {code,
+                g->name,
+                g->datumCode,
+                g->ellipsoidCode,
+                g->primeMeridianCode,
+                e->semiMajorAxis,
+                e->inverseFlattening};
         return true;
     }
     if (const EpsgGeographicBase* b = EpsgFindGeographicBase(code)) {
-        *out = {code,          b->name,          b->datumCode, b->ellipsoidCode,
-                b->primeMeridianCode, b->semiMajorAxis, b->inverseFlattening};
+        *out = {code,
+                b->name,
+                b->datumCode,
+                b->ellipsoidCode,
+                b->primeMeridianCode,
+                b->semiMajorAxis,
+                b->inverseFlattening};
         return true;
     }
     return false;
@@ -162,8 +171,9 @@ std::string MethodGap(const std::string& word) {
 // and F-like constant c: k = c t^n / m (Snyder 15-9 without the a).
 double ConicScale(double phi, double n, double e, double c) {
     const double s = std::sin(phi);
-    const double m = std::cos(phi) / std::sqrt(1.0 - e * e * s * s);                     // Snyder 14-15
-    const double t = std::tan(kPi / 4 - phi / 2) / std::pow((1 - e * s) / (1 + e * s), e / 2); // 15-9
+    const double m = std::cos(phi) / std::sqrt(1.0 - e * e * s * s); // Snyder 14-15
+    const double t =
+        std::tan(kPi / 4 - phi / 2) / std::pow((1 - e * s) / (1 + e * s), e / 2); // 15-9
     return c * std::pow(t, n) / m;
 }
 
@@ -204,9 +214,11 @@ double LambertOneParallel(double parallel, double k0, PROJDATA* p) {
 double CloseParallels(const EpsgProjected& row, PROJDATA* p) {
     if (std::fabs(row.lat1 - row.lat2) < 1e-9) return LambertOneParallel(row.lat1, 1.0, p);
     const double e = Eccentricity(*p), f1 = row.lat1 * kDeg, f2 = row.lat2 * kDeg;
-    auto m = [&](double f) { return std::cos(f) / std::sqrt(1 - e * e * std::sin(f) * std::sin(f)); };
+    auto m = [&](double f) {
+        return std::cos(f) / std::sqrt(1 - e * e * std::sin(f) * std::sin(f));
+    };
     auto lnT = [&](double f) { return std::log(ConicScale(f, 1.0, e, 1.0) * m(f)); }; // ln t
-    const double n = (std::log(m(f1)) - std::log(m(f2))) / (lnT(f1) - lnT(f2)); // Snyder 15-8
+    const double n = (std::log(m(f1)) - std::log(m(f2))) / (lnT(f1) - lnT(f2));       // Snyder 15-8
     const double fn = std::asin(n);
     const double k = m(f1) / std::exp(n * lnT(f1)) * std::exp(n * lnT(fn)) / m(fn);
     return LambertOneParallel(fn / kDeg, k, p);
@@ -278,10 +290,14 @@ namespace {
 
 std::string UnitName(int code) {
     switch (code) {
-    case 9002: return "foot, ";
-    case 9003: return "US survey foot, ";
-    case 9005: return "Clarke's foot, ";
-    default: return "";
+    case 9002:
+        return "foot, ";
+    case 9003:
+        return "US survey foot, ";
+    case 9005:
+        return "Clarke's foot, ";
+    default:
+        return "";
     }
 }
 
@@ -311,11 +327,12 @@ bool ProjectedCrs(const EpsgProjected& row, CrsRecord* out, std::string* error) 
     p.Scale = factor / row.unitMetres;
     out->hasProj = true;
     out->title = code + " " + row.name;
-    out->notes.push_back(std::string("method: ") + EpsgMethodName(row.method) + " on EPSG:" +
-                         std::to_string(base.code) + " " + base.name);
+    out->notes.push_back(std::string("method: ") + EpsgMethodName(row.method) +
+                         " on EPSG:" + std::to_string(base.code) + " " + base.name);
     if (row.unitCode != 9001)
-        out->notes.push_back("unit: " + UnitName(row.unitCode) + FormatCString("%.17g", row.unitMetres) +
-                             " m (EPSG unit " + std::to_string(row.unitCode) + "), in Scale");
+        out->notes.push_back("unit: " + UnitName(row.unitCode) +
+                             FormatCString("%.17g", row.unitMetres) + " m (EPSG unit " +
+                             std::to_string(row.unitCode) + "), in Scale");
     if (factor != 1.0)
         out->notes.push_back("scale factor " + FormatCString("%.12g", factor) +
                              " kept in Scale (the false origin divided by it)");
@@ -323,7 +340,8 @@ bool ProjectedCrs(const EpsgProjected& row, CrsRecord* out, std::string* error) 
         out->notes.push_back("prime meridian " + FormatCString("%.10g", pm) +
                              " degrees east of Greenwich added to the longitudes");
     if (row.northingFirst)
-        out->notes.push_back("the registry orders the axes northing, easting; kvproj writes easting first");
+        out->notes.push_back(
+            "the registry orders the axes northing, easting; kvproj writes easting first");
     SetDatum(base, p, out);
     return true;
 }
@@ -405,7 +423,7 @@ void FootWarning(const std::string& prj, CrsRecord* out) {
     for (const char* plain : {"UNIT[\"Foot\"", "UNIT[\"Feet\"", "UNIT [\"Foot\""})
         if (text.find(plain) != std::string::npos)
             out->warnings.push_back(prj + " names the unit \"Foot\": read as the US survey foot "
-                                    "(0.3048006 m), not the international foot (0.3048 m)");
+                                          "(0.3048006 m), not the international foot (0.3048 m)");
 }
 
 // Map position of pixel (px, py) under coefficients A..F.
@@ -433,12 +451,13 @@ void HalfPixelWarning(const SideRecords& world, const SideRecords& tiff, const s
     };
     const std::string where = "the world file and the GeoTIFF tags of " + image;
     if (near(0, 0))
-        out->warnings.push_back(where + " give pixel (0, 0) the same position, but a world file "
+        out->warnings.push_back(where +
+                                " give pixel (0, 0) the same position, but a world file "
                                 "counts from the pixel's centre and the tags from its corner: one "
                                 "of them is half a pixel off");
     else if (near(hx, hy))
         out->warnings.push_back(where + " disagree by half a pixel (world file: pixel centre, "
-                                "tags: corner); the image look-up uses the world file");
+                                        "tags: corner); the image look-up uses the world file");
     else
         out->warnings.push_back(where + " disagree: pixel (0, 0) " + FormatCString("%.6g", dx) +
                                 ", " + FormatCString("%.6g", dy) +
@@ -453,7 +472,8 @@ void MatrixTagWarning(const std::string& image, CrsRecord* out) {
     if (lib.GetTagData(image.c_str(), KVTAG_MODEL_TRANSFORMATION, tag, 1) != 1) return;
     KVBitmapTag kept;
     if (lib.GetTagData(image.c_str(), KVTAG_MATRIX, kept, 1) == 1) return;
-    out->warnings.push_back(image + " holds a ModelTransformation tag (34264), which this reader "
+    out->warnings.push_back(image +
+                            " holds a ModelTransformation tag (34264), which this reader "
                             "does not use: a rotated or sheared georeference in it is lost");
 }
 
@@ -472,7 +492,8 @@ bool ImageCrs(const std::string& image, CrsRecord* out, std::string* error) {
         if (r.hasProj) parts += ", projection";
         if (r.hasDatum) parts += ", datum";
         if (r.hasGeoref) parts += ", georeference";
-        out->notes.push_back("found " + from + (parts.empty() ? ": nothing" : ":" + parts.substr(1)));
+        out->notes.push_back("found " + from +
+                             (parts.empty() ? ": nothing" : ":" + parts.substr(1)));
         TakeRecords(r, from, out);
         if (std::string(kind.format) == "world") world = r;
         if (std::string(kind.format) == "geotiff") tiff = r;
@@ -495,7 +516,8 @@ bool ImageCrs(const std::string& image, CrsRecord* out, std::string* error) {
         *error = "no side file or GeoTIFF tag gives '" + image + "' a coordinate system";
         return false;
     }
-    if (!out->hasProj) out->notes.push_back("no projection found: the map coordinates' system is unknown");
+    if (!out->hasProj)
+        out->notes.push_back("no projection found: the map coordinates' system is unknown");
     return true;
 }
 

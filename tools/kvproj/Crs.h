@@ -21,15 +21,15 @@
 namespace kvtool {
 
 struct CrsRecord {
-    std::string given;        // the argument as typed
-    std::string title;        // "EPSG:26917 NAD83 / UTM zone 17N", "file map.prj", ...
-    bool hasProj = false;     // false: nothing known about the projection
-    KVProj::PROJDATA proj{};  // Type PT_UNPROJECTED for a geographic system
+    std::string given;       // the argument as typed
+    std::string title;       // "EPSG:26917 NAD83 / UTM zone 17N", "file map.prj", ...
+    bool hasProj = false;    // false: nothing known about the projection
+    KVProj::PROJDATA proj{}; // Type PT_UNPROJECTED for a geographic system
     bool hasDatum = false;
     DatumChoice datum;
-    std::string noDatum;      // why the datum is not known, when it is not
-    bool hasGeoref = false;   // an image's pixel <-> map georeference
-    SideRecords image;        // the records an image's look-up gave (georeference in it)
+    std::string noDatum;    // why the datum is not known, when it is not
+    bool hasGeoref = false; // an image's pixel <-> map georeference
+    SideRecords image;      // the records an image's look-up gave (georeference in it)
     // The georeference came from GeoTIFF tags, whose pixel (0, 0) is the first
     // pixel's top-left corner; from a world or RSF file it is the pixel's centre.
     bool georefFromTags = false;

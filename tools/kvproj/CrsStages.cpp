@@ -67,7 +67,8 @@ bool CrsPipeline(const CrsArgs& a, const CrsDatums& d, Pipeline* stages, std::st
     const KVProj::DATUMXFORM xform = MakeDatumXform(datums[0], datums[1]);
     char message[256] = "";
     if (KVProj::DatCheckParams(&xform, message, false) != 0) {
-        *error = "cannot convert from '" + datums[0].name + "' to '" + datums[1].name + "': " + message;
+        *error =
+            "cannot convert from '" + datums[0].name + "' to '" + datums[1].name + "': " + message;
         return false;
     }
     stages->datum = KVProj::DatCreateDatum(&xform);

@@ -386,7 +386,8 @@ bool ReadSideFile(const std::string& file, SideRecords* out, std::string* error)
     struct {
         const char* ext;
         const char* format;
-    } const byExtension[] = {{"prj", "prj"}, {"kvr", "kvr"}, {"tif", "geotiff"}, {"tiff", "geotiff"}};
+    } const byExtension[] = {
+        {"prj", "prj"}, {"kvr", "kvr"}, {"tif", "geotiff"}, {"tiff", "geotiff"}};
     const FileKind* kind = FindFileKind("prj");
     for (const auto& row : byExtension)
         if (EqualIgnoringCase(ext.c_str(), row.ext)) kind = FindFileKind(row.format);

@@ -56,7 +56,8 @@ std::string Object(const std::vector<std::pair<std::string, std::string>>& field
 
 std::string ProjectionJson(const KVProj::PROJDATA& p) {
     std::vector<std::pair<std::string, std::string>> fields;
-    for (const auto& f : ProjectionFields(p)) fields.emplace_back(f.first, Quoted(f.second));
+    for (const auto& f : ProjectionFields(p))
+        fields.emplace_back(f.first, Quoted(f.second));
     return Object(fields);
 }
 
@@ -82,7 +83,8 @@ std::string GeorefJson(const SideRecords& r) {
         controls.push_back(FormatCString("[%.15g, %.15g, %.15g, %.15g]", r.src[i].x, r.src[i].y,
                                          r.dest[i].x, r.dest[i].y));
     std::string list = "[";
-    for (size_t i = 0; i < controls.size(); ++i) list += (i ? ", " : "") + controls[i];
+    for (size_t i = 0; i < controls.size(); ++i)
+        list += (i ? ", " : "") + controls[i];
     f.emplace_back("controls", list + "]");
     return Object(f);
 }
@@ -109,8 +111,10 @@ std::string CrsText(const CrsRecord& c) {
     std::string text = DescribeRecords(r);
     if (c.hasDatum && c.datum.custom) text += "  datum name: " + c.datum.name + "\n";
     if (!c.hasDatum && !c.noDatum.empty()) text += "  datum: unknown (" + c.noDatum + ")\n";
-    for (const std::string& n : c.notes) text += "  note: " + n + "\n";
-    for (const std::string& w : c.warnings) text += "  warning: " + w + "\n";
+    for (const std::string& n : c.notes)
+        text += "  note: " + n + "\n";
+    for (const std::string& w : c.warnings)
+        text += "  warning: " + w + "\n";
     return text;
 }
 
@@ -128,7 +132,8 @@ bool SideFileBlocks(const std::string& name, std::vector<std::string>* blocks,
         }
         if (!found) continue;
         files->push_back(kind.FileFor(name));
-        blocks->push_back(kind.FileFor(name) + " (" + kind.what + "):\n" + DescribeRecords(records));
+        blocks->push_back(kind.FileFor(name) + " (" + kind.what + "):\n" +
+                          DescribeRecords(records));
     }
     return true;
 }
@@ -140,7 +145,8 @@ bool Exists(const std::string& path) {
 
 // A name that is a coordinate-system argument rather than a file name.
 bool IsCrsWord(const std::string& name) {
-    return !Exists(name) && (name.find(':') != std::string::npos || name.find('=') != std::string::npos);
+    return !Exists(name) &&
+           (name.find(':') != std::string::npos || name.find('=') != std::string::npos);
 }
 
 void Show(const std::string& name, const Options& o, std::vector<std::string>* json, int* status) {
@@ -158,17 +164,20 @@ void Show(const std::string& name, const Options& o, std::vector<std::string>* j
         json->push_back(CrsJson(crs, files));
         return;
     }
-    for (const std::string& b : blocks) std::printf("%s", b.c_str());
+    for (const std::string& b : blocks)
+        std::printf("%s", b.c_str());
     if (resolved) std::printf("%s:\n%s", crs.title.c_str(), CrsText(crs).c_str());
 }
 
 int Run(const Options& o) {
     int status = EXIT_OK;
     std::vector<std::string> json;
-    for (const std::string& name : o.names) Show(name, o, &json, &status);
+    for (const std::string& name : o.names)
+        Show(name, o, &json, &status);
     if (o.json) {
         std::string out = "[";
-        for (size_t i = 0; i < json.size(); ++i) out += (i ? ",\n " : "") + json[i];
+        for (size_t i = 0; i < json.size(); ++i)
+            out += (i ? ",\n " : "") + json[i];
         std::printf("%s]\n", out.c_str());
     }
     return status;
@@ -184,18 +193,18 @@ Runner SetUp(CLI::App& app) {
     return [o] { return Run(*o); };
 }
 
-const KVCommand command(
-    {"info", "info <name>... [--json]",
-     "show what a coordinate system or a name's side files resolve to, with warnings",
-     "  kvproj info EPSG:2230\n"
-     "  kvproj info map.kvr\n"
-     "  kvproj info map.tif      # map.tif.kvr, map.tfw, map.RSF, GeoTIFF tags, map.prj\n"
-     "  kvproj info --json map.tif\n",
-     "  0  every name resolved, or a side file was found for it\n"
-     "  1  none was found for some name, one could not be read, or an EPSG code\n"
-     "     cannot be expressed (the reason is printed)\n"
-     "  2  bad usage\n"},
-    SetUp);
+const KVCommand
+    command({"info", "info <name>... [--json]",
+             "show what a coordinate system or a name's side files resolve to, with warnings",
+             "  kvproj info EPSG:2230\n"
+             "  kvproj info map.kvr\n"
+             "  kvproj info map.tif      # map.tif.kvr, map.tfw, map.RSF, GeoTIFF tags, map.prj\n"
+             "  kvproj info --json map.tif\n",
+             "  0  every name resolved, or a side file was found for it\n"
+             "  1  none was found for some name, one could not be read, or an EPSG code\n"
+             "     cannot be expressed (the reason is printed)\n"
+             "  2  bad usage\n"},
+            SetUp);
 
 } // namespace
 } // namespace kvtool

@@ -64,7 +64,8 @@ bool Georeference(const CrsRecord& crs, Stages* s, std::string* error) {
     if (g->Method == TM_PRECALCULATED) {
         s->affine = *g;
         const double det = g->A * g->E - g->B * g->D;
-        if (det == 0.0 || !std::isfinite(det)) return (*error = "the image's coefficients are singular"), false;
+        if (det == 0.0 || !std::isfinite(det))
+            return (*error = "the image's coefficients are singular"), false;
         // Inverse of x = A px + B py + C, y = D px + E py + F.
         s->inv[0] = g->E / det, s->inv[1] = -g->B / det;
         s->inv[3] = -g->D / det, s->inv[4] = g->A / det;
@@ -83,7 +84,9 @@ bool Georeference(const CrsRecord& crs, Stages* s, std::string* error) {
 bool Projections(const Options& o, const CrsRecord& crs, Stages* s, std::string* error) {
     s->toGeo = o.geo || !o.crs.dst.empty();
     if (!s->toGeo) return true;
-    if (!crs.hasProj) return (*error = "no projection is known for " + o.image + ": give its .prj or .kvr"), false;
+    if (!crs.hasProj)
+        return (*error = "no projection is known for " + o.image + ": give its .prj or .kvr"),
+               false;
     PROJDATA p = crs.proj;
     if (p.Type != PT_UNPROJECTED && !(s->imageProj = ProjCreateProjection(&p)))
         return (*error = "cannot create the image's projection"), false;
@@ -102,7 +105,8 @@ bool Projections(const Options& o, const CrsRecord& crs, Stages* s, std::string*
         char message[256] = "";
         if (DatCheckParams(&x, message, false) != 0)
             return (*error = std::string("cannot shift the datum: ") + message), false;
-        if (!(s->datum = DatCreateDatum(&x))) return (*error = "cannot create the datum shift"), false;
+        if (!(s->datum = DatCreateDatum(&x)))
+            return (*error = "cannot create the datum shift"), false;
     } else {
         std::fprintf(stderr, "kvproj: transform: note: a datum is not known; no datum shift\n");
     }
@@ -113,7 +117,8 @@ bool Projections(const Options& o, const CrsRecord& crs, Stages* s, std::string*
 }
 
 bool Good(double x, double y) {
-    return std::isfinite(x) && std::isfinite(y) && x != KVPROJ_UNPLOTTABLE && y != KVPROJ_UNPLOTTABLE;
+    return std::isfinite(x) && std::isfinite(y) && x != KVPROJ_UNPLOTTABLE &&
+           y != KVPROJ_UNPLOTTABLE;
 }
 
 // One point through the stages; false when a stage cannot take it.
@@ -155,7 +160,8 @@ bool Inverse(const Stages& s, double* x, double* y) {
     if (s.georefBack) {
         if (!RefForward(s.georefBack, &p, 1)) return false;
     } else {
-        p = {s.inv[0] * p.x + s.inv[1] * p.y + s.inv[2], s.inv[3] * p.x + s.inv[4] * p.y + s.inv[5]};
+        p = {s.inv[0] * p.x + s.inv[1] * p.y + s.inv[2],
+             s.inv[3] * p.x + s.inv[4] * p.y + s.inv[5]};
     }
     *x = p.x - s.shift, *y = p.y - s.shift;
     return Good(*x, *y);
@@ -214,7 +220,8 @@ int Run(const Options& o) {
     std::string error;
     if (!ResolveCrs(o.image, &crs, &error)) return Failure("transform: " + error);
     if (!crs.hasGeoref) return Failure("transform: no georeference found for " + o.image);
-    for (const std::string& w : crs.warnings) std::fprintf(stderr, "kvproj: transform: warning: %s\n", w.c_str());
+    for (const std::string& w : crs.warnings)
+        std::fprintf(stderr, "kvproj: transform: warning: %s\n", w.c_str());
     Stages s;
     // World and RSF files count from the pixel's centre, GeoTIFF tags from its corner.
     if (o.corner != crs.georefFromTags) s.shift = o.corner ? -0.5 : 0.5;
@@ -233,7 +240,8 @@ Runner SetUp(CLI::App& app) {
                     "another system with --dst; --inverse goes the other way. Pixel (0, 0)\n"
                     "is the centre of the first pixel, as world files count; --corner counts\n"
                     "from its top-left corner instead (GDAL's pixel/line).");
-    app.add_option("image", o->image, "the image (its world, RSF, .kvr, .prj files or GeoTIFF tags)")
+    app.add_option("image", o->image,
+                   "the image (its world, RSF, .kvr, .prj files or GeoTIFF tags)")
         ->required();
     app.add_option("file", o->input, "input file (default: standard input)");
     app.add_flag("--inverse", o->inverse, "map (or lon/lat) to pixel");
