@@ -501,11 +501,11 @@ bool BuildProjection(const ProjRequest& request, const ProjFigure* figure, PROJD
 }
 
 void AddCrsOptions(CLI::App& app, bool twoSides, CrsArgs* o) {
-    const char* forms = " (EPSG:n, utm:33N, spcs83:ZONE, key=value words, .prj/.kvr/image file)";
+    const char* forms = " (EPSG:n, utm:33N, a file, ...)";
     if (twoSides) {
-        app.add_option("--src", o->src, std::string("coordinate system of the input") + forms)
+        app.add_option("--src", o->src, std::string("system of the input") + forms)
             ->type_name("CRS");
-        app.add_option("--dst", o->dst, std::string("coordinate system of the output") + forms)
+        app.add_option("--dst", o->dst, std::string("system of the output") + forms)
             ->type_name("CRS");
     } else {
         app.add_option("--crs", o->crs, std::string("coordinate system") + forms)->type_name("CRS");

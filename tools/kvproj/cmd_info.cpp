@@ -186,25 +186,24 @@ int Run(const Options& o) {
 Runner SetUp(CLI::App& app) {
     auto o = std::make_shared<Options>();
     app.add_option("name", o->names,
-                   "EPSG:n, utm:33N, spcs83:ZONE, key=value words, a side file (map.prj, "
-                   "map.kvr) or an image (map.tif)")
+                   "EPSG:n, utm:33N, spcs83:ZONE, key=value words, a side\n"
+                   "file (map.prj, map.kvr) or an image (map.tif)")
         ->required();
     app.add_flag("--json", o->json, "write the records as JSON");
     return [o] { return Run(*o); };
 }
 
-const KVCommand
-    command({"info", "info <name>... [--json]",
-             "show what a coordinate system or a name's side files resolve to, with warnings",
-             "  kvproj info EPSG:2230\n"
-             "  kvproj info map.kvr\n"
-             "  kvproj info map.tif      # map.tif.kvr, map.tfw, map.RSF, GeoTIFF tags, map.prj\n"
-             "  kvproj info --json map.tif\n",
-             "  0  every name resolved, or a side file was found for it\n"
-             "  1  none was found for some name, one could not be read, or an EPSG code\n"
-             "     cannot be expressed (the reason is printed)\n"
-             "  2  bad usage\n"},
-            SetUp);
+const KVCommand command(
+    {"info", "info <name>... [--json]", "show what a coordinate system or side files resolve to",
+     "  kvproj info EPSG:2230\n"
+     "  kvproj info map.kvr\n"
+     "  kvproj info map.tif      # map.tif.kvr, map.tfw, map.RSF, tags, map.prj\n"
+     "  kvproj info --json map.tif\n",
+     "  0  every name resolved, or a side file was found for it\n"
+     "  1  none was found for some name, one could not be read, or an EPSG code\n"
+     "     cannot be expressed (the reason is printed)\n"
+     "  2  bad usage\n"},
+    SetUp);
 
 } // namespace
 } // namespace kvtool

@@ -240,15 +240,13 @@ Runner SetUp(CLI::App& app) {
                     "another system with --dst; --inverse goes the other way. Pixel (0, 0)\n"
                     "is the centre of the first pixel, as world files count; --corner counts\n"
                     "from its top-left corner instead (GDAL's pixel/line).");
-    app.add_option("image", o->image,
-                   "the image (its world, RSF, .kvr, .prj files or GeoTIFF tags)")
+    app.add_option("image", o->image, "the image (world, RSF, .kvr, .prj files, GeoTIFF tags)")
         ->required();
     app.add_option("file", o->input, "input file (default: standard input)");
     app.add_flag("--inverse", o->inverse, "map (or lon/lat) to pixel");
     app.add_flag("--geo", o->geo, "longitude/latitude through the image's projection");
     app.add_flag("--corner", o->corner, "pixel (0, 0) is the first pixel's top-left corner");
-    app.add_option("--dst", o->crs.dst,
-                   "output coordinate system (EPSG:n, utm:33N, key=value words, a file)")
+    app.add_option("--dst", o->crs.dst, "output system (EPSG:n, utm:33N, a file, ...)")
         ->type_name("CRS");
     app.add_option("--dst-datum", o->dstDatum, "the datum of the output, overriding --dst's");
     app.add_option("--profile", o->profile, "FILE holding custom datums");
@@ -258,10 +256,10 @@ Runner SetUp(CLI::App& app) {
 
 const KVCommand command({"transform", "transform <image> [file] [options]",
                          "pixel <-> map coordinates through an image's georeference",
+                         "  kvproj transform map.tif --dst EPSG:4326 pixels.txt\n"
                          "  echo '0 0' | kvproj transform map.tif\n"
                          "  echo '512 512' | kvproj transform map.tif --geo --corner\n"
-                         "  echo '500000 4649995' | kvproj transform map.tif --inverse\n"
-                         "  kvproj transform map.tif --dst EPSG:4326 pixels.txt\n"},
+                         "  echo '500000 4649995' | kvproj transform map.tif --inverse\n"},
                         SetUp);
 
 } // namespace
