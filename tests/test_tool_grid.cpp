@@ -205,3 +205,45 @@ TEST(ToolGrid, GridDatumsLookInTheFoldersNamed) {
         EXPECT_FALSE(kvtest::Contains(r.err, "Internal")) << t.args << "\n" << r.err;
     }
 }
+
+// "grid info --json" and "datum --json": the same facts as the text, as JSON.
+// Expected: the generated files' layout (GridFiles.h) and the datum table.
+TEST(ToolGrid, InfoAndDatumAsJson) {
+    TempDir dir;
+    const std::string nested = dir.Write("nested.gsb", Ntv2File(NestedGrids()));
+    const Nadcon g = {30, 20, -100.0f, 0.25f, 30.0f, 0.25f, 0.0f};
+    const std::string las = dir.Write("conus.las", NadconFile(g, [](int, int) { return 0.0f; }));
+    dir.Write("conus.los", NadconFile(g, [](int, int) { return 0.0f; }));
+    const struct {
+        std::string args;
+        std::vector<std::string> parts;
+    } cases[] = {
+        {"grid info --json " + kvtest::Quote(nested),
+         {"\"format\": \"NTv2\"", "\"nodes\": 1899",
+          "\"name\": \"GRAND1\",\n      \"parent\": \"CHILD1\",\n      \"depth\": 2",
+          "\"columns\": 31,\n      \"rows\": 31"}},
+        {"grid info " + kvtest::Quote(las) + " --json",
+         {"\"format\": \"NADCON\"", "\"columns\": 30", "\"rows\": 20", "\"east\": -92.75",
+          "\"north\": 34.75", "\"dx\": 0.25"}},
+        {"datum NAD27 --json",
+         {"\"id\": 2", "\"epsg\": 6267", "\"method\": \"Molodensky\"", "\"name\": \"Clarke 1866\"",
+          "\"semi_major\": 6378206.4", "\"shift_m\": [-8, 160, 176]"}},
+        {"datum 215 --json",
+         {"\"rotation_arcsec\": [0, 0, 0.554]", "\"scale_ppm\": 1", "\"epsg\": null"}},
+        {"datum 232 --json --grid-dir " + kvtest::Quote(dir.Path()),
+         {"\"direction\": \"to WGS 84 only\"", "\"name\": \"conus.LAS\", \"path\": \"" + las + "\"",
+          "\"name\": \"conus.LOS\", \"path\": \"" + dir.Path() + "conus.los\"",
+          "\"grid_folders\": [\"" + dir.Path() + "\", "}},
+        {"datum 253 --json --grid-dir " + kvtest::Quote(dir.Path()),
+         {"[{\"name\": \"NTV2_0.GSB\", \"path\": null}]"}},
+    };
+    for (const auto& c : cases) {
+        const kvtest::ToolRun r = kvtest::RunTool(c.args);
+        EXPECT_EQ(r.status, 0) << c.args << "\n" << r.err;
+        ASSERT_FALSE(r.out.empty()) << c.args;
+        EXPECT_EQ(r.out.front(), '{') << c.args;
+        EXPECT_EQ(r.out.substr(r.out.size() - 2), "}\n") << c.args;
+        for (const std::string& part : c.parts)
+            EXPECT_TRUE(kvtest::Contains(r.out, part)) << c.args << ": " << part << "\n" << r.out;
+    }
+}

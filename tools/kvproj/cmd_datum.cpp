@@ -8,6 +8,7 @@
 #include "Numbers.h"
 #include "Suggest.h"
 
+#include "frame/SiblingFile.h"
 #include "kvproj/kvproj.h"
 
 #include <cstdio>
@@ -74,6 +75,50 @@ void PrintDatum(const DatumChoice& d, const std::string& profile) {
                     double(s.ry), double(s.rz));
         std::printf("scale:          %.6f ppm\n", double(s.k));
     }
+}
+
+// The datum as one JSON object, with the fields PrintDatum writes.
+Json DatumJson(const DatumChoice& d, const std::string& profile) {
+    const DATUM2WGS84& s = d.step;
+    Json out = Json::Object();
+    int code = 0;
+    out.Set("id", d.custom ? Json(nullptr) : Json(int(d.type)))
+        .Set("name", d.name)
+        .Set("profile", d.custom ? Json(profile) : Json(nullptr))
+        .Set("epsg", !d.custom && DatGetDatumPOSCNumber(d.type, &code) ? Json(code) : Json(nullptr))
+        .Set("method", DatumMethodText(s.Method))
+        .Set("direction", DirectionText(d));
+    if (s.Method == DM_MOLODENSKY || s.Method == DM_BURSA) {
+        Json ellipsoid = Json::Object();
+        ellipsoid.Set("id", int(s.Ellipsoid))
+            .Set("name", EllipsoidText(s.Ellipsoid))
+            .Set("semi_major", double(s.MajorRadius))
+            .Set("inverse_flattening", s.Flattening > 0 ? Json(1.0 / s.Flattening) : Json(nullptr));
+        Json shift = Json::Array();
+        shift.Add(double(s.dx)).Add(double(s.dy)).Add(double(s.dz));
+        out.Set("ellipsoid", std::move(ellipsoid))
+            .Set("prime_meridian", double(s.PMShift))
+            .Set("shift_m", std::move(shift));
+        if (s.Method == DM_BURSA) {
+            Json rotation = Json::Array();
+            rotation.Add(double(s.rx)).Add(double(s.ry)).Add(double(s.rz));
+            out.Set("rotation_arcsec", std::move(rotation)).Set("scale_ppm", double(s.k));
+        }
+    }
+    const auto files = GridFilesOf(d);
+    if (!files.empty()) {
+        Json list = Json::Array(), folders = Json::Array();
+        for (const auto& f : files) {
+            Json file = Json::Object();
+            file.Set("name", f.first)
+                .Set("path", f.second.empty() ? Json(nullptr) : Json(f.second));
+            list.Add(std::move(file));
+        }
+        for (const std::string& dir : GridSearchFolders())
+            folders.Add(dir);
+        out.Set("grid_files", std::move(list)).Set("grid_folders", std::move(folders));
+    }
+    return out;
 }
 
 struct Options {
@@ -192,7 +237,10 @@ int Run(const Options& o) {
     DatumChoice choice;
     std::string error;
     if (!ResolveDatum(o.words[0], o.profile, &choice, &error)) return UsageError("datum: " + error);
-    PrintDatum(choice, o.profile);
+    if (o.json)
+        std::fputs(DatumJson(choice, o.profile).Dump().c_str(), stdout);
+    else
+        PrintDatum(choice, o.profile);
     return EXIT_OK;
 }
 
@@ -201,6 +249,7 @@ Runner SetUp(CLI::App& app) {
     app.add_option("datum", o->words, "id, name, EPSG code (6267, 4267) or custom name");
     app.add_option("--profile", o->profile, "a profile FILE holding custom datums");
     app.add_flag("--list", o->list, "list every datum (as kvproj list datums)");
+    app.add_flag("--json", o->json, "the datum as JSON");
     app.add_option("--grid-dir", o->gridDirs, "search DIR for a grid datum's files")
         ->allow_extra_args(false);
     CLI::Option* save = app.add_option("--save", o->save, "save a custom datum NAME in --profile")

@@ -8,6 +8,7 @@
 // ".LAS"/".LOS" pair beside each other; anything else is taken as NTv2.
 #include "Command.h"
 #include "DatumArgs.h"
+#include "Json.h"
 #include "GridStage.h"
 #include "LineInput.h"
 #include "Numbers.h"
@@ -56,9 +57,40 @@ std::vector<KVProj::Ntv2SubGridInfo> SubGrids() {
     return LoadedSubGrids();
 }
 
-int InfoNtv2(const std::string& path) {
+// The sub-grid tree as JSON: parents before their children, each with its
+// depth and its parent's name.
+int InfoNtv2Json(const std::string& path) {
+    Json grids = Json::Array();
+    long long nodes = 0;
+    for (const auto& g : SubGrids()) {
+        nodes += static_cast<long long>(g.columns) * g.rows;
+        Json sub = Json::Object();
+        sub.Set("name", Trim(g.name))
+            .Set("parent", Trim(g.parent))
+            .Set("depth", g.depth)
+            .Set("west", g.west)
+            .Set("south", g.south)
+            .Set("east", g.east)
+            .Set("north", g.north)
+            .Set("dlon_arcsec", g.dx)
+            .Set("dlat_arcsec", g.dy)
+            .Set("columns", g.columns)
+            .Set("rows", g.rows);
+        grids.Add(std::move(sub));
+    }
+    Json out = Json::Object();
+    out.Set("format", "NTv2")
+        .Set("file", path)
+        .Set("nodes", nodes)
+        .Set("sub_grids", std::move(grids));
+    std::fputs(out.Dump().c_str(), stdout);
+    return EXIT_OK;
+}
+
+int InfoNtv2(const std::string& path, bool json) {
     int status = EXIT_OK;
     if (!LoadNtv2(path, &status)) return status;
+    if (json) return InfoNtv2Json(path);
     const std::vector<KVProj::Ntv2SubGridInfo> grids = SubGrids();
     long long nodes = 0;
     int roots = 0;
@@ -78,10 +110,26 @@ int InfoNtv2(const std::string& path) {
     return EXIT_OK;
 }
 
-int InfoNadcon(const std::string& path) {
+int InfoNadcon(const std::string& path, bool json) {
     KVProj::NadconGridInfo g{};
     if (!KVProj::NadconReadGridInfo(path.c_str(), &g))
         return Failed("cannot read a NADCON header from '" + path + "'");
+    if (json) {
+        Json out = Json::Object();
+        out.Set("format", "NADCON")
+            .Set("file", path)
+            .Set("columns", g.columns)
+            .Set("rows", g.rows)
+            .Set("nodes", static_cast<long long>(g.columns) * g.rows)
+            .Set("west", g.west)
+            .Set("south", g.south)
+            .Set("east", g.west + (g.columns - 1) * g.dx)
+            .Set("north", g.south + (g.rows - 1) * g.dy)
+            .Set("dx", g.dx)
+            .Set("dy", g.dy);
+        std::fputs(out.Dump().c_str(), stdout);
+        return EXIT_OK;
+    }
     std::printf("NADCON grid: %s\n", path.c_str());
     std::printf("columns: %d, rows: %d, nodes: %lld\n", g.columns, g.rows,
                 static_cast<long long>(g.columns) * g.rows);
@@ -252,6 +300,7 @@ struct Choice {
     Options shift;
     std::string infoFile;
     std::vector<std::string> gridDirs;
+    bool json = false;
 };
 
 // The file a grid argument names: as it stands, or a bare name in the grid
@@ -269,7 +318,7 @@ int Run(CLI::App& app, Choice c) {
     if (app.got_subcommand("info")) {
         if (c.infoFile.empty()) return Usage("info needs exactly one grid file");
         if ((c.infoFile = Located(c.infoFile, c.gridDirs, &status)).empty()) return status;
-        return IsNadcon(c.infoFile) ? InfoNadcon(c.infoFile) : InfoNtv2(c.infoFile);
+        return IsNadcon(c.infoFile) ? InfoNadcon(c.infoFile, c.json) : InfoNtv2(c.infoFile, c.json);
     }
     if (app.got_subcommand("shift")) {
         if (c.shift.file.empty()) return Usage("shift needs a grid file");
@@ -283,6 +332,7 @@ Runner SetUp(CLI::App& app) {
     auto c = std::make_shared<Choice>();
     CLI::App* info = app.add_subcommand("info", "the sub-grid tree (NTv2) or grid (NADCON)");
     info->add_option("file", c->infoFile, "an NTv2 (.gsb) or NADCON (.las/.los) file");
+    info->add_flag("--json", c->json, "the grid as JSON");
     CLI::App* shift = app.add_subcommand("shift", "shift \"lon lat\" lines (degrees)");
     shift->add_option("grid", c->shift.file, "the grid file");
     shift->add_option("input", c->shift.input, "input file (default: standard input)");
