@@ -233,7 +233,7 @@ TEST(ToolGrid, InfoAndDatumAsJson) {
         {"datum 232 --json --grid-dir " + kvtest::Quote(dir.Path()),
          {"\"direction\": \"to WGS 84 only\"", "\"name\": \"conus.LAS\", \"path\": \"" + las + "\"",
           "\"name\": \"conus.LOS\", \"path\": \"" + dir.Path() + "conus.los\"",
-          "\"grid_folders\": [\"" + dir.Path() + "\", "}},
+          "\"grid_folders\": [", "\"" + dir.Path() + "\","}},
         {"datum 253 --json --grid-dir " + kvtest::Quote(dir.Path()),
          {"[{\"name\": \"NTV2_0.GSB\", \"path\": null}]"}},
     };
