@@ -229,7 +229,7 @@ int Run(const Options& o) {
     if (o.saving || o.removing) return Store(o);
     if (o.list) {
         if (!o.words.empty()) return UsageError("datum: unexpected argument '" + o.words[0] + "'");
-        return ListDatums(o.profile);
+        return ListDatums(o.profile, "", o.json);
     }
     if (o.words.size() != 1)
         return UsageError("datum: name one datum (id, name, EPSG code or custom name)");
@@ -249,7 +249,7 @@ Runner SetUp(CLI::App& app) {
     app.add_option("datum", o->words, "id, name, EPSG code (6267, 4267) or custom name");
     app.add_option("--profile", o->profile, "a profile FILE holding custom datums");
     app.add_flag("--list", o->list, "list every datum (as kvproj list datums)");
-    app.add_flag("--json", o->json, "the datum as JSON");
+    app.add_flag("--json", o->json, "the datum (with --list: every datum) as JSON");
     app.add_option("--grid-dir", o->gridDirs, "search DIR for a grid datum's files")
         ->allow_extra_args(false);
     CLI::Option* save = app.add_option("--save", o->save, "save a custom datum NAME in --profile")
