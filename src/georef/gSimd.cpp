@@ -38,54 +38,34 @@ template <int M, bool SquareFourth> void TermsV(V u, V v, V* t) {
     }
 }
 
-// The coefficients of one kernel broadcast to every lane.
-template <int M> struct KernelV {
-    V cx[M], cy[M];
-    V x0, y0, inv, dx0, dy0, marker;
-    explicit KernelV(const PolyKernel& k) {
-        const D d;
-        for (int j = 0; j < M; ++j) {
-            cx[j] = hn::Set(d, k.cx[j]);
-            cy[j] = hn::Set(d, k.cy[j]);
-        }
-        x0 = hn::Set(d, k.x0), y0 = hn::Set(d, k.y0), inv = hn::Set(d, k.invScale);
-        dx0 = hn::Set(d, k.dx0), dy0 = hn::Set(d, k.dy0);
-        marker = hn::Set(d, KVPROJ_UNPLOTTABLE);
-    }
-};
-
-// One vector of points at xy, converted in place.
 template <int M, bool SquareFourth>
-HWY_INLINE void Vector(const KernelV<M>& k, double* HWY_RESTRICT xy) {
+void Lanes(const PolyKernel& k, double* HWY_RESTRICT xy, size_t vectors) {
     const D d;
-    V x, y;
-    hn::LoadInterleaved2(d, xy, x, y);
-    V t[M];
-    TermsV<M, SquareFourth>(hn::Mul(hn::Sub(x, k.x0), k.inv), hn::Mul(hn::Sub(y, k.y0), k.inv), t);
-    V sx = k.cx[0], sy = k.cy[0];
-    for (int j = 1; j < M; ++j) {
-        sx = hn::MulAdd(k.cx[j], t[j], sx);
-        sy = hn::MulAdd(k.cy[j], t[j], sy);
+    const size_t n = hn::Lanes(d);
+    V cx[M], cy[M];
+    for (int j = 0; j < M; ++j) {
+        cx[j] = hn::Set(d, k.cx[j]);
+        cy[j] = hn::Set(d, k.cy[j]);
     }
-    // Unplottable points pass through.
-    const auto keep = hn::Or(hn::Eq(x, k.marker), hn::Eq(y, k.marker));
-    x = hn::IfThenElse(keep, x, hn::Add(sx, k.dx0));
-    y = hn::IfThenElse(keep, y, hn::Add(sy, k.dy0));
-    hn::StoreInterleaved2(x, y, d, xy);
-}
-
-// Two vectors per step: the sums of a point are one chain of dependent
-// multiply-adds, so two independent chains keep the units busy.
-template <int M, bool SquareFourth>
-void Lanes(const PolyKernel& kernel, double* HWY_RESTRICT xy, size_t vectors) {
-    const size_t n = hn::Lanes(D());
-    const KernelV<M> k(kernel);
-    size_t i = 0;
-    for (; i + 2 <= vectors; i += 2, xy += 4 * n) {
-        Vector<M, SquareFourth>(k, xy);
-        Vector<M, SquareFourth>(k, xy + 2 * n);
+    const V x0 = hn::Set(d, k.x0), y0 = hn::Set(d, k.y0), inv = hn::Set(d, k.invScale);
+    const V dx0 = hn::Set(d, k.dx0), dy0 = hn::Set(d, k.dy0);
+    const V marker = hn::Set(d, KVPROJ_UNPLOTTABLE);
+    for (size_t i = 0; i < vectors; ++i, xy += 2 * n) {
+        V x, y;
+        hn::LoadInterleaved2(d, xy, x, y);
+        V t[M];
+        TermsV<M, SquareFourth>(hn::Mul(hn::Sub(x, x0), inv), hn::Mul(hn::Sub(y, y0), inv), t);
+        V sx = cx[0], sy = cy[0];
+        for (int j = 1; j < M; ++j) {
+            sx = hn::MulAdd(cx[j], t[j], sx);
+            sy = hn::MulAdd(cy[j], t[j], sy);
+        }
+        // Unplottable points pass through.
+        const auto keep = hn::Or(hn::Eq(x, marker), hn::Eq(y, marker));
+        x = hn::IfThenElse(keep, x, hn::Add(sx, dx0));
+        y = hn::IfThenElse(keep, y, hn::Add(sy, dy0));
+        hn::StoreInterleaved2(x, y, d, xy);
     }
-    if (i < vectors) Vector<M, SquareFourth>(k, xy);
 }
 
 template <int M, bool SquareFourth>
