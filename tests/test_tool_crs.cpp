@@ -119,6 +119,7 @@ TEST(ToolCrs, RefusesWhatItCannotExpressWithTheReason) {
         {"convert --dst EPSG:3167", 2, {"rectified grid angle"}},
         {"convert --dst EPSG:28992", 2, {"Oblique Stereographic", "double stereographic"}},
         {"convert --dst EPSG:5514", 2, {"the method Krovak"}},
+        {"convert --dst EPSG:27500", 2, {"prime meridian EPSG:8914 is not in the tables"}},
         {"convert --dst EPSG:1", 2, {"neither a projected nor a geographic system"}},
         {"convert --dst EPSG:x", 2, {"an EPSG code is a number"}},
         {"convert --dst nowhere.prj", 2, {"is not a coordinate system"}},

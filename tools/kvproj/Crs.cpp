@@ -74,9 +74,15 @@ bool FindBase(int code, GeographicBase* out) {
 
 // The figure of the base: the library's ellipsoid when it has the code, else
 // the axis and flattening of the registry.
+// A library ellipsoid that only stands close to the registry's (Bessel for
+// Bessel Modified) is not taken: its axis or flattening must agree.
 void SetFigure(const GeographicBase& base, PROJDATA* p) {
     EllipsoidType e = ELLIPSOID_USER_DEFINED;
-    if (EllipsoidFromPOSCNumber(base.ellipsoidCode, &e) && e != ELLIPSOID_USER_DEFINED) {
+    double a = 0, f = 0;
+    const double rf = base.rf == 0.0 ? 0.0 : 1.0 / base.rf;
+    if (EllipsoidFromPOSCNumber(base.ellipsoidCode, &e) && e != ELLIPSOID_USER_DEFINED &&
+        EllipsoidInfo(e, nullptr, &a, &f) && std::fabs(a - base.a) < 1e-4 &&
+        std::fabs(f - rf) < 1e-12) {
         p->Ellipsoid = e;
         return;
     }
@@ -307,6 +313,11 @@ bool ProjectedCrs(const EpsgProjected& row, CrsRecord* out, std::string* error) 
     if (!FindBase(row.geographicCode, &base)) {
         *error = code + ": its geographic system EPSG:" + std::to_string(row.geographicCode) +
                  " is not in the tables";
+        return false;
+    }
+    if (base.meridianCode != 8901 && !EpsgFindPrimeMeridian(base.meridianCode)) {
+        *error = code + " (" + row.name + ") cannot be expressed: its prime meridian EPSG:" +
+                 std::to_string(base.meridianCode) + " is not in the tables";
         return false;
     }
     PROJDATA& p = out->proj;
