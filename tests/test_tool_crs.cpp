@@ -314,9 +314,11 @@ TEST(ToolCrs, EpsgRecordsCarryUnitsInScale) {
         kvtool::CrsRecord crs;
         std::string error;
         ASSERT_TRUE(kvtool::EpsgCrs(row.code, &crs, &error)) << row.code << ": " << error;
-        EXPECT_EQ(crs.proj.Type, row.type) << row.code;
-        EXPECT_NEAR(crs.proj.Scale, row.scale, 1e-12) << row.code;
-        EXPECT_NEAR(crs.proj.xOrg, row.xOrg, 1e-6) << row.code;
+        const KVProj::ProjType type = crs.proj.Type; // the record is packed
+        const double scale = crs.proj.Scale, xOrg = crs.proj.xOrg;
+        EXPECT_EQ(type, row.type) << row.code;
+        EXPECT_NEAR(scale, row.scale, 1e-12) << row.code;
+        EXPECT_NEAR(xOrg, row.xOrg, 1e-6) << row.code;
     }
 }
 

@@ -82,7 +82,7 @@ void SetFigure(const GeographicBase& base, PROJDATA* p) {
     const double rf = base.rf == 0.0 ? 0.0 : 1.0 / base.rf;
     if (EllipsoidFromPOSCNumber(base.ellipsoidCode, &e) && e != ELLIPSOID_USER_DEFINED &&
         EllipsoidInfo(e, nullptr, &a, &f) && std::fabs(a - base.a) < 1e-4 &&
-        std::fabs(f - rf) < 1e-12) {
+        (base.rf == 0.0 || std::fabs(f - rf) < 1e-12)) { // 0: the registry gives a minor axis
         p->Ellipsoid = e;
         return;
     }
@@ -119,7 +119,9 @@ void SetDatum(const GeographicBase& base, const PROJDATA& figure, CrsRecord* out
     std::memset(&p, 0, sizeof p);
     p.Method = g->tfmMethod == 9603 ? DM_MOLODENSKY : DM_BURSA;
     p.Ellipsoid = figure.Ellipsoid;
-    FillEllipsoid(p.Ellipsoid, figure, &p.MajorRadius, &p.Flattening);
+    double a = 0, f = 0; // the record is packed: no pointers into it
+    FillEllipsoid(p.Ellipsoid, figure, &a, &f);
+    p.MajorRadius = a, p.Flattening = f;
     const double sign = g->tfmMethod == 9607 ? -1.0 : 1.0; // coordinate frame: rotations reversed
     p.dx = g->dx, p.dy = g->dy, p.dz = g->dz;
     p.rx = sign * g->rx, p.ry = sign * g->ry, p.rz = sign * g->rz;

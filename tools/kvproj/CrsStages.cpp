@@ -40,9 +40,12 @@ bool Side(const std::string& text, const std::string& named, const std::string& 
     if (!named.empty()) {
         if (!ResolveDatum(named, profile, datum, error)) return false;
         int e = 0;
+        double a = 0, f = 0; // the record is packed: no pointers into it
         if (!crs.hasDatum && crs.hasProj && crs.proj.Type == KVProj::PT_UTM &&
-            DatumEllipsoid(*datum, &e, &crs.proj.MajorRadius, &crs.proj.Flattening))
+            DatumEllipsoid(*datum, &e, &a, &f)) {
             crs.proj.Ellipsoid = static_cast<KVProj::EllipsoidType>(e);
+            crs.proj.MajorRadius = a, crs.proj.Flattening = f;
+        }
         *known = true;
     }
     if (text.empty() || crs.proj.Type == KVProj::PT_UNPROJECTED) return true;
