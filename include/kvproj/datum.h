@@ -140,7 +140,7 @@ KVPROJ_API bool DatHadUnplottables(void* handle);
 KVPROJ_API bool DatGetHandleInfo(void* handle, DATUMXFORM* out);
 
 // ---------------------------------------------------------------- grid files
-// Extension (not in the original interface): where the grid files of the
+// Extension, beyond the datum calls above: where the grid files of the
 // NADCON (232, 233) and NTv2 (253) datums are looked up. By default, and after
 // a null or empty `path`, only the folder of the running executable is
 // searched. Otherwise `path` lists folders separated by ':' (empty entries are

@@ -81,7 +81,7 @@ struct FileContext {
     int errors = 0;
 };
 
-void deliver(bool isError, const char* module, const char* fmt, va_list ap) {
+void Deliver(bool isError, const char* module, const char* fmt, va_list ap) {
     char text[512];
     int used = std::snprintf(text, sizeof text, "%s: ", module ? module : "TIFF");
     if (used < 0 || used >= static_cast<int>(sizeof text)) used = 0;
@@ -91,12 +91,12 @@ void deliver(bool isError, const char* module, const char* fmt, va_list ap) {
 
 int OnError(TIFF*, void* user, const char* module, const char* fmt, va_list ap) {
     if (user) ++static_cast<FileContext*>(user)->errors;
-    deliver(true, module, fmt, ap);
+    Deliver(true, module, fmt, ap);
     return 1; // handled: libtiff's process-wide handlers (standard error) never see it
 }
 
 int OnWarning(TIFF*, void*, const char* module, const char* fmt, va_list ap) {
-    deliver(false, module, fmt, ap);
+    Deliver(false, module, fmt, ap);
     return 1;
 }
 

@@ -27,7 +27,7 @@ char LowerAscii(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-bool startsWithNoCase(const char* text, const std::string& prefix) {
+bool StartsWithNoCase(const char* text, const std::string& prefix) {
     for (size_t i = 0; i < prefix.size(); ++i)
         if (!text[i] || LowerAscii(text[i]) != LowerAscii(prefix[i])) return false;
     return true;
@@ -60,14 +60,14 @@ struct SectionImage {
     int find(const std::string& key) const {
         const std::string prefix = key + "=";
         for (size_t i = 0; i < lines.size(); ++i)
-            if (startsWithNoCase(line(i), prefix)) return static_cast<int>(i);
+            if (StartsWithNoCase(line(i), prefix)) return static_cast<int>(i);
         return -1;
     }
 };
 
 // Writes the section back; refuses a section that was cut on reading, which
 // would otherwise lose the entries past the cut.
-bool writeSection(const char* file, const SectionImage& image, int skip, const std::string* extra) {
+bool WriteDatumSection(const char* file, const SectionImage& image, int skip, const std::string* extra) {
     if (image.truncated) return false;
     std::string data;
     for (size_t i = 0; i < image.lines.size(); ++i) {
@@ -314,7 +314,7 @@ bool NDatSave(const char* file, const char* name, const DATUM2WGS84* params) {
             std::string value;
             if (!DatumParamsToText(*params, &value)) return false;
             const std::string line = key + "=" + value;
-            return writeSection(file, image, image.find(key), &line);
+            return WriteDatumSection(file, image, image.find(key), &line);
         });
     });
 }
@@ -323,7 +323,7 @@ bool NDatDelete(const char* file, const char* name) {
     return KV_GUARDED(false, [&]() -> bool {
         if (!file || !name || BuiltIn(name, nullptr)) return false;
         return WithEntry(file, name, [&](const SectionImage& image, int i) {
-            return writeSection(file, image, i, nullptr);
+            return WriteDatumSection(file, image, i, nullptr);
         });
     });
 }

@@ -29,7 +29,7 @@ struct Failure {
 
 constexpr Failure kValid{0, 0};
 
-bool within(double value, double limit) {
+bool Within(double value, double limit) {
     return value >= -limit && value <= limit;
 }
 
@@ -47,14 +47,14 @@ Failure CheckStep(const DATUM2WGS84* step) {
         if (!(step->Flattening >= 0.0 && step->Flattening < 1.0))
             return {14, IDS_ELLIPSOID_FLATTENING};
     }
-    if (!within(step->PMShift, 180.0)) return {5, IDS_BAD_PMSHIFT};
-    if (!within(step->dx, kMaxShift)) return {6, IDS_BAD_DX};
-    if (!within(step->dy, kMaxShift)) return {7, IDS_BAD_DY};
-    if (!within(step->dz, kMaxShift)) return {8, IDS_BAD_DZ};
+    if (!Within(step->PMShift, 180.0)) return {5, IDS_BAD_PMSHIFT};
+    if (!Within(step->dx, kMaxShift)) return {6, IDS_BAD_DX};
+    if (!Within(step->dy, kMaxShift)) return {7, IDS_BAD_DY};
+    if (!Within(step->dz, kMaxShift)) return {8, IDS_BAD_DZ};
     if (method == DM_BURSA) {
-        if (!within(step->rx, kMaxRotation)) return {9, IDS_BAD_RX};
-        if (!within(step->ry, kMaxRotation)) return {10, IDS_BAD_RY};
-        if (!within(step->rz, kMaxRotation)) return {11, IDS_BAD_RZ};
+        if (!Within(step->rx, kMaxRotation)) return {9, IDS_BAD_RX};
+        if (!Within(step->ry, kMaxRotation)) return {10, IDS_BAD_RY};
+        if (!Within(step->rz, kMaxRotation)) return {11, IDS_BAD_RZ};
     }
     // The scale is deliberately unchecked: a negative ppm value is a valid change.
     return kValid;

@@ -16,7 +16,7 @@ struct Ellipse {
     double a, f;
 };
 
-Ellipse wgs84() {
+Ellipse Wgs84() {
     return {EllipsoidRadius(ELLIPSOID_WGS84), EllipsoidFlattening(ELLIPSOID_WGS84)};
 }
 
@@ -36,8 +36,8 @@ bool MakeStepFrame(const DATUM2WGS84& step, StepFrame* frame) {
     const Ellipse datum{step.MajorRadius, step.Flattening};
     if (!UsableEllipse(datum)) return false;
     const bool inverse = HostFlag(step.bInverse);
-    frame->from = inverse ? wgs84() : datum;
-    frame->to = inverse ? datum : wgs84();
+    frame->from = inverse ? Wgs84() : datum;
+    frame->to = inverse ? datum : Wgs84();
     frame->sign = inverse ? -1.0 : 1.0;
     frame->dx = frame->sign * step.dx;
     frame->dy = frame->sign * step.dy;

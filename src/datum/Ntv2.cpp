@@ -27,33 +27,33 @@ constexpr int kNodeBytes = 16; // latitude shift, longitude shift, two accuracie
 
 // ---------------------------------------------------------------- file fields
 
-uint32_t u32(const unsigned char* p) {
+uint32_t U32(const unsigned char* p) {
     return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
 }
 
-int32_t i32(const unsigned char* p) {
-    uint32_t u = u32(p);
+int32_t I32(const unsigned char* p) {
+    uint32_t u = U32(p);
     int32_t v;
     std::memcpy(&v, &u, sizeof v);
     return v;
 }
 
-float f32(const unsigned char* p) {
-    uint32_t u = u32(p);
+float F32(const unsigned char* p) {
+    uint32_t u = U32(p);
     float v;
     std::memcpy(&v, &u, sizeof v);
     return v;
 }
 
-double f64(const unsigned char* p) {
-    uint64_t u = uint64_t(u32(p)) | uint64_t(u32(p + 4)) << 32;
+double F64(const unsigned char* p) {
+    uint64_t u = uint64_t(U32(p)) | uint64_t(U32(p + 4)) << 32;
     double v;
     std::memcpy(&v, &u, sizeof v);
     return v;
 }
 
 // The value of record `n` of a header block.
-const unsigned char* value(const unsigned char* block, int n) {
+const unsigned char* Value(const unsigned char* block, int n) {
     return block + n * kRecord + 8;
 }
 
@@ -68,7 +68,7 @@ void NameText(const unsigned char* p, char out[9]) {
 }
 
 // Bytes from the current position to the end, or -1 when the stream cannot tell.
-long long bytesLeft(std::FILE* f) {
+long long BytesLeft(std::FILE* f) {
     long here = std::ftell(f);
     if (here < 0 || std::fseek(f, 0, SEEK_END) != 0) return -1;
     long end = std::ftell(f);
@@ -84,13 +84,13 @@ long long AxisCount(double extent, double step) {
 }
 
 // Reads the sub-grid `index` whose header is in `h`; the nodes follow in the file.
-int readSubGrid(std::FILE* f, const unsigned char* h, int index, Ntv2SubGrid* g) {
-    NameText(value(h, 0), g->name);
-    NameText(value(h, 1), g->parent);
-    const double sLat = f64(value(h, 4)), nLat = f64(value(h, 5));
-    const double eLong = f64(value(h, 6)), wLong = f64(value(h, 7));
-    const double latInc = f64(value(h, 8)), lonInc = f64(value(h, 9));
-    const int32_t count = i32(value(h, 10));
+int ReadSubGrid(std::FILE* f, const unsigned char* h, int index, Ntv2SubGrid* g) {
+    NameText(Value(h, 0), g->name);
+    NameText(Value(h, 1), g->parent);
+    const double sLat = F64(Value(h, 4)), nLat = F64(Value(h, 5));
+    const double eLong = F64(Value(h, 6)), wLong = F64(Value(h, 7));
+    const double latInc = F64(Value(h, 8)), lonInc = F64(Value(h, 9));
+    const int32_t count = I32(Value(h, 10));
 
     // Longitudes are positive west in the file.
     const double x0 = -wLong, y0 = sLat, east = -eLong;
@@ -113,7 +113,7 @@ int readSubGrid(std::FILE* f, const unsigned char* h, int index, Ntv2SubGrid* g)
 
     // A declared count the file cannot hold is a short read; finding out
     // before allocating keeps a hostile header from claiming gigabytes.
-    const long long left = bytesLeft(f);
+    const long long left = BytesLeft(f);
     if (left >= 0 && static_cast<long long>(count) * kNodeBytes > left) {
         LogPrintf("Read subgrid header %d failed!\n", index);
         return NTV2_SHORT_READ;
@@ -136,14 +136,14 @@ int readSubGrid(std::FILE* f, const unsigned char* h, int index, Ntv2SubGrid* g)
         for (int32_t c = 0; c < g->columns; ++c) {
             const unsigned char* p = &row[static_cast<size_t>(c) * kNodeBytes];
             Ntv2Node& node = out[g->columns - c - 1];
-            node.lon = static_cast<float>(f32(p + 4) * kArcSecToRad);
-            node.lat = static_cast<float>(f32(p) * kArcSecToRad);
+            node.lon = static_cast<float>(F32(p + 4) * kArcSecToRad);
+            node.lat = static_cast<float>(F32(p) * kArcSecToRad);
         }
     }
     return NTV2_OK;
 }
 
-int loadStream(std::FILE* f, Ntv2Tree* tree) {
+int LoadStream(std::FILE* f, Ntv2Tree* tree) {
     unsigned char block[kHeaderBytes];
     if (std::fread(block, 1, 8, f) != 8) {
         LogPrintf("Failed reading signature bytes.\n");
@@ -158,22 +158,22 @@ int loadStream(std::FILE* f, Ntv2Tree* tree) {
         return NTV2_SHORT_READ;
     }
     // Overview records: NUM_OREC, NUM_SREC, NUM_FILE, GS_TYPE, ...
-    if (i32(value(block, 0)) != 11 || i32(value(block, 1)) != 11) {
+    if (I32(Value(block, 0)) != 11 || I32(Value(block, 1)) != 11) {
         LogPrintf("Invalid header size.\n");
         return NTV2_BAD_DATA;
     }
-    if (std::memcmp(value(block, 3), "SECONDS", 7) != 0) {
+    if (std::memcmp(Value(block, 3), "SECONDS", 7) != 0) {
         LogPrintf("Invalid shift type.\n");
         return NTV2_BAD_DATA;
     }
-    const int32_t subGrids = i32(value(block, 2));
+    const int32_t subGrids = I32(Value(block, 2));
     for (int32_t s = 0; s < subGrids; ++s) {
         if (std::fread(block, 1, kHeaderBytes, f) != kHeaderBytes) {
             LogPrintf("Read subgrid header %d failed!\n", s);
             return NTV2_SHORT_READ;
         }
         std::unique_ptr<Ntv2SubGrid> grid(new Ntv2SubGrid);
-        int status = readSubGrid(f, block, s, grid.get());
+        int status = ReadSubGrid(f, block, s, grid.get());
         if (status != NTV2_OK) return status;
         char parent[9];
         std::memcpy(parent, grid->parent, sizeof parent);
@@ -218,12 +218,12 @@ struct GlobalGrid {
     std::atomic<bool> hadUnplottables{false};
 };
 
-GlobalGrid& global() {
+GlobalGrid& Global() {
     static GlobalGrid grid;
     return grid;
 }
 
-void forget(GlobalGrid& g) {
+void Forget(GlobalGrid& g) {
     g.tree.Clear();
     g.path[0] = '\0';
 }
@@ -231,7 +231,7 @@ void forget(GlobalGrid& g) {
 // NTV2Startup with the grid already locked for writing.
 int StartupLocked(GlobalGrid& g, const char* path) {
     LogPrintf("NTV2Startup\n");
-    forget(g);
+    Forget(g);
     if (path) {
         CopyName(g.path, path, kPathLen);
     } else {
@@ -242,7 +242,7 @@ int StartupLocked(GlobalGrid& g, const char* path) {
     int status = LoadShiftFile(g.path, &g.tree);
     if (status != NTV2_OK) {
         LogPrintf("NTV2: Failed loading grid shift file '%s'\n", g.path);
-        forget(g);
+        Forget(g);
         return status;
     }
     LogPrintf("%d tables at root level.\n", static_cast<int>(g.tree.Roots().size()));
@@ -294,7 +294,7 @@ Ntv2SubGrid* Ntv2Tree::Find(const char* name) const {
 namespace {
 
 // Whether a depth-first walk of the tree meets `a` before `b`.
-bool precedes(const Ntv2SubGrid* a, const Ntv2SubGrid* b) {
+bool Precedes(const Ntv2SubGrid* a, const Ntv2SubGrid* b) {
     while (a->depth > b->depth) {
         a = a->up;
         if (a == b) return false; // b is an ancestor of a
@@ -326,7 +326,7 @@ bool Ntv2Tree::Add(std::unique_ptr<Ntv2SubGrid> grid) {
     Ntv2SubGrid* added = m_all.back().get();
     siblings.push_back(added);
     Ntv2SubGrid*& first = m_byName[added->name];
-    if (!first || precedes(added, first)) first = added;
+    if (!first || Precedes(added, first)) first = added;
     return true;
 }
 
@@ -354,7 +354,7 @@ int LoadShiftStream(std::FILE* file, Ntv2Tree* tree) {
     tree->Clear();
     int status;
     try {
-        status = loadStream(file, tree);
+        status = LoadStream(file, tree);
     } catch (const std::bad_alloc&) {
         LogPrintf("Out of memory!\n");
         status = NTV2_NO_MEMORY;
@@ -438,7 +438,7 @@ int Ntv2TransformPoint(const Ntv2Tree& tree, double* lon, double* lat, bool inve
 
 int NTV2Startup(const char* path) {
     return KV_GUARDED(int(NTV2_NO_MEMORY), [&] {
-        GlobalGrid& g = global();
+        GlobalGrid& g = Global();
         std::unique_lock<std::shared_mutex> lock(g.mutex);
         return StartupLocked(g, path);
     });
@@ -449,7 +449,7 @@ int NTV2Transform(int count, DATUMPOINT* points, bool inverse) {
               static_cast<void*>(points), inverse ? "true" : "false");
     if (count < 1 || !points) return int(NTV2_OK);
     return KV_GUARDED(int(NTV2_NO_MEMORY), [&]() -> int {
-        GlobalGrid& g = global();
+        GlobalGrid& g = Global();
         for (;;) {
             {
                 std::shared_lock<std::shared_mutex> lock(g.mutex);
@@ -466,20 +466,20 @@ int NTV2Transform(int count, DATUMPOINT* points, bool inverse) {
 
 void NTV2Shutdown() {
     KV_GUARDED_VOID([&] {
-        GlobalGrid& g = global();
+        GlobalGrid& g = Global();
         std::unique_lock<std::shared_mutex> lock(g.mutex);
         LogPrintf("NTV2Shutdown\n");
-        forget(g);
+        Forget(g);
     });
 }
 
 bool NTV2HadUnplottables() {
-    return KV_GUARDED(false, [&] { return global().hadUnplottables.load(); });
+    return KV_GUARDED(false, [&] { return Global().hadUnplottables.load(); });
 }
 
 int NTV2GetSubGrids(Ntv2SubGridInfo* out, int max) {
     return KV_GUARDED(0, [&] {
-        GlobalGrid& g = global();
+        GlobalGrid& g = Global();
         std::shared_lock<std::shared_mutex> lock(g.mutex);
         int n = 0;
         const double arcsec = 3600.0 / kDegToRad;

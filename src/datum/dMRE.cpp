@@ -471,7 +471,7 @@ constexpr bool TermsValid() {
 static_assert(TermsValid(), "every regression term belongs to a datum and has powers 0..9");
 static_assert(sizeof(kTerms) / sizeof(kTerms[0]) == 368, "eight complete coefficient sets");
 
-double evaluate(const Matrix& a, double U, double V) {
+double Evaluate(const Matrix& a, double U, double V) {
     double sum = 0.0;
     for (int i = kMaxPower; i >= 0; --i) {
         double inner = 0.0;
@@ -494,8 +494,8 @@ bool MreDeltas(int id, double lat, double lon, double* dLatSec, double* dLonSec)
         const Origin& o = kOrigins[id - kFirstId];
         const double U = o.K * (lat - o.lat);
         const double V = o.K * (lon - o.lon);
-        *dLatSec = evaluate(kMatrices[id - kFirstId][kLat], U, V);
-        *dLonSec = evaluate(kMatrices[id - kFirstId][kLon], U, V);
+        *dLatSec = Evaluate(kMatrices[id - kFirstId][kLat], U, V);
+        *dLonSec = Evaluate(kMatrices[id - kFirstId][kLon], U, V);
         return true;
     });
 }

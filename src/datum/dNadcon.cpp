@@ -18,13 +18,13 @@ namespace {
 constexpr int kPathLen = 260;
 constexpr long kHeaderOffset = 64; // after the identification and program texts
 
-uint32_t u32(const unsigned char* p) {
+uint32_t U32(const unsigned char* p) {
     return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
 }
 
-template <class T> T field(const unsigned char* p) {
+template <class T> T Field(const unsigned char* p) {
     static_assert(sizeof(T) == 4, "NADCON fields are four bytes");
-    uint32_t u = u32(p);
+    uint32_t u = U32(p);
     T v;
     std::memcpy(&v, &u, sizeof v);
     return v;
@@ -39,12 +39,12 @@ void ReadPair(std::FILE* f, long long columns, long long r, long long c, double 
     const bool fits = r >= 0 && c >= 0 && stride > 0 && c <= limit && r <= (limit - c) / stride;
     if (fits && std::fseek(f, static_cast<long>((stride * r + c) * 4), SEEK_SET) == 0)
         (void)std::fread(bytes, 1, sizeof bytes, f);
-    out[0] = field<float>(bytes);
-    out[1] = field<float>(bytes + 4);
+    out[0] = Field<float>(bytes);
+    out[1] = Field<float>(bytes + 4);
 }
 
 // Bilinear interpolation of one file at cell (i, j) with fractions (tx, ty).
-double interpolate(std::FILE* f, const NadconHeader& h, int i, int j, double tx, double ty) {
+double Interpolate(std::FILE* f, const NadconHeader& h, int i, int j, double tx, double ty) {
     double south[2], north[2];
     ReadPair(f, h.columns, j, i, south);
     ReadPair(f, h.columns, j + 1LL, i, north);
@@ -52,7 +52,7 @@ double interpolate(std::FILE* f, const NadconHeader& h, int i, int j, double tx,
            tx * ty * north[1];
 }
 
-bool usable(double v) {
+bool Usable(double v) {
     return v != kUnplottable && !std::isnan(v);
 }
 
@@ -62,13 +62,13 @@ NadconHeader NadconReadHeader(std::FILE* las) {
     unsigned char b[28] = {};
     if (std::fseek(las, kHeaderOffset, SEEK_SET) == 0) (void)std::fread(b, 1, sizeof b, las);
     NadconHeader h;
-    h.columns = field<int32_t>(b);
-    h.rows = field<int32_t>(b + 4);
-    h.zCount = field<int32_t>(b + 8);
-    h.xMin = field<float>(b + 12);
-    h.dx = field<float>(b + 16);
-    h.yMin = field<float>(b + 20);
-    h.dy = field<float>(b + 24);
+    h.columns = Field<int32_t>(b);
+    h.rows = Field<int32_t>(b + 4);
+    h.zCount = Field<int32_t>(b + 8);
+    h.xMin = Field<float>(b + 12);
+    h.dx = Field<float>(b + 16);
+    h.yMin = Field<float>(b + 20);
+    h.dy = Field<float>(b + 24);
     return h;
 }
 
@@ -76,7 +76,7 @@ void NadconShiftPoints(std::FILE* las, std::FILE* los, const NadconHeader& h, DA
                        int count) {
     for (int n = 0; n < count; ++n) {
         DATUMPOINT& p = points[n];
-        if (!usable(p.x) || !usable(p.y)) continue;
+        if (!Usable(p.x) || !Usable(p.y)) continue;
         // 1-based grid positions, truncated toward zero: a point less than one
         // spacing west of the first column still gets column 0, the record
         // marker. Existing conversions depend on this, so it stays.
@@ -85,8 +85,8 @@ void NadconShiftPoints(std::FILE* las, std::FILE* los, const NadconHeader& h, DA
         if (!(fx > -1.0 && fx < h.columns) || !(fy > -1.0 && fy < h.rows)) continue;
         const int i = static_cast<int>(fx), j = static_cast<int>(fy);
         const double tx = fx - i, ty = fy - j;
-        const double lasValue = interpolate(las, h, i, j, tx, ty);
-        const double losValue = interpolate(los, h, i, j, tx, ty);
+        const double lasValue = Interpolate(las, h, i, j, tx, ty);
+        const double losValue = Interpolate(los, h, i, j, tx, ty);
         // The ".LAS" value goes to x and the ".LOS" value to y, added as they
         // stand: established results rely on exactly this pairing.
         p.x += lasValue / 3600.0;

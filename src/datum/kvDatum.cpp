@@ -25,13 +25,13 @@ namespace {
 constexpr int kBlockPoints = 1 << 16;
 
 // Reduces a screened point to longitude (-360, 360) and latitude [-90, 90].
-void normalise(DATUMPOINT& p) {
+void Normalise(DATUMPOINT& p) {
     p.x = FoldLongitude(p.x);
     p.y = FoldLatitude(p.y);
 }
 
 // Marks non-finite points unplottable; true when any point is unplottable.
-bool screen(DATUMPOINT* points, int count) {
+bool Screen(DATUMPOINT* points, int count) {
     bool any = false;
     for (int n = 0; n < count; ++n) {
         DATUMPOINT& p = points[n];
@@ -113,11 +113,11 @@ struct Conversion {
     // -180..180 so the regression origins and grids see one convention;
     // wrap[n] keeps the -360/0/+360 that Finish undoes.
     void prepare(DATUMPOINT* points, int count, signed char* wrap) const {
-        if (screen(points, count)) handle->bUnplottable = true;
+        if (Screen(points, count)) handle->bUnplottable = true;
         for (int n = 0; n < count; ++n) {
             DATUMPOINT& p = points[n];
             wrap[n] = 0;
-            normalise(p);
+            Normalise(p);
             if (IsUnplottable(p)) continue;
             if (p.x >= -360.0 && p.x < -180.0) {
                 wrap[n] = -1;
@@ -168,11 +168,11 @@ struct Conversion {
     }
 
     void finish(DATUMPOINT* points, int count, const signed char* wrap) const {
-        if (screen(points, count)) handle->bUnplottable = true;
+        if (Screen(points, count)) handle->bUnplottable = true;
         for (int n = 0; n < count; ++n) {
             DATUMPOINT& p = points[n];
             if (p.x != kUnplottable) p.x += 360.0 * wrap[n];
-            normalise(p);
+            Normalise(p);
         }
     }
 
@@ -212,7 +212,7 @@ bool ConvertInBlocks(const Conversion& c, DATUMPOINT* points, int count, signed 
     return true;
 }
 
-bool convert(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count) {
+bool ConvertPoints(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count) {
     if (x.SrcDatum == x.DestDatum && x.SrcDatum != DATUM_USER_DEFINED) return true;
     if (!ResolveSteps(x)) return false;
     // One wrap offset per point of a block (-1, 0 or +1 turns), undone after the shift.
@@ -265,7 +265,7 @@ bool DatConvertDatum(void* handle, DATUMPOINT* points, int count) {
         NormaliseHostFlag(x.Step1.bInverse);
         NormaliseHostFlag(x.Step2.bInverse);
         h->bUnplottable = false;
-        return convert(h, x, points, count);
+        return ConvertPoints(h, x, points, count);
     });
 }
 

@@ -557,7 +557,7 @@ void ProjectedSystem(const Reading& r, const GeoKeySet& keys) {
     UserDefinedSystem(r, keys);
 }
 
-void finish(const Reading& r, GEOREF* georef) {
+void Finish(const Reading& r, GEOREF* georef) {
     PROJDATA& proj = *r.proj;
     double radius = 0.0, flattening = 0.0;
     if (proj.Ellipsoid >= 1 && proj.Ellipsoid <= 55 &&
@@ -597,7 +597,7 @@ bool GetGeoTIFF(GeoTagSource& source, PROJDATA* proj, DatumType* datum, DATUM2WG
         ApplyUnits(source, georef, fromTiepoint, keys);
         ProjectedSystem(r, keys);
     }
-    finish(r, georef);
+    Finish(r, georef);
     return true;
 }
 

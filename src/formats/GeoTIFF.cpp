@@ -112,7 +112,7 @@ bool KeyList::Write(KVBitmapTagList& tags) const {
     return true;
 }
 
-bool mergeDoubles(KVBitmapTagList& tags, unsigned number, const std::vector<double>& values) {
+bool MergeDoubles(KVBitmapTagList& tags, unsigned number, const std::vector<double>& values) {
     KVBitmapTag tag(KVTAG_DOUBLE, values.size());
     if (tag.IsEmpty()) return false;
     std::copy(values.begin(), values.end(), static_cast<double*>(tag.GetDataPtr()));
@@ -143,26 +143,26 @@ bool CalcPixelScaleFromControls(const GEOREF& georef, double* sx, double* sy) {
 bool AddGeorefTags(KVBitmapTagList& tags, const GEOREF& g) {
     if (g.Method == TM_PRECALCULATED && g.B == 0.0 && g.D == 0.0) {
         LogPrintf("Adding ModelPixelScaleTag to TagList\n");
-        if (!mergeDoubles(tags, KVTAG_MODEL_PIXEL_SCALE, {g.A, g.E, 0.0})) return false;
+        if (!MergeDoubles(tags, KVTAG_MODEL_PIXEL_SCALE, {g.A, g.E, 0.0})) return false;
         LogPrintf("Adding ModelTiepointTag to TagList\n");
-        return mergeDoubles(tags, KVTAG_MODEL_TIEPOINT, {0.0, 0.0, 0.0, g.C, g.F, 0.0});
+        return MergeDoubles(tags, KVTAG_MODEL_TIEPOINT, {0.0, 0.0, 0.0, g.C, g.F, 0.0});
     }
     if (g.Method == TM_PRECALCULATED) {
         LogPrintf("Adding ModelTransformationTag to TagList\n");
         std::vector<double> m(16, 0.0);
         m[0] = g.A, m[1] = g.B, m[3] = g.C, m[4] = g.D, m[5] = g.E, m[7] = g.F, m[15] = 1.0;
-        return mergeDoubles(tags, KVTAG_MATRIX, m);
+        return MergeDoubles(tags, KVTAG_MATRIX, m);
     }
     if (g.Method == TM_NONE || g.nControls < 2 || !g.pSrc || !g.pDest) return true;
     std::vector<double> ties;
     for (int i = 0; i < g.nControls; ++i)
         ties.insert(ties.end(), {g.pSrc[i].x, g.pSrc[i].y, 0.0, g.pDest[i].x, g.pDest[i].y, 0.0});
     LogPrintf("Adding ModelTiepointTag to TagList\n");
-    if (!mergeDoubles(tags, KVTAG_MODEL_TIEPOINT, ties)) return false;
+    if (!MergeDoubles(tags, KVTAG_MODEL_TIEPOINT, ties)) return false;
     double sx = 0.0, sy = 0.0;
     if (!CalcPixelScaleFromControls(g, &sx, &sy)) return false;
     LogPrintf("Adding ModelPixelScaleTag to TagList\n");
-    return mergeDoubles(tags, KVTAG_MODEL_PIXEL_SCALE, {sx, sy, 0.0});
+    return MergeDoubles(tags, KVTAG_MODEL_PIXEL_SCALE, {sx, sy, 0.0});
 }
 
 // ---------------------------------------------------------------- coordinate system codes
@@ -346,7 +346,7 @@ void EllipsoidKeys(KeyList& keys, EllipsoidType e, double radius, double flatten
         keys.Double(GK_GEOG_INV_FLATTENING, 1.0 / flattening);
 }
 
-std::string citation(const PROJDATA* proj, DatumType datum, bool withDatum) {
+std::string Citation(const PROJDATA* proj, DatumType datum, bool withDatum) {
     std::string text;
     if (proj && proj->Type != PT_UNPROJECTED) {
         char name[80] = "";
@@ -396,7 +396,7 @@ bool BuildTags(KVBitmapTagList& tags, PROJDATA* proj, DatumType datum, DATUM2WGS
         if (!projected)
             EllipsoidKeys(keys, datumParams->Ellipsoid, datumParams->MajorRadius, datumParams->Flattening, false);
     }
-    const std::string text = citation(proj, datum, datumGiven);
+    const std::string text = Citation(proj, datum, datumGiven);
     if (!text.empty()) keys.Text(GK_PCS_CITATION, text);
     if (!keys.Write(tags)) {
         KV_REPORT(20201);

@@ -15,7 +15,7 @@ namespace {
 enum class Load { Ok, Missing, Failed };
 
 // Reads the whole file; a file above the size limit counts as unreadable.
-Load readFile(const char* path, std::string& out) {
+Load ReadFile(const char* path, std::string& out) {
     out.clear();
     errno = 0;
     // Only a regular file is a profile: a FIFO or a device would block or never end.
@@ -51,7 +51,7 @@ struct LineSpan {
     size_t begin, end, next;
 };
 
-LineSpan lineAt(const std::string& text, size_t pos) {
+LineSpan LineAt(const std::string& text, size_t pos) {
     size_t nl = text.find('\n', pos);
     size_t next = nl == std::string::npos ? text.size() : nl + 1;
     size_t end = nl == std::string::npos ? text.size() : nl;
@@ -59,7 +59,7 @@ LineSpan lineAt(const std::string& text, size_t pos) {
 }
 
 // Trimmed view of [begin, end).
-void trim(const std::string& text, size_t& begin, size_t& end) {
+void Trim(const std::string& text, size_t& begin, size_t& end) {
     while (begin < end && IsBlank(text[begin]))
         ++begin;
     while (end > begin && IsBlank(text[end - 1]))
@@ -78,15 +78,15 @@ bool EqualNoCase(const char* a, size_t an, const char* b, size_t bn) {
 }
 
 // When the line is a section header "[name]", yields the trimmed name.
-bool headerName(const std::string& text, const LineSpan& line, size_t& nb, size_t& ne) {
+bool HeaderName(const std::string& text, const LineSpan& line, size_t& nb, size_t& ne) {
     size_t b = line.begin, e = line.end;
-    trim(text, b, e);
+    Trim(text, b, e);
     if (b >= e || text[b] != '[') return false;
     size_t close = text.find(']', b + 1);
     if (close == std::string::npos || close >= e) return false;
     nb = b + 1;
     ne = close;
-    trim(text, nb, ne);
+    Trim(text, nb, ne);
     return true;
 }
 
@@ -97,14 +97,14 @@ struct SectionSpan {
     size_t header = 0, bodyBegin = 0, bodyEnd = 0;
 };
 
-SectionSpan findSection(const std::string& text, const char* name) {
+SectionSpan FindSection(const std::string& text, const char* name) {
     SectionSpan s;
     const size_t nameLen = std::strlen(name);
     size_t pos = 0;
     while (pos < text.size()) {
-        LineSpan line = lineAt(text, pos);
+        LineSpan line = LineAt(text, pos);
         size_t nb = 0, ne = 0;
-        if (headerName(text, line, nb, ne)) {
+        if (HeaderName(text, line, nb, ne)) {
             if (s.found) {
                 s.bodyEnd = line.begin;
                 return s;
@@ -121,14 +121,14 @@ SectionSpan findSection(const std::string& text, const char* name) {
     return s;
 }
 
-bool isComment(const std::string& text, size_t b, size_t e) {
+bool IsComment(const std::string& text, size_t b, size_t e) {
     return b < e && text[b] == ';';
 }
 
 // An entry line in its returned form: as it stands, less its line end. Keys
 // keep their blanks, so that a key written with a leading or trailing blank is
 // found again under the same text.
-std::string entryText(const std::string& text, const LineSpan& line) {
+std::string EntryText(const std::string& text, const LineSpan& line) {
     size_t e = line.end;
     if (e > line.begin && text[e - 1] == '\r') --e; // CR-LF line end
     // A zero byte would end the entry early in the returned list: cut there.
@@ -137,7 +137,7 @@ std::string entryText(const std::string& text, const LineSpan& line) {
     return text.substr(line.begin, e - line.begin);
 }
 
-std::string lineEnding(const std::string& text) {
+std::string LineEnding(const std::string& text) {
     size_t nl = text.find('\n');
     if (nl != std::string::npos && (nl == 0 || text[nl - 1] != '\r')) return "\n";
     return "\r\n";
@@ -152,20 +152,20 @@ size_t GetSection(const char* file, const char* section, char* buffer, size_t si
     if (size >= 2) buffer[1] = '\0';
     if (!file || !section) return 0;
     std::string text;
-    if (readFile(file, text) != Load::Ok) return 0;
-    SectionSpan s = findSection(text, section);
+    if (ReadFile(file, text) != Load::Ok) return 0;
+    SectionSpan s = FindSection(text, section);
     if (!s.found) return 0;
 
     // Room for the lines: everything but the final list terminator.
     const size_t room = size - 1;
     size_t used = 0;
     for (size_t pos = s.bodyBegin; pos < s.bodyEnd;) {
-        LineSpan line = lineAt(text, pos);
+        LineSpan line = LineAt(text, pos);
         pos = line.next;
         size_t b = line.begin, e = line.end;
-        trim(text, b, e);
-        if (b >= e || isComment(text, b, e)) continue;
-        std::string entry = entryText(text, line);
+        Trim(text, b, e);
+        if (b >= e || IsComment(text, b, e)) continue;
+        std::string entry = EntryText(text, line);
         if (entry.empty()) continue;
         if (used + entry.size() + 1 > room) {
             // Cut the entry so that the list still ends in two zeros.
@@ -186,22 +186,22 @@ size_t GetSection(const char* file, const char* section, char* buffer, size_t si
 bool WriteSection(const char* file, const char* section, const char* lines) {
     if (!file || !*file || !section) return false;
     std::string text;
-    Load load = readFile(file, text);
+    Load load = ReadFile(file, text);
     if (load == Load::Failed) return false;
-    const std::string eol = lineEnding(text);
+    const std::string eol = LineEnding(text);
 
     std::string body;
     bool endsInGap = false; // the old body ended in a blank line
-    SectionSpan s = findSection(text, section);
+    SectionSpan s = FindSection(text, section);
     if (s.found) {
         // Keep the section's comments, in their order, ahead of the new entries.
         for (size_t pos = s.bodyBegin; pos < s.bodyEnd;) {
-            LineSpan line = lineAt(text, pos);
+            LineSpan line = LineAt(text, pos);
             pos = line.next;
             size_t b = line.begin, e = line.end;
-            trim(text, b, e);
+            Trim(text, b, e);
             endsInGap = b >= e;
-            if (isComment(text, b, e)) body.append(text, line.begin, line.next - line.begin);
+            if (IsComment(text, b, e)) body.append(text, line.begin, line.next - line.begin);
         }
         if (!body.empty() && body.back() != '\n') body += eol;
     }
@@ -214,7 +214,7 @@ bool WriteSection(const char* file, const char* section, const char* lines) {
     if (s.found) {
         out.assign(text, 0, s.header);
         if (lines) {
-            LineSpan header = lineAt(text, s.header);
+            LineSpan header = LineAt(text, s.header);
             out.append(text, header.begin, header.next - header.begin);
             if (header.end == header.next) out += eol; // header on the file's last line
             out += body;

@@ -97,7 +97,7 @@ static bool ProjUTMZoneNameToNumberBody(const char* name, int* zone, bool* south
         ++p;
     if (!IsDigit(*p)) return false;
 
-    // Any number of digits is read; the value wraps like the 32-bit original.
+    // Any number of digits is read; the value wraps modulo 2^32, as specified.
     uint32_t n = 0;
     for (; IsDigit(*p); ++p)
         n = n * 10u + static_cast<uint32_t>(*p - '0');

@@ -1,5 +1,6 @@
 // Datum arguments of the kvproj tool.
 #include "DatumArgs.h"
+#include "GridStage.h"
 
 #include "Suggest.h"
 
@@ -16,14 +17,14 @@ namespace {
 
 using namespace KVProj;
 
-bool allDigits(const std::string& s) {
+bool AllDigits(const std::string& s) {
     if (s.empty() || s.size() > 9) return false;
     for (char c : s)
         if (!std::isdigit(static_cast<unsigned char>(c))) return false;
     return true;
 }
 
-bool startsWithNoCase(const std::string& s, const char* prefix) {
+bool StartsWithNoCase(const std::string& s, const char* prefix) {
     size_t n = std::strlen(prefix);
     if (s.size() < n) return false;
     for (size_t i = 0; i < n; ++i)
@@ -33,7 +34,7 @@ bool startsWithNoCase(const std::string& s, const char* prefix) {
 
 // Fills the choice from the table; datums that only go towards WGS 84 have
 // no destination parameters, so their method is taken on its own.
-void fromTable(DatumType id, DatumChoice* out) {
+void FromTable(DatumType id, DatumChoice* out) {
     out->type = id;
     out->custom = false;
     std::memset(&out->step, 0, sizeof out->step);
@@ -49,7 +50,7 @@ void fromTable(DatumType id, DatumChoice* out) {
 }
 
 // A geographic system's code (4001..4999) stands for its datum.
-bool byGeographic(int code, const std::string& arg, DatumChoice* out, std::string* error) {
+bool ByGeographic(int code, const std::string& arg, DatumChoice* out, std::string* error) {
     const EpsgGeographic* g = nullptr;
     for (int i = 0; i < kEpsgGeographicCount && !g; ++i)
         if (kEpsgGeographics[i].code == code) g = &kEpsgGeographics[i];
@@ -70,24 +71,24 @@ bool byGeographic(int code, const std::string& arg, DatumChoice* out, std::strin
                                                : ", which no built-in datum carries");
         return false;
     }
-    fromTable(id, out);
+    FromTable(id, out);
     return true;
 }
 
-bool byEpsg(const std::string& digits, const std::string& arg, DatumChoice* out,
+bool ByEpsg(const std::string& digits, const std::string& arg, DatumChoice* out,
             std::string* error) {
     DatumType id = DATUM_NONE;
-    if (!allDigits(digits)) {
+    if (!AllDigits(digits)) {
         *error = "'" + arg + "' is not an EPSG code";
         return false;
     }
     const int code = std::atoi(digits.c_str());
-    if (code >= 4000 && code < 5000) return byGeographic(code, arg, out, error);
+    if (code >= 4000 && code < 5000) return ByGeographic(code, arg, out, error);
     if (!DatGetDatumFromPOSCNumber(&id, code)) {
         *error = "no built-in datum has EPSG code '" + arg + "'";
         return false;
     }
-    fromTable(id, out);
+    FromTable(id, out);
     return true;
 }
 
@@ -103,17 +104,17 @@ const ShortName kShortNames[] = {
     {"ed 50", DATUM_ED50},
 };
 
-bool byShortName(const std::string& arg, DatumChoice* out) {
+bool ByShortName(const std::string& arg, DatumChoice* out) {
     for (const ShortName& s : kShortNames)
-        if (arg.size() == std::strlen(s.text) && startsWithNoCase(arg, s.text)) {
-            fromTable(s.id, out);
+        if (arg.size() == std::strlen(s.text) && StartsWithNoCase(arg, s.text)) {
+            FromTable(s.id, out);
             return true;
         }
     return false;
 }
 
 // Every name a datum can be given by, for typo suggestions.
-std::vector<std::string> datumNames(const std::string& profile) {
+std::vector<std::string> DatumNames(const std::string& profile) {
     std::vector<std::string> names;
     char name[256];
     for (int id = 1; id < DatNumDatums(); ++id) {
@@ -138,14 +139,14 @@ bool ResolveDatum(const std::string& arg, const std::string& profile, DatumChoic
         *error = "empty datum argument";
         return false;
     }
-    if (startsWithNoCase(arg, "epsg:")) return byEpsg(arg.substr(5), arg, out, error);
-    if (allDigits(arg)) {
+    if (StartsWithNoCase(arg, "epsg:")) return ByEpsg(arg.substr(5), arg, out, error);
+    if (AllDigits(arg)) {
         int n = std::atoi(arg.c_str());
         if (n >= 1 && n < DATUM_COUNT) {
-            fromTable(static_cast<DatumType>(n), out);
+            FromTable(static_cast<DatumType>(n), out);
             return true;
         }
-        if (n >= 1000) return byEpsg(arg, arg, out, error);
+        if (n >= 1000) return ByEpsg(arg, arg, out, error);
         *error = n == 0 ? "datum 0 is the user-defined datum: name a custom datum instead"
                         : "no built-in datum has id " + arg;
         return false;
@@ -156,10 +157,10 @@ bool ResolveDatum(const std::string& arg, const std::string& profile, DatumChoic
             *error = "'" + arg + "' needs its parameters: name a custom datum instead";
             return false;
         }
-        fromTable(id, out);
+        FromTable(id, out);
         return true;
     }
-    if (byShortName(arg, out)) return true;
+    if (ByShortName(arg, out)) return true;
     if (!profile.empty() && NDatExists(profile.c_str(), arg.c_str(), nullptr)) {
         DATUM2WGS84 step;
         if (!NDatGetDatumParams(profile.c_str(), arg.c_str(), &step)) {
@@ -175,7 +176,7 @@ bool ResolveDatum(const std::string& arg, const std::string& profile, DatumChoic
     }
     *error = "unknown datum '" + arg + "'" +
              (profile.empty() ? std::string() : " (not built in, not in " + profile + ")") +
-             DidYouMean(arg, datumNames(profile));
+             DidYouMean(arg, DatumNames(profile));
     return false;
 }
 
@@ -242,7 +243,7 @@ namespace {
 constexpr const char* kGridPathVariable = "KVPROJ_GRID_PATH";
 
 // The files a grid datum needs; empty for any other datum.
-std::vector<std::string> gridFiles(const DatumChoice& datum) {
+std::vector<std::string> GridFiles(const DatumChoice& datum) {
     if (datum.custom) return {};
     switch (static_cast<int>(datum.type)) {
     case DATUM_NADCON_CONUS:
@@ -256,7 +257,7 @@ std::vector<std::string> gridFiles(const DatumChoice& datum) {
     }
 }
 
-std::string foundPath(const std::string& name) {
+std::string FoundPath(const std::string& name) {
     char path[4096];
     if (!GridPathBeside(name.c_str(), path, sizeof path)) return "";
     return FindIgnoringCase(path);
@@ -278,7 +279,7 @@ void SetGridSearch(const std::vector<std::string>& dirs) {
 std::string FindGridFile(const std::string& name, std::string* error) {
     std::string found = FindIgnoringCase(name);
     if (found.empty() && !name.empty() && name.find('/') == std::string::npos)
-        found = foundPath(name);
+        found = FoundPath(name);
     if (found.empty())
         *error = "no grid file '" + name + "'" +
                  (name.find('/') == std::string::npos ? " here or in: " + GridFoldersText()
@@ -288,8 +289,8 @@ std::string FindGridFile(const std::string& name, std::string* error) {
 
 std::vector<std::pair<std::string, std::string>> GridFilesOf(const DatumChoice& datum) {
     std::vector<std::pair<std::string, std::string>> files;
-    for (const std::string& f : gridFiles(datum))
-        files.emplace_back(f, foundPath(f));
+    for (const std::string& f : GridFiles(datum))
+        files.emplace_back(f, FoundPath(f));
     return files;
 }
 
@@ -301,10 +302,10 @@ std::string GridFoldersText() {
 }
 
 bool CheckGridFiles(const DatumChoice& datum, std::string* error) {
-    const std::vector<std::string> files = gridFiles(datum);
+    const std::vector<std::string> files = GridFiles(datum);
     std::string missing;
     for (const std::string& f : files)
-        if (foundPath(f).empty()) missing += (missing.empty() ? "" : " and ") + f;
+        if (FoundPath(f).empty()) missing += (missing.empty() ? "" : " and ") + f;
     if (!missing.empty()) {
         *error = "'" + datum.name + "' needs the grid file" + (files.size() > 1 ? "s " : " ") +
                  missing + ", not found in: " + GridFoldersText() +
@@ -312,20 +313,7 @@ bool CheckGridFiles(const DatumChoice& datum, std::string* error) {
         return false;
     }
     if (datum.type != DATUM_NTV2_CANADA || datum.custom) return true;
-    const std::string path = foundPath(files[0]);
-    switch (NTV2Startup(path.c_str())) {
-    case NTV2_OK:
-        return true;
-    case NTV2_SHORT_READ:
-        *error = "'" + path + "' ends before the data its headers declare";
-        return false;
-    case NTV2_NO_MEMORY:
-        *error = "not enough memory for '" + path + "'";
-        return false;
-    default:
-        *error = "'" + path + "' is not an NTv2 grid with shifts in seconds, or is corrupt";
-        return false;
-    }
+    return LoadNtv2Grid(FoundPath(files[0]), error);
 }
 
 // ---------------------------------------------------------------- ellipsoids
@@ -351,7 +339,7 @@ constexpr EllipsoidAlias kEllipsoidAliases[] = {
     {"clrk80ign", 52},
 };
 
-std::string ellipsoidName(int row) {
+std::string EllipsoidName(int row) {
     char name[KVPROJ_NAME_LEN] = "";
     double a = 0, f = 0;
     return EllipsoidInfo(static_cast<EllipsoidType>(row), name, &a, &f) ? name : "";
@@ -360,7 +348,7 @@ std::string ellipsoidName(int row) {
 } // namespace
 
 bool EllipsoidByName(const std::string& text, int* ellipsoid) {
-    if (allDigits(text)) {
+    if (AllDigits(text)) {
         const int n = std::atoi(text.c_str());
         if (n < 0 || n >= ELLIPSOID_COUNT) return false;
         return (*ellipsoid = n), true;
@@ -370,7 +358,7 @@ bool EllipsoidByName(const std::string& text, int* ellipsoid) {
     for (const EllipsoidAlias& a : kEllipsoidAliases)
         if (t == Folded(a.name)) return (*ellipsoid = a.row), true;
     for (int e = 1; e < ELLIPSOID_COUNT; ++e)
-        if (t == Folded(ellipsoidName(e))) return (*ellipsoid = e), true;
+        if (t == Folded(EllipsoidName(e))) return (*ellipsoid = e), true;
     return false;
 }
 
@@ -379,7 +367,7 @@ std::string EllipsoidSuggestion(const std::string& text) {
     for (const EllipsoidAlias& a : kEllipsoidAliases)
         names.push_back(a.name);
     for (int e = 1; e < ELLIPSOID_COUNT; ++e)
-        names.push_back(ellipsoidName(e));
+        names.push_back(EllipsoidName(e));
     return DidYouMean(text, names);
 }
 
