@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 
 #include <clocale>
+#include <cstddef>
 #include <cmath>
 #include <cstring>
 #include <cstdint>
@@ -978,30 +979,41 @@ PROJDATA ProjFromWords(const std::string& words, DatumType datum) {
         (params.Method == DM_MOLODENSKY || params.Method == DM_BURSA) &&
         params.Ellipsoid < ELLIPSOID_NONE)
         p.Ellipsoid = params.Ellipsoid;
-    const std::map<std::string, double*> numbers = {
-        {"lon0", &p.Lon0}, {"lat0", &p.Lat0}, {"lat1", &p.Lat1},  {"lat2", &p.Lat2},
-        {"lon1", &p.Lon1}, {"lon2", &p.Lon2}, {"k", &p.K0},       {"alpha", &p.Alpha},
-        {"x0", &p.xOrg},   {"y0", &p.yOrg},   {"scale", &p.Scale}};
-    const std::map<std::string, bool*> flags = {{"south", &p.bSouth},
-                                                {"bUseAlpha", &p.bUseAlpha},
-                                                {"bRotate", &p.bRotate},
-                                                {"bUOffset", &p.bUOffset}};
+    // PROJDATA is byte-packed: fields are reached by offset, never by pointer.
+    const std::map<std::string, size_t> numbers = {{"lon0", offsetof(PROJDATA, Lon0)},
+                                                   {"lat0", offsetof(PROJDATA, Lat0)},
+                                                   {"lat1", offsetof(PROJDATA, Lat1)},
+                                                   {"lat2", offsetof(PROJDATA, Lat2)},
+                                                   {"lon1", offsetof(PROJDATA, Lon1)},
+                                                   {"lon2", offsetof(PROJDATA, Lon2)},
+                                                   {"k", offsetof(PROJDATA, K0)},
+                                                   {"alpha", offsetof(PROJDATA, Alpha)},
+                                                   {"x0", offsetof(PROJDATA, xOrg)},
+                                                   {"y0", offsetof(PROJDATA, yOrg)},
+                                                   {"scale", offsetof(PROJDATA, Scale)},
+                                                   {"south", offsetof(PROJDATA, bSouth)},
+                                                   {"bUseAlpha", offsetof(PROJDATA, bUseAlpha)},
+                                                   {"bRotate", offsetof(PROJDATA, bRotate)},
+                                                   {"bUOffset", offsetof(PROJDATA, bUOffset)}};
+    unsigned char* bytes = reinterpret_cast<unsigned char*>(&p);
     std::istringstream in(words);
     for (std::string word; in >> word;) {
         const std::string key = word.substr(0, word.find('='));
         const std::string value = word.substr(word.find('=') + 1);
-        if (key == "type")
+        if (key == "type") {
             p.Type = static_cast<ProjType>(std::stoi(value));
-        else if (key == "zone")
+        } else if (key == "zone") {
             p.Zone = static_cast<StateZoneType>(std::stoi(value));
-        else if (key == "ellipsoid")
+        } else if (key == "ellipsoid") {
             p.Ellipsoid = static_cast<EllipsoidType>(std::stoi(value));
-        else if (numbers.count(key))
-            *numbers.at(key) = std::stod(value);
-        else if (flags.count(key))
-            *flags.at(key) = value == "1";
-        else
+        } else if (key[0] == 'b' || key == "south") {
+            bytes[numbers.at(key)] = value == "1";
+        } else if (numbers.count(key)) {
+            const double number = std::stod(value);
+            std::memcpy(bytes + numbers.at(key), &number, sizeof number);
+        } else {
             ADD_FAILURE() << "unknown word " << word;
+        }
     }
     ProjDeleteProjection(ProjCreateProjection(&p));
     return p;
