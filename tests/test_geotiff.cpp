@@ -957,7 +957,8 @@ struct WrittenRow {
 // stereographic read as the double stereographic; orthographic, Cassini and
 // equidistant conic ellipsoidal in PROJ, spherical here; Hotine's centre
 // longitude written as Lon1/Lon2 (0 in the azimuth form); Robinson written as
-// code 23, PROJ's Robinson being our Robinson-Sterling; LAEA and gnomonic keep
+// code 23, our Robinson table keeping 0.4968 for 40 degrees where PROJ has
+// 0.4958, PROJ's Robinson within 0.12 m of our Robinson-Sterling; LAEA and gnomonic keep
 // their centre latitude in ProjStdParallel1; aeqd written as code 11 (Albers);
 // Mollweide, equidistant cylindrical, Bonne, Eckert IV and VI with no code,
 // the two-point oblique Mercator as code 6: no PROJ string. UTM: codes of the

@@ -176,7 +176,7 @@ WHY = [
     ("eqdc", "PROJ's equidistant conic is ellipsoidal; our module is spherical"),
     ("hotine", "both meridian ids are used, so ProjNatOriginLong/ProjCenterLong take Lon1/Lon2 (0 in the azimuth form): the centre longitude is lost"),
     ("robin-sterling", "written as CT 23 Robinson: PROJ's Robinson is within 0.12 m of our Robinson-Sterling"),
-    ("robin", "written as CT 23, which PROJ reads as a Robinson 8.6 km from our Robinson (our reader: Robinson-Sterling)"),
+    ("robin", "written as CT 23 (Robinson): our Robinson table keeps 0.4968 for 40 degrees where PROJ has 0.4958 (8.6 km); our reader makes it Robinson-Sterling"),
     ("laea", "the centre latitude is kept in Standard Parallel, written as ProjStdParallel1, which GDAL's LAEA does not read (ProjCenterLat is 0)"),
     ("gnom", "the centre latitude is kept in Standard Parallel, written as ProjStdParallel1; GDAL's gnomonic reads ProjCenterLat 0"),
     ("aeqd", "written as CT 11 (Albers) by the coordinate transformation table"),
@@ -362,7 +362,16 @@ def check(kv, case, tmp):
     why = case.why or next((w for k, w in WHY if case.name.startswith(k)), "")
     if reasons and why:
         reasons.insert(0, why)
-    return dict(r, same=not reasons, reason="; ".join(reasons))
+    return dict(r, same=not reasons, reason="; ".join(reasons), listgeo=listgeo(path))
+
+
+def listgeo(path):
+    """libgeotiff's reading of the keys in one line: the PCS or the method, and the datum."""
+    rc, out, _ = run(["listgeo", path])
+    if rc:
+        return ""
+    found = re.findall(r"^(PCS = .*|Projection Method: .*|Datum: .*)$", out, re.M)
+    return "; ".join(found)
 
 
 FIELDS = {"lon0": "Lon0", "lat0": "Lat0", "lat1": "Lat1", "lat2": "Lat2", "lon1": "Lon1",
@@ -443,6 +452,8 @@ def table(results):
     for r in results:
         if not r["same"]:
             print("  %-22s %s" % (r["case"].name, r["reason"]))
+            if r.get("listgeo"):
+                print("  %-22s listgeo: %s" % ("", r["listgeo"]))
     print("\nRound trip through our reader (points through the file's records, datum read):")
     for r in results:
         trip, case = r.get("trip", math.nan), r["case"]
