@@ -251,7 +251,7 @@ def summary(cases):
                                 for b in heads[1:5]] + [sum(1 for c in rows if c.error)]
         print(f"{fam:<12}" + "".join(f"{n:>18}" for n in counts))
     print()
-    datums = [c for c in cases if c.epsg]
+    datums = [c for c in cases if c.epsg and c.gdal_datum]
     if datums:
         same = sum(1 for c in datums if c.gdal_datum.endswith(f"EPSG {c.epsg}"))
         print(f"datums: GDAL names the datum's own EPSG code for {same} of {len(datums)} written files")
