@@ -231,6 +231,7 @@ TEST_F(ToolExport, TagsReadBackAlikeEverywhere) {
         std::array<double, 6> coefficients; // A..F read back by the library
         std::vector<double> scale;          // ModelPixelScaleTag; listgeo 1.7.1
         std::array<double, 6> gdal;         // gdalinfo -json geoTransform, GDAL 3.6.2
+        size_t tiepoints;                   // ModelTiepointTag points
     } const cases[] = {
         // gdalinfo: Origin = (500000, 4650000), Pixel Size = (10, -10), AREA_OR_POINT=Point;
         // listgeo: "ModelPixelScaleTag (1,3): 10 10 0", "RasterPixelIsPoint".
@@ -238,21 +239,27 @@ TEST_F(ToolExport, TagsReadBackAlikeEverywhere) {
          "--coeff 10,0,500005,0,-10,4649995",
          {10, 0, 500005, 0, -10, 4649995},
          {10, 10, 0},
-         {500000, 10, 0, 4650000, 0, -10}},
+         {500000, 10, 0, 4650000, 0, -10},
+         1},
         // gdalinfo: GeoTransform = 499999, 10, 2 / 4649999.5, 1, -10; listgeo shows the
         // ModelTransformationTag rows 10 2 0 500005 / 1 -10 0 4649995.
         {"rotated",
          "--coeff 10,2,500005,1,-10,4649995",
          {10, 2, 500005, 1, -10, 4649995},
          {},
-         {499999, 10, 2, 4649999.5, 1, -10}},
-        // Three tiepoints and their scale: gdalinfo's Origin = (499995, 4650005).
+         {499999, 10, 2, 4649999.5, 1, -10},
+         0},
+        // Three tiepoints and no scale: gdalinfo -json has no geoTransform and lists
+        // the GCPs (0.5, 0.5) (40.5, 0.5) (0.5, 30.5): pixel centres as corners. With
+        // the builder's scale beside them it took the first tiepoint and the scale as
+        // a north-up georeference and dropped the others.
         {"controls",
          "--control 0,0,500000,4650000 --control 40,0,500400,4650000 "
          "--control 0,30,500000,4649700",
          {0, 0, 0, 0, 0, 0},
-         {10, 10, 0},
-         {499995, 10, 0, 4650005, 0, -10}},
+         {},
+         {0, 0, 0, 0, 0, 0},
+         3},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -264,6 +271,7 @@ TEST_F(ToolExport, TagsReadBackAlikeEverywhere) {
         EXPECT_EQ(r.err, "");
         EXPECT_EQ(KeyValue(out, 1025), 2) << "RasterPixelIsPoint";
         EXPECT_EQ(TagDoubles(out, KVTAG_MODEL_PIXEL_SCALE), c.scale);
+        EXPECT_EQ(TagDoubles(out, KVTAG_MODEL_TIEPOINT).size(), 6 * c.tiepoints);
         const std::array<double, 6> gt = GdalGeoTransform(out);
         for (int i = 0; i < 6; ++i)
             EXPECT_DOUBLE_EQ(gt[i], c.gdal[i]) << "geotransform " << i;

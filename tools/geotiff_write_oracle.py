@@ -62,10 +62,11 @@ class Case:
 
 
 # The reasons below were found by reading the keys with listgeo and GDAL's CRS.
-NO_CT = "no GeoTIFF coordinate transformation code: written with ProjCoordTransGeoKey 0"
+NO_CT = ("no GeoTIFF coordinate transformation code: written with ProjCoordTransGeoKey 32767 "
+         "(user-defined), which GDAL reads as a local CRS named by the citation")
 PROJECTIONS = [
     Case("unprojected", "type", proj="proj=latlong", datum="NAD27", around=None,
-         why="a geographic system is written without GTModelTypeGeoKey: GDAL reads no CRS"),
+         why="a geographic system is written without GTModelTypeGeoKey: GDAL makes an engineering CRS"),
     Case("merc", "type", proj="proj=merc Lon0=10 xOrg=100000 yOrg=200000", datum="WGS84",
          around=(12, 40, 8)),
     Case("merc-lat0", "type", proj="proj=merc Lon0=10 Lat0=30", datum="WGS84", around=(12, 40, 8)),
@@ -193,7 +194,6 @@ WHY = [
     ("sp27-3104", "EPSG 32018 (deprecated, replaced by 4456) has a false easting of 1,000,000 ftUS; the zone's is 2,000,000 ftUS"),
     ("sp27-2113", "26790 is not in the EPSG registry: GDAL builds an LCC from our keys, which hold the zone's origin as natural-origin keys, on plain NAD27"),
     ("sp27-5001", "the skew zone: PROJ's Hotine and ours differ by 1.4 mm over the zone"),
-    ("controls", "the pixel scale written beside the tiepoints makes GDAL take the first tiepoint and the scale as a north-up geotransform; the other control points are dropped"),
 ]
 
 DATUM_IDS = {"WGS84": "3", "NAD83": "1", "NAD27": "2"}
@@ -275,13 +275,17 @@ def gdal_read(path):
     if not wkt and gcps:
         wkt = gcps.get("coordinateSystem", {}).get("wkt", "")
         cs = gcps.get("coordinateSystem", {})
+    proj4 = cs.get("proj4", "")
+    if wkt and not proj4:  # gdalinfo gives none for the control points' CRS
+        rc, out, _ = run(["projinfo", "-o", "PROJ", "-q", wkt])
+        proj4 = out.split("\n")[0].replace("+type=crs", "").strip() if rc == 0 else ""
     name = re.match(r'\s*\w+\["([^"]*)"', wkt)
     code = re.search(r'ID\["EPSG",(\d+)\]\]\s*$', wkt)
     return {
         "kind": wkt.split("[", 1)[0].strip() if wkt else "",
         "name": name.group(1) if name else "",
         "code": int(code.group(1)) if code else 0,
-        "proj4": cs.get("proj4", ""),
+        "proj4": proj4,
         "gt": info.get("geoTransform"),
         "gcps": gcps.get("gcpList", []),
     }
@@ -295,7 +299,9 @@ def expected_gt(coeff):
 def georef_verdict(case, g):
     """Empty when GDAL's georeference is what we wrote, else why not."""
     if case.controls:
-        want = [[float(v) for v in c.split(",")] for c in case.controls]
+        # RasterPixelIsPoint: GDAL moves the pixel and line of each point by half a pixel.
+        want = [[float(v) + (0.5 if i < 2 else 0) for i, v in enumerate(c.split(","))]
+                for c in case.controls]
         got = [[p["pixel"], p["line"], p["x"], p["y"]] for p in g["gcps"]]
         if len(got) != len(want):
             return "GDAL reads %d control points of %d" % (len(got), len(want))
@@ -337,7 +343,7 @@ def check(kv, case, tmp):
     reasons = []
     if case.around is None:
         if g["kind"] not in ("GEOGCRS", "GEOGCS"):
-            reasons.append("GDAL reads %s" % (g["name"] or "no CRS"))
+            reasons.append("GDAL reads %s '%s'" % (g["kind"] or "no CRS", g["name"]))
     else:
         points = grid(case.around)
         mine = ours(kv, case, points)

@@ -46,11 +46,13 @@ bool PointRasterType(const KVBitmapTagList& tags, KVBitmapTag* out) {
 bool MakeGeoTiffTagsPortable(KVBitmapTagList& tags) {
     KVBitmapTagList result = tags;
     std::vector<double> scale = Doubles(tags, KVTAG_MODEL_PIXEL_SCALE);
+    const size_t tiepoints = Doubles(tags, KVTAG_MODEL_TIEPOINT).size() / 6;
     // One tiepoint and a scale: the north-up form (control points give several).
-    if (scale.size() == 3 && Doubles(tags, KVTAG_MODEL_TIEPOINT).size() == 6) {
+    if (scale.size() == 3 && tiepoints == 1) {
         scale[1] = -scale[1];
         if (!MergeDoubles(result, KVTAG_MODEL_PIXEL_SCALE, scale)) return false;
     }
+    if (tiepoints > 1) result.Remove(KVTAG_MODEL_PIXEL_SCALE); // see the header
     std::vector<double> matrix = Doubles(tags, KVTAG_MATRIX);
     if (matrix.size() == 16) {
         if (!MergeDoubles(result, KVTAG_MODEL_TRANSFORMATION, matrix)) return false;

@@ -20,7 +20,10 @@ namespace kvtool {
 // - the tiepoint ties raster (0, 0) to the coefficients' C and F, the centre
 //   of the first pixel, which a GeoTIFF calls RasterPixelIsPoint: the raster
 //   type key says so, and other readers then put the image's corner half a
-//   pixel further out, where a world file of the same coefficients puts it.
+//   pixel further out, where a world file of the same coefficients puts it;
+// - control points go without the pixel scale the library computes for them:
+//   beside several tiepoints it makes other readers take the first one and the
+//   scale as a north-up georeference; the library's reader ignores it there.
 // False when a tag cannot be changed (the list is then left as it was).
 bool MakeGeoTiffTagsPortable(KVBitmapTagList& tags);
 
