@@ -279,6 +279,10 @@ def gdal_read(path):
     if wkt and not proj4:  # gdalinfo gives none for the control points' CRS
         rc, out, _ = run(["projinfo", "-o", "PROJ", "-q", wkt])
         proj4 = out.split("\n")[0].replace("+type=crs", "").strip() if rc == 0 else ""
+    base = wkt[:wkt.find("CONVERSION[")] if "CONVERSION[" in wkt else wkt
+    datum = re.search(r'DATUM\["([^"]*)"', base)
+    # The geographic system's code (4xxx) or the datum's (6xxx), not the ellipsoid's.
+    geog = [c for c in re.findall(r'ID\["EPSG",(\d+)\]', base) if c[0] in "46" and len(c) == 4]
     name = re.match(r'\s*\w+\["([^"]*)"', wkt)
     code = re.search(r'ID\["EPSG",(\d+)\]\]\s*$', wkt)
     return {
@@ -286,6 +290,8 @@ def gdal_read(path):
         "name": name.group(1) if name else "",
         "code": int(code.group(1)) if code else 0,
         "proj4": proj4,
+        "datum": datum.group(1) if datum else "",
+        "geog": int(geog[-1]) if geog else 0,
         "gt": info.get("geoTransform"),
         "gcps": gcps.get("gcpList", []),
     }
@@ -314,6 +320,26 @@ def georef_verdict(case, g):
     want = expected_gt(case.coeff)
     off = max(abs(a - b) for a, b in zip(want, g["gt"]))
     return "" if off <= 1e-6 else "geotransform %s, expected %s" % (g["gt"], want)
+
+
+def datum_code(kv, datum):
+    """The EPSG datum code of one of our datums, 0 when it has none."""
+    _, out, _ = run([kv, "datum", datum])
+    m = re.search(r"^epsg:\s+(\d+)", out, re.M)
+    return int(m.group(1)) if m else 0
+
+
+def datum_note(kv, case, g):
+    """Empty when GDAL's geographic CRS or datum is that of our datum's code (EPSG keeps
+    the geographic code 2000 below the datum code), else what GDAL reads instead."""
+    if not case.datum or not g.get("datum"):
+        return ""
+    code = datum_code(kv, case.datum)
+    if code and g["geog"] and g["geog"] not in (code, code - 2000):
+        return "GDAL reads datum '%s' (EPSG:%d) for our EPSG datum %d" % (g["datum"], g["geog"], code)
+    if not code and g["geog"]:
+        return "our datum has no EPSG code (none written); GDAL takes '%s' from the system code" % g["datum"]
+    return ""
 
 
 def round_trip(kv, case, path, points, mine):
@@ -362,6 +388,9 @@ def check(kv, case, tmp):
                     r["dist"]))
         if mine is not None:
             r["trip"], r["datum"] = round_trip(kv, case, path, points, mine)
+    r["datumNote"] = datum_note(kv, case, g)
+    if r["datumNote"].startswith("GDAL reads datum"):
+        reasons.append(r["datumNote"])
     georef = georef_verdict(case, g)
     if georef:
         reasons.append(georef)
@@ -460,6 +489,10 @@ def table(results):
             print("  %-22s %s" % (r["case"].name, r["reason"]))
             if r.get("listgeo"):
                 print("  %-22s listgeo: %s" % ("", r["listgeo"]))
+    print("\nDatums we write no code for, named by GDAL from the system code:")
+    for r in results:
+        if r.get("datumNote", "").startswith("our datum"):
+            print("  %-22s %s" % (r["case"].name, r["datumNote"]))
     print("\nRound trip through our reader (points through the file's records, datum read):")
     for r in results:
         trip, case = r.get("trip", math.nan), r["case"]
