@@ -965,7 +965,9 @@ struct WrittenRow {
 // reverse or range table whose hemisphere is not the zone's (1e7 m), 72120 kept
 // as 6584 in 16 bits, 24836, 28032 and 29321 not EPSG codes, 27038 and 29635 on
 // Clarke 1880 (RGS). State plane: EPSG 32018 (deprecated) with a false easting
-// of 1,000,000 ftUS, 26790 not in EPSG, the Alaska skew zone within 1.4 mm.
+// of 1,000,000 ftUS, 26790 not in EPSG (GDAL builds Michigan South on the
+// Clarke 1866 we write, the zone converts on the Michigan figure), the Alaska
+// skew zone within 1.4 mm.
 // The round trip loses what our reader takes from the codes (datum and
 // ellipsoid of the range table, the hemisphere of the code) and the types with
 // no code; feet come back as metres with the georeference converted.

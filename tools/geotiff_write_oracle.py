@@ -63,7 +63,7 @@ class Case:
 
 # The reasons below were found by reading the keys with listgeo and GDAL's CRS.
 NO_CT = ("no GeoTIFF coordinate transformation code: written with ProjCoordTransGeoKey 32767 "
-         "(user-defined), which GDAL reads as a local CRS named by the citation")
+         "(user-defined), which GDAL reads as an engineering CRS named by the citation")
 PROJECTIONS = [
     Case("unprojected", "type", proj="proj=latlong", datum="NAD27", around=None,
          why="a geographic system is written without GTModelTypeGeoKey: GDAL makes an engineering CRS"),
@@ -192,7 +192,7 @@ WHY = [
     ("utm35N-d14", "EPSG 29635 is on Clarke 1880 (RGS) where our datum's ellipsoid is Clarke 1880 (IGN)"),
     ("utm", UTM_ROW),
     ("sp27-3104", "EPSG 32018 (deprecated, replaced by 4456) has a false easting of 1,000,000 ftUS; the zone's is 2,000,000 ftUS"),
-    ("sp27-2113", "26790 is not in the EPSG registry: GDAL builds an LCC from our keys, which hold the zone's origin as natural-origin keys, on plain NAD27"),
+    ("sp27-2113", "26790 is not in the EPSG registry: GDAL builds the LCC from our keys on the Clarke 1866 written for the record, while the zone converts on the enlarged Michigan figure (ellipsoid 42)"),
     ("sp27-5001", "the skew zone: PROJ's Hotine and ours differ by 1.4 mm over the zone"),
 ]
 
@@ -376,8 +376,8 @@ def check(kv, case, tmp):
         if mine is None:
             reasons.append("kvproj convert refused the projection")
         elif not g["proj4"]:
-            reasons.append("GDAL reads %s" % (("'%s' (no PROJ string)" % g["name"]) if g["name"]
-                                              else "no CRS"))
+            reasons.append("GDAL reads %s" % (("%s '%s' (no PROJ string)" % (g["kind"], g["name"]))
+                                              if g["name"] else "no CRS"))
         else:
             rc, out, _ = run(["proj", "-f", "%.6f"] + g["proj4"].split(),
                              "".join("%.10f %.10f\n" % p for p in points))
