@@ -22,17 +22,20 @@ constexpr size_t kMaxPoints = 64;
 // Whether the contract on values applies. The false origin and the scale are
 // applied after the post-scan, as they always have been, so a record whose
 // scale, origin or radius is large enough to overflow a finite module result
-// can give an unmarked infinity; non-finite record fields pass validation and
-// give non-finite results. Both are kept in the library (the tool refuses such
-// records); the values of other records are checked.
+// can give an unmarked infinity, and an inverse through a scale or radius near
+// zero can overflow past the post-scan into the marker without a report;
+// non-finite record fields pass validation and give non-finite results. All
+// are kept in the library (the tool refuses such records, with the same
+// limits); the values of other records are checked.
 bool ValuesChecked(const PROJDATA& d) {
     const double fields[] = {d.Scale, d.xOrg, d.yOrg,  d.Lat0,        d.Lon0,
                              d.Lat1,  d.Lat2, d.Lat3,  d.Lon1,        d.Lon2,
                              d.Lon3,  d.K0,   d.Alpha, d.MajorRadius, d.Flattening};
     for (double f : fields)
         if (!std::isfinite(f)) return false;
-    return std::fabs(d.Scale) <= 1e10 && std::fabs(d.xOrg) <= 1e20 && std::fabs(d.yOrg) <= 1e20 &&
-           std::fabs(d.MajorRadius) <= 1e20;
+    const double scale = std::fabs(d.Scale), radius = std::fabs(d.MajorRadius);
+    return scale <= 1e10 && (scale == 0.0 || scale >= 1e-9) && std::fabs(d.xOrg) <= 1e20 &&
+           std::fabs(d.yOrg) <= 1e20 && radius <= 1e20 && (radius == 0.0 || radius >= 1.0);
 }
 
 // Reads every point handed to a callback, so that an out-of-range piece is caught.
