@@ -344,6 +344,45 @@ std::vector<uint64_t> TileByteCounts(const std::string& path) {
     return v;
 }
 
+// Keys without a model type get the geographic one: GDAL 3.6 gdalinfo then reads
+// GEOGCRS["North American Datum 1927", ... ID["EPSG",6267]] (an engineering CRS
+// "unnamed" without it); a projected system keeps its own, and the library's
+// reader takes neither to a projection or a datum.
+TEST_F(ToolExport, GeographicModelTypeWhereNoneIsGiven) {
+    struct {
+        const char* what;
+        std::string args;
+        int modelType;
+        unsigned flags; // the library's reader
+    } const cases[] = {
+        {"unprojected", "--proj proj=latlong --datum NAD27", 2, GEOPARAM_COEFFICIENTS | GEOPARAM_FILE_FOUND},
+        {"datum only", "--datum NAD27", 2, GEOPARAM_COEFFICIENTS | GEOPARAM_FILE_FOUND},
+        {"projected", "--utm 33N --datum WGS84", 1,
+         GEOPARAM_PROJECTION | GEOPARAM_DATUM | GEOPARAM_COEFFICIENTS | GEOPARAM_FILE_FOUND},
+    };
+    const std::string in = dir / "in.tif", out = dir / "out.tif";
+    ASSERT_TRUE(WriteTiff(in, {{8, 8, false, COMPRESSION_NONE}}));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const kvtest::ToolRun r = kvtest::RunTool("export --format geotiff " + c.args +
+                                                  " --coeff 0.5,0,-120,0,-0.5,50 --image " +
+                                                  Quote(in) + " --out " + Quote(out));
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(KeyValue(out, 1024), c.modelType);
+        EXPECT_EQ(KeyValue(out, 1025), 2) << "RasterPixelIsPoint";
+        KVBitmapTag dir;
+        ASSERT_TRUE(KVBitLib().GetTagData(out.c_str(), KVTAG_GEO_KEY_DIRECTORY, dir, 1));
+        const uint16_t* k = static_cast<const uint16_t*>(dir.GetDataPtr());
+        EXPECT_EQ(k[3] * 4u + 4u, dir.GetItemCount()) << "the header counts the entries";
+        for (unsigned long i = 8; i + 4 <= dir.GetItemCount(); i += 4)
+            EXPECT_LT(k[i - 4], k[i]) << "key ids in ascending order";
+        Read read;
+        ReadGeoTiff(out, read);
+        ASSERT_TRUE(read.ok);
+        EXPECT_EQ(read.flags, c.flags);
+    }
+}
+
 TEST_F(ToolExport, SparseTiles) {
     const std::string half = dir / "half.tif", none = dir / "none.tif", out = dir / "out.tif";
     ASSERT_TRUE(WriteSparse(half, {0, 3}));

@@ -65,8 +65,7 @@ class Case:
 NO_CT = ("no GeoTIFF coordinate transformation code: written with ProjCoordTransGeoKey 32767 "
          "(user-defined), which GDAL reads as an engineering CRS named by the citation")
 PROJECTIONS = [
-    Case("unprojected", "type", proj="proj=latlong", datum="NAD27", around=None,
-         why="a geographic system is written without GTModelTypeGeoKey: GDAL makes an engineering CRS"),
+    Case("unprojected", "type", proj="proj=latlong", datum="NAD27", around=None),
     Case("merc", "type", proj="proj=merc Lon0=10 xOrg=100000 yOrg=200000", datum="WGS84",
          around=(12, 40, 8)),
     Case("merc-lat0", "type", proj="proj=merc Lon0=10 Lat0=30", datum="WGS84", around=(12, 40, 8)),

@@ -7,6 +7,8 @@
 namespace kvtool {
 namespace {
 
+constexpr uint16_t kModelTypeKey = 1024;
+constexpr uint16_t kModelTypeGeographic = 2;
 constexpr uint16_t kRasterTypeKey = 1025;
 constexpr uint16_t kPixelIsPoint = 2;
 
@@ -24,21 +26,31 @@ bool MergeDoubles(KVBitmapTagList& tags, unsigned number, const std::vector<doub
            tags.Merge(number, tag);
 }
 
-// The key directory with the raster type set to PixelIsPoint; false when the
-// directory holds no raster type key stored in the directory itself.
-bool PointRasterType(const KVBitmapTagList& tags, KVBitmapTag* out) {
+// The key directory with the raster type set to PixelIsPoint and, when no
+// model type is given (an unprojected system or a datum alone), the
+// geographic model type; false when the directory holds no raster type key
+// stored in the directory itself.
+bool PortableDirectory(const KVBitmapTagList& tags, KVBitmapTag* out) {
     const KVBitmapTag* dir = tags.Find(KVTAG_GEO_KEY_DIRECTORY);
     if (!dir || dir->GetType() != KVTAG_SHORT) return false;
     std::vector<uint16_t> keys(static_cast<const uint16_t*>(dir->GetDataPtr()),
                                static_cast<const uint16_t*>(dir->GetDataPtr()) +
                                    dir->GetItemCount());
     // A header of four shorts, then entries of four: id, location, count, value.
+    bool raster = false, model = false;
     for (size_t i = 4; i + 4 <= keys.size(); i += 4) {
+        model = model || keys[i] == kModelTypeKey;
         if (keys[i] != kRasterTypeKey || keys[i + 1] != 0) continue;
         keys[i + 3] = kPixelIsPoint;
-        return out->Assign(KVTAG_SHORT, static_cast<unsigned long>(keys.size()), keys.data());
+        raster = true;
     }
-    return false;
+    if (!raster || keys.size() < 4) return false;
+    if (!model) { // the lowest key id: first after the header, keeping the ids sorted
+        const uint16_t entry[] = {kModelTypeKey, 0, 1, kModelTypeGeographic};
+        keys.insert(keys.begin() + 4, entry, entry + 4);
+        ++keys[3];
+    }
+    return out->Assign(KVTAG_SHORT, static_cast<unsigned long>(keys.size()), keys.data());
 }
 
 } // namespace
@@ -61,7 +73,7 @@ bool MakeGeoTiffTagsPortable(KVBitmapTagList& tags) {
     }
     KVBitmapTag directory;
     if (tags.Find(KVTAG_GEO_KEY_DIRECTORY) &&
-        (!PointRasterType(tags, &directory) || !result.Merge(KVTAG_GEO_KEY_DIRECTORY, directory)))
+        (!PortableDirectory(tags, &directory) || !result.Merge(KVTAG_GEO_KEY_DIRECTORY, directory)))
         return false;
     tags = result;
     return true;

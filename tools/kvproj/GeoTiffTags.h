@@ -23,7 +23,10 @@ namespace kvtool {
 //   pixel further out, where a world file of the same coefficients puts it;
 // - control points go without the pixel scale the library computes for them:
 //   beside several tiepoints it makes other readers take the first one and the
-//   scale as a north-up georeference; the library's reader ignores it there.
+//   scale as a north-up georeference; the library's reader ignores it there;
+// - keys without a model type (an unprojected system, or a datum alone) get
+//   the geographic model type, without which other readers make a local
+//   system of them; the library's reader takes neither model to a projection.
 // False when a tag cannot be changed (the list is then left as it was).
 bool MakeGeoTiffTagsPortable(KVBitmapTagList& tags);
 
