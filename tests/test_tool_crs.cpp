@@ -323,3 +323,61 @@ TEST(ToolCrs, EpsgRecordsCarryUnitsInScale) {
 }
 
 } // namespace
+
+// The commands with one side take the same coordinate-system argument (--crs)
+// as convert's --src/--dst. Expected values: the Lambert-93 row of the PROJ
+// table above.
+TEST(ToolCrs, OneSidedCommandsTakeCrs) {
+    kvtest::TempDir dir("crsone");
+    const std::string kvr = dir / "map.tif";
+    kvtest::ToolRun r = kvtest::RunTool("check --crs EPSG:2154");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "valid\n");
+    r = kvtest::RunTool("check --crs EPSG:2154 Lat1=-60 Lat2=60"); // words go on top
+    EXPECT_EQ(r.status, 1);
+    EXPECT_TRUE(kvtest::Contains(r.out, "invalid")) << r.out;
+
+    // What export writes from a code converts as the code does.
+    r = kvtest::RunTool("export --format kvr --crs EPSG:2154 " + kvr);
+    ASSERT_EQ(r.status, 0) << r.err;
+    const Point p = ConvertOne("--dst-file " + kvr + ".kvr", -3.788, 47.396);
+    EXPECT_NEAR(p.x, 188615.3647, 1e-3);
+    EXPECT_NEAR(p.y, 6721511.5492, 1e-3);
+
+    r = kvtest::RunTool("graticule --crs EPSG:2154 --step 5 --window -6,41,10,52 -o " +
+                        (dir / "l93.svg"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(kvtest::Contains(dir.Read("l93.svg"), "<svg")) << "a picture is drawn";
+
+    dir.Write("scan.pgw", "10\n0\n0\n-10\n500005\n4649995\n");
+    dir.Write("scan.png", "");
+    struct {
+        std::string args;
+        int status;
+        std::vector<std::string> expected;
+    } const refusals[] = {
+        {"graticule --crs EPSG:2154 --utm 31N", 2, {"not both"}},
+        {"export --format prj --crs EPSG:2154 --zone spcs83:101 " + kvr, 2, {"not both"}},
+        {"check --crs " + (dir / "scan.png"), 2, {"gives no projection"}},
+        {"graticule --crs EPSG:3035", 2, {"cannot be expressed"}},
+    };
+    for (const auto& c : refusals) {
+        r = kvtest::RunTool(c.args);
+        EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
+        for (const std::string& part : c.expected)
+            EXPECT_TRUE(kvtest::Contains(r.err, part)) << c.args << "\n" << r.err;
+    }
+}
+
+// A reference file keeps the first coefficient on all six lines: writing
+// coefficients that differ says what is lost.
+TEST(ToolCrs, ReferenceFileWarnsWhenCoefficientsAreLost) {
+    kvtest::TempDir dir("crscoeff");
+    kvtest::ToolRun r = kvtest::RunTool("export --format kvr --utm 33N --coeff "
+                                        "10,0,500005,0,-10,4649995 " + (dir / "a.tif"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(kvtest::Contains(r.err, "B to F are not kept")) << r.err;
+    r = kvtest::RunTool("export --format kvr --utm 33N --coeff 7,7,7,7,7,7 " + (dir / "b.tif"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+}

@@ -603,4 +603,11 @@ bool ResolveCrs(const std::string& text, CrsRecord* out, std::string* error) {
     return false;
 }
 
+bool ResolveCrsProjection(const std::string& text, CrsRecord* out, std::string* error) {
+    if (!ResolveCrs(text, out, error)) return false;
+    if (out->hasProj) return true;
+    *error = "'" + text + "' gives no projection";
+    return false;
+}
+
 } // namespace kvtool

@@ -41,6 +41,10 @@ struct CrsRecord {
 // lack for an EPSG code that cannot be expressed).
 bool ResolveCrs(const std::string& text, CrsRecord* out, std::string* error);
 
+// The --crs argument of a command with one side: resolved, and refused with
+// *error when it names no projection (a world file alone, a bare image).
+bool ResolveCrsProjection(const std::string& text, CrsRecord* out, std::string* error);
+
 // The EPSG code alone ("4326", "26917").
 bool EpsgCrs(int code, CrsRecord* out, std::string* error);
 

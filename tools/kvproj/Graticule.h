@@ -44,6 +44,7 @@ struct Options {
 
 struct Words {
     ProjOptions proj;
+    CrsArgs crs;
     std::string step, densify, width, window, title, output;
     CLI::Option* outputOpt = nullptr;
 };

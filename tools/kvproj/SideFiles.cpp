@@ -46,7 +46,19 @@ bool ReadRef(const std::string& name, SideRecords* out, bool* found, std::string
     return true;
 }
 
+// The reference file writes all six coefficient lines from the first
+// coefficient: coefficients that differ do not survive the trip.
+void WarnCoefficientsLost(const SideRecords& in) {
+    if (!in.hasGeoref || in.georef.Method != TM_PRECALCULATED || in.partialCoefficients) return;
+    const GEOREF& g = in.georef;
+    if (g.B == g.A && g.C == g.A && g.D == g.A && g.E == g.A && g.F == g.A) return;
+    std::fprintf(stderr,
+                 "kvproj: warning: a reference file writes the first coefficient (A) on all six "
+                 "coefficient lines: B to F are not kept (a world file keeps all six)\n");
+}
+
 bool WriteRef(const std::string& name, SideRecords& in, std::string* error) {
+    WarnCoefficientsLost(in);
     if (KVProjRefFileWriteEx(
             name.c_str(), in.hasProj ? &in.proj : nullptr, in.hasDatum ? in.datum : DATUM_NONE,
             in.hasDatum ? &in.params : nullptr, in.hasGeoref ? in.Attach() : nullptr))

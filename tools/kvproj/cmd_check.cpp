@@ -1,5 +1,6 @@
 // "kvproj check": validates a parameter record given as key=value words or lines.
 #include "Command.h"
+#include "Crs.h"
 #include "LineInput.h"
 #include "ProjArgs.h"
 #include "Text.h"
@@ -49,12 +50,21 @@ int ReadRecord(const std::string& path, PROJDATA* data) {
 
 struct Options {
     std::vector<std::string> words;
+    CrsArgs crs;
 };
 
 int Run(const Options& o) {
     PROJDATA data;
     std::memset(&data, 0, sizeof(data));
     bool readAny = false;
+    if (!o.crs.crs.empty()) {
+        // The system's record first; key=value words and files go on top.
+        CrsRecord crs;
+        std::string error;
+        if (!ResolveCrsProjection(o.crs.crs, &crs, &error)) return UsageError("check: " + error);
+        data = crs.proj;
+        readAny = true;
+    }
     for (const std::string& word : o.words) {
         if (word.find('=') != std::string::npos) {
             const std::string error = ApplyLine(&data, word);
@@ -81,13 +91,15 @@ int Run(const Options& o) {
 Runner SetUp(CLI::App& app) {
     auto o = std::make_shared<Options>();
     app.add_option("record", o->words, "key=value words, files of key=value lines, - (stdin)");
+    AddCrsOptions(app, false, &o->crs);
     return [o] { return Run(*o); };
 }
 
-const KVCommand command({"check", "check [file|-|key=value ...]",
+const KVCommand command({"check", "check [--crs CRS] [file|-|key=value ...]",
                          "validate a parameter record given as key=value words or lines",
                          "  kvproj check type=lcc lat1=30 lat2=45 ellipsoid=15\n"
-                         "  printf 'Type = 10\\nState Zone = Alabama East\\n' | kvproj check\n",
+                         "  printf 'Type = 10\\nState Zone = Alabama East\\n' | kvproj check\n"
+                         "  kvproj check --crs EPSG:2154\n",
                          "  0  the record is valid\n"
                          "  1  the record is invalid (the parameter and the reason are printed),\n"
                          "     or a file could not be read\n"

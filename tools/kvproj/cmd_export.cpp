@@ -3,6 +3,7 @@
 // georeference given on the command line or read from the side files of
 // another name; or GeoTIFF tags into a copy of an image.
 #include "Command.h"
+#include "Crs.h"
 #include "DatumArgs.h"
 #include "GeoTiffTags.h"
 #include "Numbers.h"
@@ -27,6 +28,7 @@ struct Options {
     std::string format, output, from, datum, profile, method, image, copy;
     std::vector<std::string> coeff, controls;
     ProjOptions proj;
+    CrsArgs crs;
 };
 
 int Usage(const std::string& message) { return UsageError("export: " + message); }
@@ -189,8 +191,18 @@ int Run(const Options& o) {
     }
     ProjRequest request;
     if (!RequestFrom(o.proj, &request, &error)) return Usage(error);
-    if (request.given) {
-        if (!BuildProjection(request, &figure, &rec.proj, &error)) return Usage(error);
+    if (!o.crs.crs.empty()) {
+        if (request.given)
+            return Usage("give the projection with --crs or with --proj/--zone/--utm, not both");
+        CrsRecord crs; // its datum unless --datum names another
+        if (!ResolveCrsProjection(o.crs.crs, &crs, &error)) return Usage(error);
+        if (crs.hasDatum && o.datum.empty())
+            rec.hasDatum = true, rec.datum = crs.datum.type, rec.params = crs.datum.step;
+        rec.proj = crs.proj;
+    } else if (request.given && !BuildProjection(request, &figure, &rec.proj, &error)) {
+        return Usage(error);
+    }
+    if (!o.crs.crs.empty() || request.given) {
         // Creating a handle completes the record as a conversion would (UTM false
         // origin and scale, the ellipsoid's figure) and refuses an unusable one.
         void* handle = ProjCreateProjection(&rec.proj);
@@ -217,6 +229,7 @@ Runner SetUp(CLI::App& app) {
     app.add_option("--format", o->format, FileKindWords())->required();
     app.add_option("--from", o->from, "start from what the side files of this name hold");
     AddProjectionOptions(app, {""}, "", &o->proj);
+    AddCrsOptions(app, false, &o->crs);
     app.add_option("--datum", o->datum, "datum: id, name, EPSG code or custom name");
     app.add_option("--profile", o->profile, "FILE holding custom datums");
     app.add_option("--coeff", o->coeff, "six affine coefficients A,B,C,D,E,F (pixel centres)");
@@ -238,6 +251,7 @@ const KVCommand
              "write a side file, or GeoTIFF tags into an image or a copy of it",
              "  kvproj export --format kvr --utm 33N --datum WGS84 map.tif   # map.tif.kvr\n"
              "  kvproj export --format world --coeff 10,0,500005,0,-10,4649995 map.tif\n"
+             "  kvproj export --format prj --crs EPSG:26917 map.tif   # map.prj\n"
              "  kvproj export --format rsf --from map.tif map.tif  # corners from map.tfW\n"
              "  kvproj export --format rsf --control 0,0,500000,4650000 \\\n"
              "      --control 40,0,500400,4650000 --control 0,30,500000,4649700 map.tif\n"

@@ -18,6 +18,7 @@
 // to it (a pole of Van der Grinten is stretched without bound yet sits on the
 // map's circle). The lines are cut at the frame.
 #include "Command.h"
+#include "Crs.h"
 #include "Graticule.h"
 #include "Svg.h"
 
@@ -124,13 +125,29 @@ int Usage(const std::string& message) {
     return UsageError("graticule: " + message);
 }
 
+// The record from --crs or from --proj, --zone and --utm (one form or the other).
+bool ProjectionOf(const std::string& crsText, const ProjRequest& request, PROJDATA* data,
+                  std::string* error) {
+    if (crsText.empty()) {
+        if (!request.given)
+            return *error = "give the projection with --crs, --proj, --zone or --utm", false;
+        return BuildProjection(request, nullptr, data, error);
+    }
+    if (request.given)
+        return *error = "give the projection with --crs or with --proj/--zone/--utm, not both",
+               false;
+    CrsRecord crs;
+    if (!ResolveCrsProjection(crsText, &crs, error)) return false;
+    *data = crs.proj;
+    return true;
+}
+
 int Run(const Words& words) {
     PROJDATA data;
     ProjRequest request;
     std::string error;
     if (!RequestFrom(words.proj, &request, &error)) return Usage(error);
-    if (!request.given) return Usage("give the projection with --proj, --zone or --utm");
-    if (!BuildProjection(request, nullptr, &data, &error)) return Usage(error);
+    if (!ProjectionOf(words.crs.crs, request, &data, &error)) return Usage(error);
     Options o;
     if (!ParseOptions(words, &o, &error)) return Usage(error);
     if (o.densify > o.step) return Usage("--densify must not exceed --step");
@@ -173,6 +190,7 @@ int Run(const Words& words) {
 Runner SetUp(CLI::App& app) {
     auto w = std::make_shared<Words>();
     AddProjectionOptions(app, {""}, "", &w->proj);
+    AddCrsOptions(app, false, &w->crs);
     app.add_option("--step", w->step, "degrees between lines (default 15)");
     app.add_option("--densify", w->densify, "degrees between vertices (default 1)");
     app.add_option("--width", w->width, "picture width in pixels (default 800)");
@@ -186,7 +204,8 @@ const KVCommand
     command({"graticule", "graticule PROJ [options] [-o FILE]",
              "draw meridians, parallels and the valid area as an SVG picture",
              "  kvproj graticule --proj 'type=lcc lat1=33 lat2=45 lon0=-96' -o lcc.svg\n"
-             "  kvproj graticule --utm 33N --step 1 --window 9,40,21,50 -o utm33.svg\n"},
+             "  kvproj graticule --utm 33N --step 1 --window 9,40,21,50 -o utm33.svg\n"
+             "  kvproj graticule --crs EPSG:3035 --window -30,25,45,75 -o europe.svg\n"},
             SetUp);
 
 } // namespace
