@@ -693,6 +693,22 @@ TEST(EsriPrjFile, DecimalCommaLocale) {
     EXPECT_EQ(+r.proj.K0, 0.9996);
 }
 
+// The keyword dialect's fractions under a decimal-comma locale: a reader on
+// the host's strtod would stop at the point and read 1000 and 29 30 0.
+TEST(EsriPrjFile, KeywordDialectUnderDecimalCommaLocale) {
+    const char* old = std::setlocale(LC_ALL, nullptr);
+    const std::string saved = old ? old : "C";
+    if (!std::setlocale(LC_ALL, "de_DE.UTF-8")) GTEST_SKIP() << "de_DE.UTF-8 not available";
+    const PrjRecord r = ReadOld("Projection ALBERS\nParameters\n29 30 36.5 /* 1st standard parallel\n"
+                                "45 30 0.0 /* 2nd standard parallel\n-96 0 0.0 /* central meridian\n"
+                                "23 0 0.0 /* latitude of projection's origin\n1000.5 /* false easting "
+                                "(meters)\n-20.25 /* false northing (meters)\n");
+    std::setlocale(LC_ALL, saved.c_str());
+    EXPECT_DOUBLE_EQ(+r.proj.Lat1, 29.5 + 36.5 / 3600);
+    EXPECT_DOUBLE_EQ(+r.proj.xOrg, 1000.5);
+    EXPECT_DOUBLE_EQ(+r.proj.yOrg, -20.25);
+}
+
 // ---------------------------------------------------------------- GDAL-written files
 
 namespace {
