@@ -79,6 +79,8 @@ const EpsgCase kEpsgCases[] = {
     {3413, -72.0, 78.0, -592234.4425, -1162325.5386},  // WGS 84 / NSIDC Polar Stereographic North
     {32661, -72.0, 78.0, 728456.0718, 1586850.3331},   // WGS 84 / UPS North (N,E)
     {3078, -87.933, 45.668, 349277.1944, 570284.8405}, // NAD83 / Michigan Oblique Mercator
+    // Clarke 1858, which the registry keeps in Clarke's feet, and Clarke's foot axes.
+    {5589, -88.6, 17.0, 228389.5074, 423240.4723}, // Sibun Gorge 1922 / Colony Grid
 };
 
 TEST(ToolCrs, EpsgCodesAgreeWithProjWithinAMillimetre) {

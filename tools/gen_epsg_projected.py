@@ -120,14 +120,20 @@ def rows(db, refused):
 def base_rows(db, codes, known):
     """The base geographic systems that epsg_gcs.tsv lacks: datum, ellipsoid, meridian."""
     for code in sorted(codes - known):
-        name, datum, ellipsoid, meridian, a, rf = db.execute(
+        name, datum, ellipsoid, meridian, a, rf, b, uom = db.execute(
             """select g.name, g.datum_code, d.ellipsoid_code, d.prime_meridian_code,
-                      e.semi_major_axis, e.inv_flattening
+                      e.semi_major_axis, e.inv_flattening, e.semi_minor_axis, e.uom_code
                from geodetic_crs g join geodetic_datum d
                  on g.datum_auth_name = d.auth_name and g.datum_code = d.code
                join ellipsoid e on d.ellipsoid_auth_name = e.auth_name
                  and d.ellipsoid_code = e.code
                where g.auth_name = 'EPSG' and g.code = ?""", (code,)).fetchone()
+        # The registry keeps an ellipsoid in its own unit (Clarke 1858 in
+        # Clarke's feet), some by their minor axis: metres and 1/f here.
+        a = to_canonical(db, a, uom)
+        if not rf and b is not None and b != 0:
+            b = to_canonical(db, b, uom)
+            rf = a / (a - b) if a != b else 0.0
         yield [str(code), name, str(datum), str(ellipsoid), str(meridian), repr(a),
                repr(rf or 0.0)]
 
