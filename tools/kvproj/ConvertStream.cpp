@@ -74,6 +74,36 @@ bool ClonePipeline(const Pipeline& from, Pipeline* to) {
     return true;
 }
 
+// The library projects lambda - lambda0 as given, so a longitude on the far
+// side of the antimeridian from the central meridian (179.5 for a zone at
+// -177) lands far outside the projection. The tool brings such longitudes
+// within 180 degrees of the destination's central meridian first; others are
+// left exactly as read.
+void WrapToCentralMeridian(void* forward, KVProj::PROJPOINT* pts, int n) {
+    KVProj::PROJDATA d;
+    if (!KVProj::ProjGetHandleInfo(forward, &d)) return;
+    if (d.Type == KVProj::PT_STATE_PLANE_27 || d.Type == KVProj::PT_STATE_PLANE_83)
+        KVProj::ProjGetStateZoneParams(&d);
+    const double lon0 = d.Lon0;
+    if (d.Type == KVProj::PT_UNPROJECTED || !std::isfinite(lon0)) return;
+    for (int i = 0; i < n; ++i) {
+        double& lon = pts[i].x;
+        if (!std::isfinite(lon) || std::fabs(lon - lon0) <= 180.0) continue;
+        lon = lon0 + std::remainder(lon - lon0, 360.0);
+    }
+}
+
+// A source projection's inverse gives lambda0 plus the difference it found,
+// which can pass 180 (-186.5 for 173.5 near a zone at -177): longitudes the
+// tool writes lie within -180..180. remainder() is exact; the marker stays.
+void FoldOutputLongitudes(KVProj::PROJPOINT* pts, int n) {
+    for (int i = 0; i < n; ++i) {
+        double& lon = pts[i].x;
+        if (std::fabs(lon) > 180.0 && std::fabs(lon) < KVPROJ_UNPLOTTABLE)
+            lon = std::remainder(lon, 360.0);
+    }
+}
+
 class Block {
 public:
     // `own` true: the block converts with handles of its own (see ClonePipeline).
@@ -201,7 +231,9 @@ private:
             if (!KVProj::DatConvertDatum(m_use->datum, m_datumPoints.data(), n)) return false;
             std::memcpy(pts, m_datumPoints.data(), m_points.size() * sizeof(*pts));
         }
-        return !m_use->forward || KVProj::ProjForward(m_use->forward, pts, n);
+        if (!m_use->forward) return FoldOutputLongitudes(pts, n), true;
+        WrapToCentralMeridian(m_use->forward, pts, n);
+        return KVProj::ProjForward(m_use->forward, pts, n);
     }
 
     // Points the grid does not cover are bad lines (their marker is set).
