@@ -7,7 +7,7 @@ For each code of data/epsg/epsg_projected.tsv: `points` longitude/latitude
 pairs spread over the code's area of use (from proj.db) go through
 "kvproj convert --dst EPSG:n" and through PROJ's `proj` command with the
 code's own PROJ string (projinfo), both without a datum shift; the largest
-difference per code is written to out.tsv and summed up by method. Needs PROJ's
+difference per code (in metres) is written to out.tsv and summed up by method. Needs PROJ's
 command-line tools; the test suite never runs this.
 """
 import csv
@@ -90,6 +90,7 @@ def main():
                         worst = max(worst, 0.0 if a is b else float("inf"))
                     else:
                         worst = max(worst, math.hypot(a[0] - b[0], a[1] - b[1]))
+                worst *= float(r["unit_metres"])  # the axes' unit (US feet, ...) to metres
                 result = ("1mm" if worst <= 0.001 else "1m" if worst <= 1.0 else "worse")
             summary[method][result] += 1
             out.write("%s\t%s\t%s\t%s\n" % (code, method, result, worst))
