@@ -51,6 +51,9 @@ CODES = [
     ("EPSG:3068", "Cassini"), ("EPSG:30200", "Cassini ftClarke"),
     ("EPSG:3375", "Hotine natural origin"), ("EPSG:29873", "Hotine natural origin"),
     ("EPSG:29101", "Polyconic"), ("EPSG:2062", "LCC 1SP Madrid"),
+    ("EPSG:32631", "UTM north WGS 84"), ("EPSG:32755", "UTM south WGS 84"),
+    ("EPSG:26918", "UTM north NAD 83"), ("EPSG:26930", "SPCS83 TM m"),
+    ("EPSG:3078", "Hotine Michigan"),
 ]
 
 
