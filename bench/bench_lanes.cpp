@@ -34,8 +34,14 @@ struct Setup {
 };
 
 std::vector<Setup> Setups() {
+    PROJDATA lcc = Wgs84Record(PT_LAMBERT_CONIC, 39.0, -100.0);
+    lcc.Ellipsoid = ELLIPSOID_GRS80, lcc.Lat1 = 33.0, lcc.Lat2 = 45.0;
     return {
         {"UTM", Wgs84Record(PT_UTM, 0, 15), {12.0, 18.0, 0.0, 80.0}, "+proj=utm +zone=33 +ellps=WGS84"},
+        {"Lambert", lcc, {-125.0, -75.0, 25.0, 50.0},
+         "+proj=lcc +lat_0=39 +lon_0=-100 +lat_1=33 +lat_2=45 +ellps=GRS80"},
+        {"Mercator", Wgs84Record(PT_MERCATOR, 0, 0), {-179.0, 179.0, -80.0, 80.0},
+         "+proj=merc +ellps=WGS84"},
     };
 }
 

@@ -58,26 +58,27 @@ const Case kCases[] = {
     {"utm 56 south", With(Record(PT_UTM, ELLIPSOID_CLARKE_1866, 0, 153, 0), 0, 0, 1, true), 149,
      157, -80, 0},
     {"utm whole globe", Record(PT_UTM, ELLIPSOID_GRS80, 0, -93, 0), -180, 180, -90, 90},
-    {"tmerc grid on Airy", User(With(Record(PT_TRANSVERSE_MERCATOR, ELLIPSOID_USER_DEFINED, 49, -2,
-                                            0.9996012717),
-                                     400000, -100000, 1),
-                                6377563.396, 1 / 299.3249646),
+    {"tmerc grid on Airy",
+     User(With(Record(PT_TRANSVERSE_MERCATOR, ELLIPSOID_USER_DEFINED, 49, -2, 0.9996012717), 400000,
+               -100000, 1),
+          6377563.396, 1 / 299.3249646),
      -9, 3, 49, 61},
-    {"tmerc feet, wide", With(Record(PT_TRANSVERSE_MERCATOR, ELLIPSOID_CLARKE_1866, 31, -81, 0.9999),
-                              200000, 0, 1200.0 / 3937.0),
+    {"tmerc feet, wide",
+     With(Record(PT_TRANSVERSE_MERCATOR, ELLIPSOID_CLARKE_1866, 31, -81, 0.9999), 200000, 0,
+          1200.0 / 3937.0),
      -120, -40, -10, 80},
     {"gauss-kruger whole globe", Record(PT_GAUSS_KRUGER, ELLIPSOID_INTERNATIONAL_1924, -30, 21, 1),
      -180, 180, -90, 90},
 };
 
 // Every 61st point a hostile one, so that vectors mix them with ordinary points.
-const double kHostile[][2] = {{kMarker, 10},  {10, kMarker}, {kNaN, 10},   {10, kInf},
-                              {0, 90},        {15, -90},     {95, 0},      {1e300, 45},
+const double kHostile[][2] = {{kMarker, 10},  {10, kMarker},  {kNaN, 10},   {10, kInf},
+                              {0, 90},        {15, -90},      {95, 0},      {1e300, 45},
                               {-180, 89.999}, {180, -89.999}, {15, 1e-300}, {-kInf, kNaN}};
 
 // Map points beyond the reach of the inverse series or not numbers at all.
-const PROJPOINT kHostileXY[] = {{kMarker, 0}, {0, kNaN},    {kInf, 1e6}, {1e300, 0},
-                                {0, 2e7},     {4e5, -3e7},  {-1e7, 1e7}, {500000, 1e-300}};
+const PROJPOINT kHostileXY[] = {{kMarker, 0}, {0, kNaN},   {kInf, 1e6}, {1e300, 0},
+                                {0, 2e7},     {4e5, -3e7}, {-1e7, 1e7}, {500000, 1e-300}};
 
 std::vector<PROJPOINT> RandomPoints(const Case& c, int count, uint64_t seed) {
     std::mt19937_64 rng(seed);
@@ -93,7 +94,7 @@ std::vector<PROJPOINT> RandomPoints(const Case& c, int count, uint64_t seed) {
 struct Outcome {
     std::vector<PROJPOINT> points;
     std::vector<int> ok, result; // per call
-    PROJDATA info;                // the handle's record (with the UTM false origin)
+    PROJDATA info;               // the handle's record (with the UTM false origin)
 };
 
 // The points converted in calls of 1, 2, ... 19 points in turn (every tail of
@@ -125,8 +126,8 @@ Outcome Convert(const PROJDATA& record, std::vector<PROJPOINT> pts, bool forward
 // projected value the meridian arc (up to 1e7 m, a last place of 1.9e-9 m),
 // which every northing of the series passes through.
 double Allowed(double ref, double tol, double org, double scale, bool projected) {
-    const double mag = std::max({std::fabs(ref), std::fabs(ref / scale) + std::fabs(org),
-                                 projected ? 1e7 : 0.0});
+    const double mag =
+        std::max({std::fabs(ref), std::fabs(ref / scale) + std::fabs(org), projected ? 1e7 : 0.0});
     return std::max(tol, 4 * (std::nextafter(mag, kInf) - mag));
 }
 
@@ -154,7 +155,8 @@ Agreement Compare(const Outcome& vec, const Outcome& ref, double tol, const std:
             if (std::isfinite(r[k])) a.worst = std::max(a.worst, diff);
             const double org = rec ? (k == 0 ? rec->xOrg : rec->yOrg) : 0.0;
             const double scale = rec ? rec->Scale : 1.0;
-            if (!same || (std::isfinite(r[k]) && !(diff <= Allowed(r[k], tol, org, scale, rec != nullptr)))) {
+            if (!same || (std::isfinite(r[k]) &&
+                          !(diff <= Allowed(r[k], tol, org, scale, rec != nullptr)))) {
                 if (a.mismatches++ < 5)
                     ADD_FAILURE() << what << " point " << i << " member " << k << ": " << v[k]
                                   << " vs " << r[k];
@@ -186,13 +188,46 @@ TEST_P(VectorPath, ForwardAndInverseAgreeWithPerPointPath) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(TransverseMercator, VectorPath, testing::ValuesIn(kCases),
-                         [](const testing::TestParamInfo<Case>& info) {
-                             std::string n = info.param.name;
-                             for (char& ch : n)
-                                 if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
-                             return n;
-                         });
+std::string CaseName(const testing::TestParamInfo<Case>& info) {
+    std::string n = info.param.name;
+    for (char& ch : n)
+        if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
+    return n;
+}
+
+INSTANTIATE_TEST_SUITE_P(TransverseMercator, VectorPath, testing::ValuesIn(kCases), CaseName);
+
+PROJDATA Secant(PROJDATA d, double lat1, double lat2) {
+    d.Lat1 = lat1, d.Lat2 = lat2;
+    return d;
+}
+
+// Mercator: the true-scale parallel away from the equator, a false origin in
+// feet, and the whole globe up to the poles (the largest latitude, where
+// 1 - sin phi rounds to 0, and beyond).
+const Case kMercatorCases[] = {
+    {"mercator world", Record(PT_MERCATOR, ELLIPSOID_WGS84, 0, 0, 1), -180, 180, -85, 85},
+    {"mercator true scale 45, feet",
+     With(Record(PT_MERCATOR, ELLIPSOID_CLARKE_1866, 45, -60, 1), 1e5, -2e5, 1200.0 / 3937.0), -150,
+     30, -80, 80},
+    {"mercator whole globe", Record(PT_MERCATOR, ELLIPSOID_GRS80, -20, 100, 1), -180, 180, -90, 90},
+};
+INSTANTIATE_TEST_SUITE_P(Mercator, VectorPath, testing::ValuesIn(kMercatorCases), CaseName);
+
+// Lambert conformal conic: a northern cone with its usual area, a southern
+// cone (negative n), and the whole globe (the apex, angles beyond the vector
+// sine's range, sin phi beyond the logarithmic form).
+const Case kLambertCases[] = {
+    {"lambert conus", Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_GRS80, 23, -96, 1), 29.5, 45.5),
+     -130, -62, 20, 52},
+    {"lambert south, false origin",
+     With(Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_INTERNATIONAL_1924, -32, 135, 1), -28, -36),
+          4e6, 1e7, 1),
+     110, 160, -45, -10},
+    {"lambert whole globe", Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_WGS84, 39, -100, 1), 33, 45),
+     -180, 180, -90, 90},
+};
+INSTANTIATE_TEST_SUITE_P(Lambert, VectorPath, testing::ValuesIn(kLambertCases), CaseName);
 
 // Inverse inputs that reach the guards: a northing whose footpoint lies
 // beyond the pole, huge and tiny values, k0 of 0 in the general module
@@ -201,13 +236,83 @@ TEST(VectorPathGuards, InverseHostileInputsAsPerPointPath) {
     PROJDATA tm = kCases[3].record, zeroK0 = kCases[3].record;
     zeroK0.K0 = 0.0;
     const std::vector<PROJPOINT> pts = {
-        {400000, 2e7},  {1e6, -3e7},   {0, 0},      {1e30, 5e6},   {400000, 1e300},
-        {-4e6, 6e6},    {400000, 5e6}, {3e5, 4e6},  {kNaN, 0},     {0, kMarker},
-        {2e5, 9.5e6},   {1e-300, 0},   {4e5, -4e5}, {-1e7, 1e7},   {500000, 1.00002e7},
-        {4e5, 9.99e6},  {4e5, 1e4},    {4e5, 1e5}};
+        {400000, 2e7}, {1e6, -3e7},   {0, 0},      {1e30, 5e6}, {400000, 1e300},
+        {-4e6, 6e6},   {400000, 5e6}, {3e5, 4e6},  {kNaN, 0},   {0, kMarker},
+        {2e5, 9.5e6},  {1e-300, 0},   {4e5, -4e5}, {-1e7, 1e7}, {500000, 1.00002e7},
+        {4e5, 9.99e6}, {4e5, 1e4},    {4e5, 1e5}};
     for (const PROJDATA& r : {tm, zeroK0, kCases[0].record, kCases[1].record})
         Compare(Convert(r, pts, false, true, true), Convert(r, pts, false, false, true), 1e-12,
                 "hostile inverse");
+}
+
+// The conformal modules at their guards, both directions, in calls of every
+// length: the poles and the largest latitude, sin phi on either side of the
+// cone's logarithmic form (0.9 at 64.158 degrees), the far side of the cone,
+// the cone's apex (the inverse of a pole), and an eccentricity beyond the
+// lanes' series (per point throughout).
+TEST(VectorPathGuards, ConformalModulesAsPerPointPath) {
+    struct Row {
+        const char* what;
+        PROJDATA record;
+    };
+    const Row rows[] = {
+        {"mercator", Record(PT_MERCATOR, ELLIPSOID_WGS84, 0, 30, 1)},
+        {"mercator e 0.2",
+         User(Record(PT_MERCATOR, ELLIPSOID_USER_DEFINED, 10, 0, 1), 6378137, 1 / 50.0)},
+        {"lambert north", Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_GRS80, 39, 30, 1), 33, 45)},
+        {"lambert south",
+         With(Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_WGS84, -40, 30, 1), -50, -30), 1e5, 2e5,
+              0.5)},
+        {"lambert e 0.2",
+         User(Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_USER_DEFINED, 40, 30, 1), 30, 50), 6378137,
+              1 / 50.0)},
+    };
+    const std::vector<PROJPOINT> lonLat = {
+        {30, 90},      {30, -90},      {31, 89.99999999}, {29, -89.99999999},
+        {30, 64.158},  {30, 64.159},   {-150, -64.158},   {-149.9, 64.16},
+        {209.99, 45},  {-149.99, -45}, {30, 0},           {30.5, 45},
+        {kMarker, 45}, {30, kNaN},     {-120, 12},        {100, -80}};
+    for (const Row& r : rows) {
+        const Outcome fv = Convert(r.record, lonLat, true, true, true);
+        const Outcome fs = Convert(r.record, lonLat, true, false, true);
+        Compare(fv, fs, 1e-9, std::string(r.what) + " forward", &fs.info);
+        // The forward results (the poles among them: the cone's apex) back.
+        const Outcome iv = Convert(r.record, fs.points, false, true, true);
+        const Outcome is = Convert(r.record, fs.points, false, false, true);
+        Compare(iv, is, 1e-12, std::string(r.what) + " inverse");
+    }
+}
+
+// A true-scale latitude at the pole, written into a handle's record (the
+// validation refuses it at creation): the scale factor of that parallel is
+// cos 90 degrees, 6e-17 rather than 0, the map points lie beyond every
+// exponential's range, and both paths give the same bits either way.
+TEST(VectorPathGuards, MercatorTrueScaleAtThePole) {
+    PROJPOINT out[2][2][4];
+    int ok[2][2], result[2][2];
+    for (int path = 0; path < 2; ++path) {
+        SetVectorPath(path == 0);
+        PROJDATA rec = Record(PT_MERCATOR, ELLIPSOID_WGS84, 0, 0, 1);
+        void* h = ProjCreateProjection(&rec);
+        ASSERT_NE(h, nullptr);
+        static_cast<PROJDATA*>(h)->Lat0 = 90;
+        PROJPOINT xy[4] = {{kMarker, kMarker}, {1e5, 2e5}, {3e5, -4e5}, {0, 1e-300}};
+        PROJPOINT ll[4] = {{10, 20}, {-30, 40}, {50, -60}, {0, 0}};
+        PROJDATA info;
+        ok[path][0] = ProjInverse(h, xy, 4);
+        result[path][0] = ProjGetHandleInfo(h, &info) ? info.iResult : -1;
+        ok[path][1] = ProjForward(h, ll, 4);
+        result[path][1] = ProjGetHandleInfo(h, &info) ? info.iResult : -1;
+        std::memcpy(out[path][0], xy, sizeof xy);
+        std::memcpy(out[path][1], ll, sizeof ll);
+        ProjDeleteProjection(h);
+    }
+    SetVectorPath(true);
+    for (int dir = 0; dir < 2; ++dir) {
+        EXPECT_EQ(ok[0][dir], ok[1][dir]) << dir;
+        EXPECT_EQ(result[0][dir], result[1][dir]) << dir;
+        EXPECT_EQ(std::memcmp(out[0][dir], out[1][dir], sizeof out[0][dir]), 0) << dir;
+    }
 }
 
 // The engine's passes around the module (folding, radians, the post-scan,
@@ -220,9 +325,9 @@ TEST(VectorPathPasses, BitForBitAsPerPointPasses) {
     PROJDATA plain = Record(PT_MERCATOR, ELLIPSOID_SPHERE_6370997, 0, 0, 1);
     const Case wide{"wide", sphere, -350, 350, -89, 89};
     std::vector<PROJPOINT> pts = RandomPoints(wide, 20000, 5);
-    const PROJPOINT extra[] = {{359.99999999999994, 90}, {-360, -90}, {1e301, 1}, {1, -1e301},
-                               {-1e308, 1e308},          {kMarker, kMarker}, {720, 0},
-                               {0, 180},                 {-0.0, -0.0}};
+    const PROJPOINT extra[] = {
+        {359.99999999999994, 90}, {-360, -90}, {1e301, 1}, {1, -1e301}, {-1e308, 1e308},
+        {kMarker, kMarker},       {720, 0},    {0, 180},   {-0.0, -0.0}};
     for (size_t i = 0; i < pts.size(); i += 13)
         pts[i] = extra[(i / 13) % (sizeof extra / sizeof extra[0])];
     for (const PROJDATA& r : {sphere, plain})
@@ -231,8 +336,7 @@ TEST(VectorPathPasses, BitForBitAsPerPointPasses) {
             std::vector<PROJPOINT> in = pts;
             if (!forward) // map points: metres of the same spread
                 for (PROJPOINT& p : in)
-                    if (std::isfinite(p.x) && std::fabs(p.x) < 1e4)
-                        p.x *= 1e4, p.y *= 1e4;
+                    if (std::isfinite(p.x) && std::fabs(p.x) < 1e4) p.x *= 1e4, p.y *= 1e4;
             const Outcome v = Convert(r, in, forward, true, chunked);
             const Outcome s = Convert(r, in, forward, false, chunked);
             EXPECT_EQ(v.ok, s.ok);

@@ -45,11 +45,13 @@ HWY_INLINE M MarkerOrNonFinite(D d, V x, V y) {
 // One vector of `n` points at `points` (n == Lanes(d)); `xy` is where the
 // lanes are loaded from and stored to (the points themselves or a pad).
 template <class Kernel, class PointFn>
-HWY_INLINE void Block(D d, double* xy, PROJPOINT* points, size_t valid,
-                      const Kernel& kernel, const PointFn& fn) {
+HWY_INLINE void Block(D d, double* xy, PROJPOINT* points, size_t valid, const Kernel& kernel,
+                      const PointFn& fn) {
     V x, y;
     hn::LoadInterleaved2(d, xy, x, y);
-    const M special = hn::Or(MarkerOrNonFinite(d, x, y), kernel(d, x, y));
+    // The screen before the kernel, which converts the lanes in place.
+    const M screened = MarkerOrNonFinite(d, x, y);
+    const M special = hn::Or(screened, kernel(d, x, y));
     if (HWY_LIKELY(hn::AllFalse(d, special))) {
         hn::StoreInterleaved2(x, y, d, xy);
         if (xy != reinterpret_cast<double*>(points))
@@ -72,7 +74,9 @@ void ForEachVector(PROJPOINT* points, int count, const Kernel& kernel, const Poi
     if (rest == 0) return;
     // One point alone costs less through the per-point function than a whole
     // padded vector (a call converting one point at a time, say).
-    if (rest == 1) return ForEachPoint(points + i, 1, fn);
+    // (A one-lane target never gets here; saying so spares the compiler a
+    // padded copy it cannot prove in bounds.)
+    if (rest == 1 || n < 2) return ForEachPoint(points + i, static_cast<int>(rest), fn);
     constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(double);
     HWY_ALIGN PROJPOINT pad[kMaxLanes];
     for (size_t j = 0; j < n; ++j)

@@ -1,5 +1,7 @@
 // The modules whose constants a handle prepares once (ProjModule.h), and
 // their set-ups.
+#include "projections/LambertCore.h"
+#include "projections/MercCore.h"
 #include "projections/ProjModule.h"
 #include "projections/TMercCore.h"
 
@@ -33,6 +35,8 @@ constexpr PreparedConverters kPrepared[] = {
      tmerc::PreparedInverse<Flavor::General>},
     {PT_GAUSS_KRUGER, tmerc::Prepare, tmerc::PreparedForward<Flavor::General>,
      tmerc::PreparedInverse<Flavor::General>},
+    {PT_MERCATOR, merc::Prepare, merc::PreparedForward, merc::PreparedInverse},
+    {PT_LAMBERT_CONIC, lcc::Prepare, lcc::PreparedForward, lcc::PreparedInverse},
 };
 
 } // namespace

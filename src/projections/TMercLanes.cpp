@@ -1,11 +1,10 @@
 // The ellipsoidal transverse Mercator loops a vector of points at a time:
 // the series of TMercCore.h written lane-wise in the same order of operations
 // (this source is compiled without contraction into fused multiply-adds), the
-// sine and cosine from Highway's vector functions (at most 3 ulp, against the
-// C library's 1), compiled for every instruction set Highway knows and chosen
-// at run time. Lanes the per-point functions treat specially (a pole, a failed
-// guard, a marker, a footpoint correction too large for its short series) send
-// their vector through those functions.
+// sine and cosine from the kernel of LaneMath-inl.h (about an ulp), compiled for every instruction
+// set Highway knows and chosen at run time. Lanes the per-point functions treat specially (a pole,
+// a failed guard, a marker, a footpoint correction too large for its short series) send their
+// vector through those functions.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "projections/TMercLanes.cpp"
 #include <hwy/foreach_target.h> // IWYU pragma: keep
@@ -13,6 +12,7 @@
 #include <hwy/highway.h>
 
 #include "projections/LaneLoop-inl.h"
+#include "projections/LaneMath-inl.h"
 #include "projections/TMercCore.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -21,38 +21,10 @@ namespace tmerc {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using KVProj::HWY_NAMESPACE::lanes::D;
+using KVProj::HWY_NAMESPACE::lanes::kTrigLimit;
 using KVProj::HWY_NAMESPACE::lanes::M;
+using KVProj::HWY_NAMESPACE::lanes::SinCos;
 using KVProj::HWY_NAMESPACE::lanes::V;
-
-// ---------------------------------------------------------------- sin, cos
-// Sine and cosine together for |x| <= 3 pi / 4, about one ulp from the
-// correctly rounded values: x = k pi/2 + r with k in -1..1 (pi/2 in two
-// parts, the product by k exact), then the Taylor series of sin r to r^17
-// and of cos r to r^18, whose truncation for |r| <= pi/4 is below 1e-19.
-// Larger arguments are the caller's special lanes.
-constexpr double kTrigLimit = 3.0 * kQuarterPi;
-constexpr double kHalfPiLow = 6.123233995736766e-17; // pi/2 - kHalfPi
-
-HWY_INLINE void SinCos(D d, V x, V* s, V* c) {
-    const V k = hn::Round(x * hn::Set(d, 2.0 / kPi));
-    const V r = (x - k * hn::Set(d, kHalfPi)) - k * hn::Set(d, kHalfPiLow);
-    const V z = r * r;
-    V ps = hn::Set(d, 1.0 / 355687428096000.0); // 1/17!
-    for (double f : {-1.0 / 1307674368000.0, 1.0 / 6227020800.0, -1.0 / 39916800.0,
-                     1.0 / 362880.0, -1.0 / 5040.0, 1.0 / 120.0, -1.0 / 6.0})
-        ps = ps * z + hn::Set(d, f);
-    V pc = hn::Set(d, 1.0 / 6402373705728000.0); // 1/18!
-    for (double f : {-1.0 / 20922789888000.0, 1.0 / 87178291200.0, -1.0 / 479001600.0,
-                     1.0 / 3628800.0, -1.0 / 40320.0, 1.0 / 720.0, -1.0 / 24.0, 0.5})
-        pc = pc * z + hn::Set(d, f);
-    const V sr = r + r * z * ps;
-    const V cr = hn::Set(d, 1.0) - z * pc;
-    // k = 1: sin = cos r, cos = -sin r; k = -1: sin = -cos r, cos = sin r.
-    const M odd = hn::Ne(k, hn::Zero(d));
-    const V sign = hn::IfThenElse(hn::Lt(k, hn::Zero(d)), hn::Set(d, -1.0), hn::Set(d, 1.0));
-    *s = hn::IfThenElse(odd, sign * cr, sr);
-    *c = hn::IfThenElse(odd, hn::Neg(sign * sr), cr);
-}
 
 // sin 2x, sin 4x, sin 6x (and cos 2x, cos 4x) as SinesOfMultiples forms them.
 struct SinMultiplesV {
@@ -106,8 +78,8 @@ template <Flavor F> HWY_INLINE M ForwardKernel(D d, const Constants& tm, V& x, V
                     hn::Set(d, 330.0) * ep2;
     y = k0 * (m - hn::Set(d, tm.m0) +
               n * tanPhi *
-                  (A2 * (hn::Set(d, 0.5) + A2 * (poly4 * hn::Set(d, k1_24) +
-                                                 A2 * poly6 * hn::Set(d, k1_720)))));
+                  (A2 * (hn::Set(d, 0.5) +
+                         A2 * (poly4 * hn::Set(d, k1_24) + A2 * poly6 * hn::Set(d, k1_720)))));
     return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
 }
 
@@ -120,8 +92,8 @@ HWY_INLINE V FootpointV(D d, const Footpoint& fp, V mu, V* s1, V* c1, M* special
     SinCos(d, mu, &sm, &cm);
     const SinMultiplesV m = Multiples(d, sm, cm);
     const V s8 = hn::Set(d, 2.0) * m.s4 * m.c4;
-    const V delta = hn::Set(d, fp.d2) * m.s2 + hn::Set(d, fp.d4) * m.s4 +
-                    hn::Set(d, fp.d6) * m.s6 + hn::Set(d, fp.d8) * s8;
+    const V delta = hn::Set(d, fp.d2) * m.s2 + hn::Set(d, fp.d4) * m.s4 + hn::Set(d, fp.d6) * m.s6 +
+                    hn::Set(d, fp.d8) * s8;
     *special = hn::Or(*special, hn::Not(hn::Lt(hn::Abs(delta), hn::Set(d, 0.01))));
     const V q = delta * delta;
     const V sd =
@@ -155,15 +127,13 @@ HWY_INLINE M InverseKernel(D d, const Constants& tm, V& x, V& y) {
     const V poly4 = hn::Set(d, 5.0) + hn::Set(d, 3.0) * t + hn::Set(d, 10.0) * cc -
                     hn::Set(d, 4.0) * cc * cc - hn::Set(d, 9.0) * ep2;
     const V poly6 = hn::Set(d, 61.0) + hn::Set(d, 90.0) * t + hn::Set(d, 298.0) * cc +
-                    hn::Set(d, 45.0) * t * t - hn::Set(d, 252.0) * ep2 -
-                    hn::Set(d, 3.0) * cc * cc;
+                    hn::Set(d, 45.0) * t * t - hn::Set(d, 252.0) * ep2 - hn::Set(d, 3.0) * cc * cc;
     y = phi1 - (tan1 * w * hn::Set(d, tm.invOneMinusE2)) *
-                   (d2 * (hn::Set(d, 0.5) - d2 * (poly4 * hn::Set(d, k1_24) -
-                                                  d2 * poly6 * hn::Set(d, k1_720))));
+                   (d2 * (hn::Set(d, 0.5) -
+                          d2 * (poly4 * hn::Set(d, k1_24) - d2 * poly6 * hn::Set(d, k1_720))));
     const V lpoly3 = one + hn::Set(d, 2.0) * t + cc;
     const V lpoly5 = hn::Set(d, 5.0) - hn::Set(d, 2.0) * cc + hn::Set(d, 28.0) * t -
-                     hn::Set(d, 3.0) * cc * cc + hn::Set(d, 8.0) * ep2 +
-                     hn::Set(d, 24.0) * t * t;
+                     hn::Set(d, 3.0) * cc * cc + hn::Set(d, 8.0) * ep2 + hn::Set(d, 24.0) * t * t;
     x = hn::Set(d, tm.lam0) +
         dd * (one - d2 * (lpoly3 * hn::Set(d, k1_6) - d2 * lpoly5 * hn::Set(d, k1_120))) * invC1;
     // Far outside the series' reach the results grow past a turn, where the
@@ -173,8 +143,7 @@ HWY_INLINE M InverseKernel(D d, const Constants& tm, V& x, V& y) {
 
 template <Flavor F> void ForwardAll(const Constants& tm, PROJPOINT* points, int count) {
     KVProj::HWY_NAMESPACE::lanes::ForEachVector(
-        points, count,
-        [&tm](D d, V& x, V& y) HWY_ATTR { return ForwardKernel<F>(d, tm, x, y); },
+        points, count, [&tm](D d, V& x, V& y) HWY_ATTR { return ForwardKernel<F>(d, tm, x, y); },
         [&tm](PROJPOINT& p) { return EllipsoidForward<F>(tm, p); });
 }
 

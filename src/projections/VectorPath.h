@@ -8,6 +8,12 @@
 namespace KVProj {
 
 bool VectorPathOn();
+
+// The largest eccentricity the vector loops of the conformal modules take:
+// every e sin phi and e atanh(e sin phi) then stays within the ranges of the
+// short series of Series.h (0.09 atanh 0.09 = 0.0081), which the lanes
+// evaluate without the library fallback.
+constexpr double kLaneMaxE = 0.09;
 void SetVectorPath(bool on);
 
 } // namespace KVProj

@@ -1,35 +1,22 @@
-// Lambert Conformal Conic, always the secant (two standard parallel) cone.
-// Sphere: Snyder 15-1 to 15-5 with 14-4; ellipsoid: Snyder 15-7 to 15-11 with
-// 14-15, 15-9 and the iteration 7-9 for the inverse.
+// Lambert Conformal Conic: the cone constants and the module's entry points
+// on the formulas of LambertCore.h.
 //
 // The cone constants n, F and rho0 depend only on the record; they are formed
-// once per call and a failure among them fails every point of the call, which
-// is what evaluating them point by point would do. Equal standard parallels are
-// such a failure: the cone is undefined, and refusing the record is left to the
-// parameter validation.
+// once per call (or once per handle) and a failure among them fails every
+// point, which is what evaluating them point by point would do. Equal standard
+// parallels are such a failure: the cone is undefined, and refusing the
+// record is left to the parameter validation.
+#include "projections/LambertCore.h"
 #include "projections/Modules.h"
-#include "projections/Figure.h"
-#include "projections/Series.h"
-#include "projections/ConformalLatitude.h"
-#include "frame/Angles.h"
-#include "projections/ProjModule.h"
 
-#include <cmath>
+#include <new>
+#include <type_traits>
 
 namespace KVProj {
+namespace lcc {
 namespace {
 
 enum class Direction { Forward, Inverse };
-
-struct Cone {
-    bool sphere;
-    bool ok;  // n, F and rho0 could be formed
-    double e; // ellipsoid only
-    double e2;
-    double a; // R or a
-    double lam0;
-    double n, F, rho0;
-};
 
 // Snyder 15-1 to 15-3 with 14-4. Only the forward direction refuses L == 0:
 // the inverse lets the resulting non-finite n through to the engine's screen.
@@ -47,13 +34,6 @@ Cone SphereCone(const PROJDATA* d, Direction dir) {
     c.rho0 = c.a * c.F / p0;
     c.ok = true;
     return c;
-}
-
-// a F t^n, with a zero t under a negative n taken as the apex (rho = 0)
-// instead of evaluating an infinite power.
-inline double EllipsoidRho(const Cone& c, double t) {
-    if (t == 0.0 && c.n < 0.0) return 0.0;
-    return c.a * c.F * std::pow(t, c.n);
 }
 
 // Snyder 15-8 to 15-10 with 14-15 and 15-9.
@@ -84,83 +64,38 @@ Cone MakeCone(const PROJDATA* d, Direction dir) {
     return Figure(d).sphere ? SphereCone(d, dir) : EllipsoidCone(d);
 }
 
-inline void PlaceOnCone(const Cone& c, double rho, PROJPOINT& p) {
-    const double theta = c.n * (p.x - c.lam0); // deliberately not wrapped
-    p.x = rho * std::sin(theta);
-    p.y = c.rho0 - rho * std::cos(theta);
-}
-
-bool SphereForwardPoint(const Cone& c, PROJPOINT& p) {
-    const double pw = std::pow(std::tan(kQuarterPi + p.y / 2.0), c.n);
-    if (pw == 0.0) return false;
-    PlaceOnCone(c, c.a * c.F / pw, p);
-    return true;
-}
-
-bool EllipsoidForwardPoint(const Cone& c, PROJPOINT& p) {
-    const double phi = p.y, s = std::sin(phi);
-    if (1.0 + c.e * s == 0.0) return false;
-    if (!(1.0 - c.e2 * s * s > 0.0)) return false;
-    double rho;
-    if (std::fabs(s) <= 0.9) {
-        // t^n as exp(n ln t) with ln t = -atanh(sin phi) + e atanh(e sin phi):
-        // one logarithm-like call instead of a tangent and two powers. Away
-        // from the poles 1 -+ sin phi keeps its precision, so the value is
-        // the same to double precision.
-        rho = c.a * c.F *
-              std::exp(c.n * (c.e * AtanhSmall(c.e * s) + 0.5 * std::log((1.0 - s) / (1.0 + s))));
-    } else {
-        rho = EllipsoidRho(c, ConformalT(phi, s, c.e));
-    }
-    PlaceOnCone(c, rho, p);
-    return true;
-}
-
-// Snyder 14-10 and 15-11: polar coordinates on the cone, then the latitude
-// from rho.
-bool InversePoint(const Cone& c, PROJPOINT& p) {
-    double rho, theta;
-    ConePolar(c.n, c.rho0, p.x, p.y, &rho, &theta);
-    const double lam = theta / c.n + c.lam0;
-    double phi;
-    if (c.sphere) {
-        phi = 2.0 * std::atan(std::pow(c.a * c.F / rho, 1.0 / c.n)) - kHalfPi; // Snyder 15-5
-    } else {
-        const double aF = c.a * c.F;
-        if (aF == 0.0) return false;
-        const double t = std::pow(rho / aF, 1.0 / c.n); // Snyder 15-11
-        if (!PhiFromConformalT(t, c.e, &phi)) return false;
-    }
-    p.x = lam;
-    p.y = phi;
-    return true;
-}
-
-void FailAll(PROJPOINT* points, int count) {
-    ForEachPoint(points, count, [](PROJPOINT&) { return false; });
-}
+static_assert(sizeof(Constants) <= sizeof(ModuleConstants::bytes) &&
+                  alignof(Constants) <= alignof(ModuleConstants) &&
+                  std::is_trivially_destructible<Constants>::value,
+              "the cone constants fit a handle's block");
 
 } // namespace
 
+bool Prepare(const PROJDATA* work, ModuleConstants* out) {
+    new (out->bytes)
+        Constants{MakeCone(work, Direction::Forward), MakeCone(work, Direction::Inverse)};
+    return true;
+}
+
+void PreparedForward(const ModuleConstants& k, PROJPOINT* points, int count) {
+    Forward(reinterpret_cast<const Constants*>(k.bytes)->forward, points, count);
+}
+
+void PreparedInverse(const ModuleConstants& k, PROJPOINT* points, int count) {
+    Inverse(reinterpret_cast<const Constants*>(k.bytes)->inverse, points, count);
+}
+
+} // namespace lcc
+
 bool LambertForward(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const Cone c = MakeCone(data, Direction::Forward);
-    if (!c.ok)
-        FailAll(points, count);
-    else if (c.sphere)
-        ForEachPoint(points, count, [&c](PROJPOINT& p) { return SphereForwardPoint(c, p); });
-    else
-        ForEachPoint(points, count, [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
+    lcc::Forward(lcc::MakeCone(data, lcc::Direction::Forward), points, count);
     return true;
 }
 
 bool LambertInverse(const PROJDATA* data, PROJPOINT* points, int count) {
     KV_MODULE_CHECK_ARGS(data, points, count);
-    const Cone c = MakeCone(data, Direction::Inverse);
-    if (!c.ok)
-        FailAll(points, count);
-    else
-        ForEachPoint(points, count, [&c](PROJPOINT& p) { return InversePoint(c, p); });
+    lcc::Inverse(lcc::MakeCone(data, lcc::Direction::Inverse), points, count);
     return true;
 }
 

@@ -1,0 +1,123 @@
+// The ellipsoidal Lambert conformal conic loops a vector of points at a time,
+// compiled for every instruction set Highway knows and chosen at run time; the
+// formulas of LambertCore.h in the same order of operations (no contraction
+// into fused multiply-adds in this source).
+//
+// Forward, sin phi is the C library's, lane by lane (rho magnifies its last
+// bit tenfold at the edge of the logarithmic form), the logarithm
+// LaneMath-inl.h's, the exponential Highway's (each within an ulp), and the
+// sine and cosine of the cone angle the kernel of LaneMath-inl.h. Inverse,
+// the polar angle from Highway's arctangent, t^(1/n) as exp(ln t / n), the
+// latitude iteration lane by lane with the per-point loop's stopping rule.
+// Lanes the per-point functions treat specially (beyond sin phi = 0.9 going
+// forward, the apex, t out of the iteration's range, an iteration that would
+// run out, a marker) send their vector through those functions.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "projections/LambertLanes.cpp"
+#include <hwy/foreach_target.h> // IWYU pragma: keep
+
+#include <hwy/highway.h>
+
+#include "projections/LambertCore.h"
+#include "projections/LaneLoop-inl.h"
+#include "projections/LaneMath-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace KVProj {
+namespace lcc {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+namespace lanes = KVProj::HWY_NAMESPACE::lanes;
+using lanes::D;
+using lanes::M;
+using lanes::V;
+
+// Snyder 15-7 and 15-9 to 15-11 with 14-1, 14-2 on every lane; the special
+// lanes are returned.
+HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y) {
+    const V one = hn::Set(d, 1.0), e = hn::Set(d, c.e), n = hn::Set(d, c.n);
+    const M inside = hn::Le(hn::Abs(y), hn::Set(d, kHalfPi)); // false for NaN
+    M special = hn::Not(inside);
+    const V s = lanes::LibrarySin(d, hn::IfThenElseZero(inside, y));
+    const V es = e * s;
+    special = hn::Or(special, hn::Gt(hn::Abs(s), hn::Set(d, kLogFormLimit)));
+    special = hn::Or(special, hn::Eq(one + es, hn::Zero(d)));
+    special = hn::Or(special, hn::Not(hn::Gt(one - hn::Set(d, c.e2) * s * s, hn::Zero(d))));
+    const V q = (one - s) / (one + s);
+    special = hn::Or(special, hn::Not(lanes::LogDomain(d, q)));
+    const V lnT = e * lanes::AtanhSmall(d, es) + hn::Set(d, 0.5) * lanes::Log(d, q);
+    const V rho = hn::Set(d, c.a * c.F) * hn::Exp(d, n * lnT);
+    const V theta = n * (x - hn::Set(d, c.lam0)); // deliberately not wrapped
+    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(theta), hn::Set(d, lanes::kTrigLimit))));
+    V st, ct;
+    lanes::SinCos(d, hn::IfThenZeroElse(special, theta), &st, &ct);
+    x = rho * st;
+    y = hn::Set(d, c.rho0) - rho * ct;
+    return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
+}
+
+// Snyder 14-10, 14-11, 15-11 and the iteration 7-9 on every lane; the special
+// lanes are returned.
+HWY_INLINE M InverseKernel(D d, const Cone& c, V& x, V& y) {
+    const V dy = hn::Set(d, c.rho0) - y;
+    V rho = hn::Sqrt(x * x + dy * dy);
+    M special = hn::FirstN(d, 0);
+    V theta;
+    if (c.n < 0.0) { // ConePolar: rho carries the sign of n
+        rho = hn::Neg(rho);
+        theta = lanes::Atan2(d, hn::Neg(x), hn::Neg(dy), &special);
+    } else {
+        theta = lanes::Atan2(d, x, dy, &special);
+    }
+    const V lam = theta / hn::Set(d, c.n) + hn::Set(d, c.lam0);
+    const V r = rho / hn::Set(d, c.a * c.F);
+    special = hn::Or(special, hn::Not(lanes::LogDomain(d, r)));
+    const V z = lanes::Log(d, hn::IfThenElse(special, hn::Set(d, 1.0), r)) * hn::Set(d, 1.0 / c.n);
+    // Within these bounds the exponential is a normal number either way.
+    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(z), hn::Set(d, 700.0))));
+    const V t = hn::Exp(d, hn::IfThenZeroElse(special, z));
+    y = lanes::PhiFromConformalT(d, t, c.e, &special);
+    x = lam;
+    return special;
+}
+
+void ForwardLanes(const Cone& c, PROJPOINT* points, int count) {
+    lanes::ForEachVector(
+        points, count, [&c](D d, V& x, V& y) HWY_ATTR { return ForwardKernel(d, c, x, y); },
+        [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
+}
+
+void InverseLanes(const Cone& c, PROJPOINT* points, int count) {
+    lanes::ForEachVector(
+        points, count, [&c](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, c, x, y); },
+        [&c](PROJPOINT& p) { return InversePoint(c, p); });
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace lcc
+} // namespace KVProj
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace KVProj {
+namespace lcc {
+
+HWY_EXPORT(ForwardLanes);
+HWY_EXPORT(InverseLanes);
+
+// The inverse refuses a zero a F point by point; such a cone stays there.
+bool LanesFit(const Cone& c) {
+    return c.ok && !c.sphere && c.e <= kLaneMaxE && c.a * c.F != 0.0 && std::isfinite(c.n);
+}
+
+void EllipsoidForwardLanes(const Cone& c, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(ForwardLanes)(c, points, count);
+}
+
+void EllipsoidInverseLanes(const Cone& c, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(InverseLanes)(c, points, count);
+}
+
+} // namespace lcc
+} // namespace KVProj
+#endif

@@ -1,0 +1,104 @@
+// The ellipsoidal Mercator loops a vector of points at a time, compiled for
+// every instruction set Highway knows and chosen at run time; the formulas of
+// MercCore.h in the same order of operations (no contraction into fused
+// multiply-adds in this source).
+//
+// Forward, sin phi is the C library's, lane by lane: near the poles
+// ln((1 + sin phi) / (1 - sin phi)) turns one ulp of sin phi into decimetres
+// of northing at 89.9 degrees, so only the same bits keep the paths together;
+// the logarithm is LaneMath-inl.h's (within an ulp) and atanh its series.
+// Inverse, t from Highway's exponential (within an ulp), the latitude
+// iteration lane by lane with the per-point loop's stopping rule, and the
+// final arctangent Highway's. Lanes the per-point functions treat specially
+// (beyond the largest latitude, a failed guard, a marker, t out of the
+// iteration's range, an iteration that would run out) send their vector
+// through those functions.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "projections/MercLanes.cpp"
+#include <hwy/foreach_target.h> // IWYU pragma: keep
+
+#include <hwy/highway.h>
+
+#include "projections/LaneLoop-inl.h"
+#include "projections/LaneMath-inl.h"
+#include "projections/MercCore.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace KVProj {
+namespace merc {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+namespace lanes = KVProj::HWY_NAMESPACE::lanes;
+using lanes::D;
+using lanes::M;
+using lanes::V;
+
+// Snyder 7-6 and 7-7 on every lane; the special lanes are returned.
+HWY_INLINE M ForwardKernel(D d, const Constants& m, V& x, V& y) {
+    const V one = hn::Set(d, 1.0), e = hn::Set(d, m.e), a = hn::Set(d, m.a), k = hn::Set(d, m.k);
+    const M inside = hn::Le(hn::Abs(y), hn::Set(d, kPhiMax)); // false for NaN
+    M special = hn::Not(inside);
+    const V s = lanes::LibrarySin(d, hn::IfThenElseZero(inside, y));
+    const V es = e * s;
+    special = hn::Or(special, hn::Or(hn::Eq(one - s, hn::Zero(d)), hn::Eq(one + es, hn::Zero(d))));
+    const V q = (one + s) / (one - s);
+    special = hn::Or(special, hn::Not(lanes::LogDomain(d, q)));
+    x = (x - hn::Set(d, m.lam0)) * a * k;
+    y = (hn::Set(d, m.a / 2.0) *
+         (lanes::Log(d, q) - hn::Set(d, 2.0 * m.e) * lanes::AtanhSmall(d, es))) *
+        k;
+    return special;
+}
+
+// Snyder 7-10 and the iteration 7-9 on every lane; the special lanes are returned.
+HWY_INLINE M InverseKernel(D d, const Constants& m, V& x, V& y) {
+    const V k = hn::Set(d, m.k), a = hn::Set(d, m.a);
+    const V lam = (x / k) / a + hn::Set(d, m.lam0);
+    const V arg = hn::Neg(y / k) / a * hn::Set(d, kLnBase);
+    // Within these bounds the exponential is a normal number either way.
+    M special = hn::Not(hn::Le(hn::Abs(arg), hn::Set(d, 700.0)));
+    const V t = hn::Exp(d, hn::IfThenElseZero(hn::Not(special), arg));
+    y = lanes::PhiFromConformalT(d, t, m.e, &special);
+    x = lam;
+    return special;
+}
+
+void ForwardLanes(const Constants& m, PROJPOINT* points, int count) {
+    lanes::ForEachVector(
+        points, count, [&m](D d, V& x, V& y) HWY_ATTR { return ForwardKernel(d, m, x, y); },
+        [&m](PROJPOINT& p) { return EllipsoidForward(m, p); });
+}
+
+void InverseLanes(const Constants& m, PROJPOINT* points, int count) {
+    lanes::ForEachVector(
+        points, count, [&m](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, m, x, y); },
+        [&m](PROJPOINT& p) { return EllipsoidInverse(m, p); });
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace merc
+} // namespace KVProj
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace KVProj {
+namespace merc {
+
+HWY_EXPORT(ForwardLanes);
+HWY_EXPORT(InverseLanes);
+
+bool LanesFit(const Constants& m) {
+    return !m.sphere && m.ok && m.k != 0.0 && m.e <= kLaneMaxE;
+}
+
+void EllipsoidForwardLanes(const Constants& m, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(ForwardLanes)(m, points, count);
+}
+
+void EllipsoidInverseLanes(const Constants& m, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(InverseLanes)(m, points, count);
+}
+
+} // namespace merc
+} // namespace KVProj
+#endif
