@@ -25,8 +25,11 @@ using D = hn::CappedTag<double, kSumLanes>;
 using V = hn::Vec<D>;
 
 // e^x for x <= 0: x = q ln 2 + r with |r| <= ln 2 / 2 (q rounded by adding
-// 1.5 * 2^52, whose low mantissa bits then hold q), e^r by its Taylor series to
-// r^13 (truncation below 4e-18 relative), times 2^q built in the exponent bits.
+// 1.5 * 2^52, whose low mantissa bits then hold q), e^r by a degree-11
+// polynomial, times 2^q built in the exponent bits. The coefficients are the
+// Chebyshev fit of e^r on [-ln 2 / 2, ln 2 / 2] (near minimax, computed at 50
+// digits); rounded to doubles they stay within 1.7e-17 relative of e^r, two
+// terms fewer than the Taylor series of the same accuracy.
 // Below -708 the result is about 1e-308 instead of smaller.
 V ExpNonPositive(D d, V x) {
     const hn::RebindToSigned<D> di;
@@ -36,13 +39,15 @@ V ExpNonPositive(D d, V x) {
     const V q = hn::Sub(t, magic);
     V r = hn::MulAdd(q, hn::Set(d, -0.6931471805599453), x);   // ln 2, high part
     r = hn::MulAdd(q, hn::Set(d, -2.3190468138462996e-17), r); // ln 2, low part
-    // Even and odd Taylor terms as two short Horner chains in r^2.
+    // Even and odd terms as two short Horner chains in r^2.
     const V r2 = hn::Mul(r, r);
-    V even = hn::Set(d, 1.0 / 479001600.0); // 1/12!
-    V odd = hn::Set(d, 1.0 / 6227020800.0); // 1/13!
-    constexpr double kEven[] = {1.0 / 3628800, 1.0 / 40320, 1.0 / 720, 1.0 / 24, 0.5, 1.0};
-    constexpr double kOdd[] = {1.0 / 39916800, 1.0 / 362880, 1.0 / 5040, 1.0 / 120, 1.0 / 6, 1.0};
-    for (int i = 0; i < 6; ++i) {
+    V even = hn::Set(d, 2.763263963904103e-07);  // r^10
+    V odd = hn::Set(d, 2.5110037605963777e-08); // r^11
+    constexpr double kEven[] = {2.4801485482328494e-05, 0.0013888888952314775, 0.0416666666664881,
+                                0.5000000000000019, 1.0};
+    constexpr double kOdd[] = {2.755724091857897e-06, 0.00019841269890047113,
+                               0.008333333333319601, 0.1666666666666668, 1.0};
+    for (int i = 0; i < 5; ++i) {
         even = hn::MulAdd(even, r2, hn::Set(d, kEven[i]));
         odd = hn::MulAdd(odd, r2, hn::Set(d, kOdd[i]));
     }
