@@ -271,6 +271,17 @@ int StreamChoices(const Options& o, StreamOptions* stream, double scales[2]) {
     return EXIT_OK;
 }
 
+// Runs the stream through the stages, with --latlon on the geographic sides
+// and the library's reports printed as they come.
+int RunStream(const Options& o, const Pipeline& stages, StreamOptions& stream) {
+    stream.latFirstIn = o.latlon && !stages.inverse;
+    stream.latFirstOut = o.latlon && !stages.forward;
+    KVRegisterCallerInstance(PrintReport, nullptr);
+    const int status = ConvertStream(o.input, stages, stream);
+    KVUnregisterCallerInstance();
+    return status;
+}
+
 int Run(const Options& o) {
     ProjRequest plain, src, dst;
     std::string error;
@@ -303,12 +314,7 @@ int Run(const Options& o) {
             return Usage(error);
         if (o.precision.empty()) stream.precision = stages.forward ? 3 : 9;
         stream.lonLatInput = stages.inverse == nullptr;
-        stream.latFirstIn = o.latlon && !stages.inverse;
-        stream.latFirstOut = o.latlon && !stages.forward;
-        KVRegisterCallerInstance(PrintReport, nullptr);
-        const int status = ConvertStream(o.input, stages, stream);
-        KVUnregisterCallerInstance();
-        return status;
+        return RunStream(o, stages, stream);
     }
     const bool files = !o.srcFile.empty() || !o.dstFile.empty();
     if (files) {
@@ -353,12 +359,7 @@ int Run(const Options& o) {
         return Usage("--dst-units is for a projected destination, and the destination is not projected");
     if (o.latlon && stages.inverse && stages.forward)
         return Usage("--latlon is for longitude and latitude, and both sides are projected");
-    stream.latFirstIn = o.latlon && !stages.inverse;
-    stream.latFirstOut = o.latlon && !stages.forward;
-    KVRegisterCallerInstance(PrintReport, nullptr);
-    const int status = ConvertStream(o.input, stages, stream);
-    KVUnregisterCallerInstance();
-    return status;
+    return RunStream(o, stages, stream);
 }
 
 Runner SetUp(CLI::App& app) {
