@@ -492,6 +492,38 @@ TEST(GeorefWarp, LongArraysGiveWhatEachPointGivesAlone) {
     }
 }
 
+// The polynomial fits evaluate whole vectors of points with x and y side by
+// side in the lanes: a marker in either member of a point keeps that point
+// whole and touches no neighbour, at every position within a vector.
+TEST(GeorefForward, PolynomialLanesKeepPointsApart) {
+    Controls noisy = OracleControls();
+    std::vector<GEOREFPOINT> pts = RandomPoints(kPixels, 67, 11);
+    for (size_t i : {0, 9, 18, 27})
+        pts[i].x = KVPROJ_UNPLOTTABLE;
+    for (size_t i : {4, 13, 22, 31, 66})
+        pts[i].y = KVPROJ_UNPLOTTABLE;
+    pts[40] = {KVPROJ_UNPLOTTABLE, KVPROJ_UNPLOTTABLE};
+    for (int method : {TM_HELMERT, TM_AFFINE, TM_FIRST_ORDER, TM_SECOND_ORDER, TM_THIRD_ORDER}) {
+        Handle h(noisy.Record(method));
+        ASSERT_NE(h.h, nullptr) << method;
+        std::vector<GEOREFPOINT> all = pts;
+        ASSERT_TRUE(RefForward(h.h, all.data(), static_cast<int>(all.size())));
+        for (size_t i = 0; i < pts.size(); ++i) {
+            GEOREFPOINT one = pts[i];
+            ASSERT_TRUE(RefForward(h.h, &one, 1));
+            const bool marked = pts[i].x == KVPROJ_UNPLOTTABLE || pts[i].y == KVPROJ_UNPLOTTABLE;
+            if (marked) {
+                EXPECT_EQ(all[i].x, pts[i].x) << method << " " << i;
+                EXPECT_EQ(all[i].y, pts[i].y) << method << " " << i;
+            } else {
+                EXPECT_NE(all[i].x, pts[i].x) << method << " " << i;
+            }
+            EXPECT_EQ(all[i].x, one.x) << method << " " << i;
+            EXPECT_EQ(all[i].y, one.y) << method << " " << i;
+        }
+    }
+}
+
 // A failed calibration fails the creation; its registration object is kept,
 // never released, as on every failed creation.
 TEST(GeorefWarp, FailedCalibrationAbandonsTheRegistration) {

@@ -41,12 +41,12 @@ V ExpNonPositive(D d, V x) {
     r = hn::MulAdd(q, hn::Set(d, -2.3190468138462996e-17), r); // ln 2, low part
     // Even and odd terms as two short Horner chains in r^2.
     const V r2 = hn::Mul(r, r);
-    V even = hn::Set(d, 2.763263963904103e-07);  // r^10
+    V even = hn::Set(d, 2.763263963904103e-07); // r^10
     V odd = hn::Set(d, 2.5110037605963777e-08); // r^11
     constexpr double kEven[] = {2.4801485482328494e-05, 0.0013888888952314775, 0.0416666666664881,
                                 0.5000000000000019, 1.0};
-    constexpr double kOdd[] = {2.755724091857897e-06, 0.00019841269890047113,
-                               0.008333333333319601, 0.1666666666666668, 1.0};
+    constexpr double kOdd[] = {2.755724091857897e-06, 0.00019841269890047113, 0.008333333333319601,
+                               0.1666666666666668, 1.0};
     for (int i = 0; i < 5; ++i) {
         even = hn::MulAdd(even, r2, hn::Set(d, kEven[i]));
         odd = hn::MulAdd(odd, r2, hn::Set(d, kOdd[i]));

@@ -40,7 +40,7 @@ struct Options {
     std::string grid;                  // an NTv2 file shifting between the projections
     bool gridInverse = false;          // from the grid's new datum to its old one
     std::vector<std::string> gridDirs; // folders searched for the datums' grid files
-    std::string srcFile, dstFile; // side files that give a side's projection and datum
+    std::string srcFile, dstFile;      // side files that give a side's projection and datum
     bool strict = false;
     std::string precision;
     std::string marker = "unplottable";
@@ -103,8 +103,9 @@ bool PlaceProjections(const ProjRequest& plain, const std::string& direction, Pr
 // `scale` (0: as the record has it) sets the record's unit.
 void* MakeHandle(KVProj::PROJDATA* data, const char* side, double scale) {
     if (scale != 0.0 && data->Scale != 1.0 && data->Scale != scale)
-        std::fprintf(stderr, "kvproj: convert: note: the unit given replaces the %s projection's Scale %s\n",
-                     side, FormatShortest(data->Scale).c_str());
+        std::fprintf(
+            stderr, "kvproj: convert: note: the unit given replaces the %s projection's Scale %s\n",
+            side, FormatShortest(data->Scale).c_str());
     if (scale != 0.0) data->Scale = scale;
     const RecordVerdict verdict = CheckRecord(*data);
     if (verdict.parameter != 0) {
@@ -168,9 +169,13 @@ bool ReadSide(const std::string& file, const char* side, double scale, void** ha
               DatumChoice* datum, bool* hasDatum, std::string* error) {
     SideRecords r;
     if (!ReadSideFile(file, &r, error)) return false;
-    if (!r.hasProj && !r.hasDatum) return (*error = "'" + file + "' holds no coordinate system"), false;
-    if (r.hasProj && r.proj.Type != KVProj::PT_UNPROJECTED && !(*handle = MakeHandle(&r.proj, side, scale)))
-        return (*error = "the " + std::string(side) + " projection of '" + file + "' is not usable"), false;
+    if (!r.hasProj && !r.hasDatum)
+        return (*error = "'" + file + "' holds no coordinate system"), false;
+    if (r.hasProj && r.proj.Type != KVProj::PT_UNPROJECTED &&
+        !(*handle = MakeHandle(&r.proj, side, scale)))
+        return (*error =
+                    "the " + std::string(side) + " projection of '" + file + "' is not usable"),
+               false;
     *hasDatum = r.hasDatum;
     if (r.hasDatum) {
         datum->type = r.datum;
@@ -186,7 +191,9 @@ bool MakeDatumFromChoices(const DatumChoice& src, const DatumChoice& dst, Pipeli
     const KVProj::DATUMXFORM xform = MakeDatumXform(src, dst);
     char message[256] = "";
     if (KVProj::DatCheckParams(&xform, message, false) != 0)
-        return (*error = "cannot convert from '" + src.name + "' to '" + dst.name + "': " + message), false;
+        return (*error =
+                    "cannot convert from '" + src.name + "' to '" + dst.name + "': " + message),
+               false;
     stages->datum = KVProj::DatCreateDatum(&xform);
     if (!stages->datum) *error = "cannot create the datum conversion";
     return stages->datum != nullptr;
@@ -206,9 +213,12 @@ int StagesWithFiles(const Options& o, const ProjRequest& src, const ProjRequest&
     for (int i = 0; i < 2; ++i) {
         if (!files[i]->empty()) {
             if (requests[i]->given)
-                return Usage(std::string("two ") + sides[i] + " projections: a side file and --proj, --zone or --utm");
+                return Usage(std::string("two ") + sides[i] +
+                             " projections: a side file and --proj, --zone or --utm");
             bool hasDatum = false;
-            if (!ReadSide(*files[i], sides[i], scales[i], handles[i], &datums[i], &hasDatum, &error)) return Usage(error);
+            if (!ReadSide(*files[i], sides[i], scales[i], handles[i], &datums[i], &hasDatum,
+                          &error))
+                return Usage(error);
             known[i] = hasDatum;
         }
         if (!named[i]->empty()) {
@@ -256,16 +266,20 @@ int StreamChoices(const Options& o, StreamOptions* stream, double scales[2]) {
     ColumnSpec spec;
     std::string error;
     if (!o.cols.empty() && !ParseColumnSpec(o.cols, &spec, &error)) return Usage(error);
-    if (spec.byName && o.noHeader) return Usage("--cols names columns, but --no-header says there is no header line");
+    if (spec.byName && o.noHeader)
+        return Usage("--cols names columns, but --no-header says there is no header line");
     stream->columns = o.cols;
     if (o.threads < 0 || o.threads > 256) return Usage("--threads takes 0 (every core) to 256");
-    stream->threads = o.threads == 0 ? static_cast<int>(std::max(1u, std::thread::hardware_concurrency())) : o.threads;
+    stream->threads = o.threads == 0
+                          ? static_cast<int>(std::max(1u, std::thread::hardware_concurrency()))
+                          : o.threads;
     double all = 0.0;
     const std::string* names[3] = {&o.units, &o.srcUnits, &o.dstUnits};
     double* targets[3] = {&all, &scales[0], &scales[1]};
     for (int i = 0; i < 3; ++i)
         if (!UnitScale(*names[i], targets[i]))
-            return Usage("a unit is m, us-ft (US survey foot) or ft (international foot), not '" + *names[i] + "'");
+            return Usage("a unit is m, us-ft (US survey foot) or ft (international foot), not '" +
+                         *names[i] + "'");
     for (int i = 0; i < 2; ++i)
         if (scales[i] == 0.0) scales[i] = all;
     return EXIT_OK;
@@ -356,7 +370,8 @@ int Run(const Options& o) {
     if (!o.srcUnits.empty() && !stages.inverse)
         return Usage("--src-units is for a projected source, and the source is not projected");
     if (!o.dstUnits.empty() && !stages.forward)
-        return Usage("--dst-units is for a projected destination, and the destination is not projected");
+        return Usage(
+            "--dst-units is for a projected destination, and the destination is not projected");
     if (o.latlon && stages.inverse && stages.forward)
         return Usage("--latlon is for longitude and latitude, and both sides are projected");
     return RunStream(o, stages, stream);
@@ -399,8 +414,7 @@ Runner SetUp(CLI::App& app) {
     app.add_flag("--grid-inv", o->gridInverse, "shift from the grid's new datum to its old");
     app.add_option("--grid-dir", o->gridDirs, "search DIR for the datums' grid files")
         ->allow_extra_args(false);
-    app.add_option("--src-file,--src-prj", o->srcFile,
-                   "source projection and datum from FILE");
+    app.add_option("--src-file,--src-prj", o->srcFile, "source projection and datum from FILE");
     app.add_option("--dst-file,--dst-prj", o->dstFile,
                    "destination projection and datum from FILE");
     AddCrsOptions(app, true, &o->crs);
@@ -412,8 +426,10 @@ Runner SetUp(CLI::App& app) {
     app.add_flag("--latlon", o->latlon, "latitude first on the longitude/latitude side");
     app.add_flag("--header", o->header, "the first line names the columns");
     app.add_flag("--no-header", o->noHeader, "the first line is a point");
-    app.add_option("--units", o->units, "m, us-ft or ft on every projected side")->type_name("UNIT");
-    app.add_option("--src-units", o->srcUnits, "m, us-ft or ft on the source side")->type_name("UNIT");
+    app.add_option("--units", o->units, "m, us-ft or ft on every projected side")
+        ->type_name("UNIT");
+    app.add_option("--src-units", o->srcUnits, "m, us-ft or ft on the source side")
+        ->type_name("UNIT");
     app.add_option("--dst-units", o->dstUnits, "m, us-ft or ft on the destination side")
         ->type_name("UNIT");
     app.add_option("--threads", o->threads, "blocks converted at once (0: every core; default 1)")
