@@ -26,9 +26,9 @@ namespace shift {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-using D = hn::ScalableTag<double>;
-using V = hn::Vec<D>;
-using M = hn::Mask<D>;
+// Every function below takes the tag of its vector width: a whole vector, or
+// the narrowest one holding the last few points of a call. The arithmetic of
+// a lane is the same at every width.
 
 // ---------------------------------------------------------------- sin, cos
 // Arguments beyond this (radians) are left to the per-point functions.
@@ -45,6 +45,7 @@ constexpr double kHalfPi4 = 8.47842766036889956997e-32;
 // series of sin r to r^17 and of cos r to r^18 (truncation below 1e-19), and
 // the quadrant k mod 4. Within about an ulp of the correctly rounded values,
 // relative to the result near its zeros; sin(-0) is -0.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE void SinCos(D d, V x, V* s, V* c) {
     // + 0 turns a k of -0 into +0, so that r is x itself (sign of zero kept).
     const V k = hn::Round(x * hn::Set(d, 2.0 / kPi)) + hn::Zero(d);
@@ -74,7 +75,7 @@ HWY_INLINE void SinCos(D d, V x, V* s, V* c) {
 // atan2(y, x) from Highway's arc tangent of a quotient no larger than 1 in
 // magnitude (3 ulp, and half an ulp for the quotient). x = y = 0 gives NaN,
 // which sends the lane to the per-point function.
-HWY_INLINE V Atan2(D d, V y, V x) {
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>> HWY_INLINE V Atan2(D d, V y, V x) {
     const V ax = hn::Abs(x), ay = hn::Abs(y);
     const M steep = hn::Gt(ay, ax);
     V t = hn::Atan(d, hn::IfThenElse(steep, ax, ay) / hn::IfThenElse(steep, ay, ax));
@@ -84,6 +85,7 @@ HWY_INLINE V Atan2(D d, V y, V x) {
 }
 
 // Lanes whose value is beyond `limit` in magnitude or not a number.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M Beyond(D d, V v, double limit) {
     return hn::Not(hn::Le(hn::Abs(v), hn::Set(d, limit)));
 }
@@ -96,6 +98,7 @@ HWY_INLINE M Beyond(D d, V v, double limit) {
 // than 1e-13 degree once the shift is added.
 constexpr double kMolodenskyLimit = 720.0;
 
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M MolodenskyKernel(D d, const Molodensky& c, V& x, V& y) {
     const V lonDeg = x + hn::Set(d, c.pm);
     const V lam = lonDeg * hn::Set(d, kDegToRad), phi = y * hn::Set(d, kDegToRad);
@@ -126,6 +129,7 @@ HWY_INLINE M MolodenskyKernel(D d, const Molodensky& c, V& x, V& y) {
 // longitude turns fast with X and Y, and a last-bit difference in the
 // latitude a first step hands on grows by tan(latitude) times the shift over
 // the distance from the axis.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M BursaWolfKernel(D d, const BursaWolf& c, V& x, V& y) {
     const V one = hn::Set(d, 1.0);
     const V lam = (x + hn::Set(d, c.pm)) * hn::Set(d, kDegToRad);
@@ -163,6 +167,7 @@ constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(double);
 
 // Lanes holding the marker or a value that is not finite: the per-point
 // function passes the first and carries the others through its own arithmetic.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M Unusual(D d, V x, V y) {
     const V marker = hn::Set(d, kUnplottable);
     const M held = hn::Or(hn::Eq(x, marker), hn::Eq(y, marker));
@@ -172,13 +177,13 @@ HWY_INLINE M Unusual(D d, V x, V y) {
 // One vector of points loaded from and stored to `xy` (the points themselves,
 // or a pad whose first `valid` points are copied back); the lanes the kernel
 // cannot take are converted again from their input by `fn`.
-template <class Kernel, class PointFn>
+template <class D, class Kernel, class PointFn>
 HWY_INLINE void Block(D d, double* xy, DATUMPOINT* points, size_t valid, const Kernel& kernel,
                       const PointFn& fn) {
-    V x, y;
+    hn::Vec<D> x, y;
     hn::LoadInterleaved2(d, xy, x, y);
-    const V x0 = x, y0 = y;
-    const M redo = hn::Or(Unusual(d, x, y), kernel(d, x, y));
+    const hn::Vec<D> x0 = x, y0 = y;
+    const hn::Mask<D> redo = hn::Or(Unusual(d, x, y), kernel(d, x, y));
     hn::StoreInterleaved2(x, y, d, xy);
     if (xy != reinterpret_cast<double*>(points))
         std::memcpy(static_cast<void*>(points), xy, valid * sizeof(DATUMPOINT));
@@ -194,33 +199,45 @@ HWY_INLINE void Block(D d, double* xy, DATUMPOINT* points, size_t valid, const K
     }
 }
 
-// Every point, a whole vector at a time; the last partial vector is filled up
-// with copies of its first point, so that even a single point takes the same
-// arithmetic as in a long array.
+// The last `rest` points (fewer than a whole vector) in one vector of width
+// `d`, filled up with copies of the first.
+template <class D, class Kernel, class PointFn>
+HWY_INLINE void Padded(D d, DATUMPOINT* points, size_t rest, const Kernel& kernel,
+                       const PointFn& fn) {
+    HWY_ALIGN DATUMPOINT pad[kMaxLanes];
+    for (size_t j = 0; j < hn::Lanes(d); ++j)
+        pad[j] = points[j < rest ? j : 0];
+    Block(d, reinterpret_cast<double*>(pad), points, rest, kernel, fn);
+}
+
+// Every point, a whole vector at a time; the last few in the narrowest vector
+// that holds them, so that even a single point takes the same arithmetic as
+// in a long array, at the cost of two lanes.
 template <class Kernel, class PointFn>
 void ForEachVector(DATUMPOINT* points, int count, const Kernel& kernel, const PointFn& fn) {
-    const D d;
+    const hn::ScalableTag<double> d;
     const size_t n = hn::Lanes(d), total = static_cast<size_t>(count);
     size_t i = 0;
     for (; i + n <= total; i += n)
         Block(d, reinterpret_cast<double*>(points + i), points + i, n, kernel, fn);
     const size_t rest = total - i;
     if (rest == 0) return;
-    HWY_ALIGN DATUMPOINT pad[kMaxLanes];
-    for (size_t j = 0; j < n; ++j)
-        pad[j] = points[i + (j < rest ? j : 0)];
-    Block(d, reinterpret_cast<double*>(pad), points + i, rest, kernel, fn);
+    if (n > 2 && rest <= 2) return Padded(hn::CappedTag<double, 2>(), points + i, rest, kernel, fn);
+    if (n > 4 && rest <= 4) return Padded(hn::CappedTag<double, 4>(), points + i, rest, kernel, fn);
+    Padded(d, points + i, rest, kernel, fn);
 }
 
 void MolodenskyAll(const Molodensky& c, DATUMPOINT* points, int count) {
     ForEachVector(
-        points, count, [&c](D d, V& x, V& y) HWY_ATTR { return MolodenskyKernel(d, c, x, y); },
+        points, count,
+        [&c](auto d, auto& x, auto& y) HWY_ATTR { return MolodenskyKernel(d, c, x, y); },
         [&c](DATUMPOINT& p) { MolodenskyPoint(c, p); });
 }
 
 void BursaWolfAll(const BursaWolf& c, DATUMPOINT* points, int count) {
     ForEachVector(
-        points, count, [&c](D d, V& x, V& y) HWY_ATTR { return BursaWolfKernel(d, c, x, y); },
+        points, count,
+        [&c](auto d, auto& x, auto& y) HWY_ATTR { return BursaWolfKernel(d, c, x, y); },
         [&c](DATUMPOINT& p) { BursaWolfPoint(c, p); });
 }
 
