@@ -275,6 +275,45 @@ TEST(DatumLanesSteps, HostileInputsAsPerPointPath) {
     }
 }
 
+// The passes before and after the steps give the same bits either way: two
+// caller steps "none" (only the passes run) on points that need folding and
+// turning, hostile values and values near overflow, in one call and in short
+// calls.
+TEST(DatumLanesPasses, BitForBitAsPerPointPasses) {
+    DATUMXFORM none = Request(DATUM_USER_DEFINED, DATUM_USER_DEFINED);
+    none.Step1.Method = none.Step2.Method = DM_NOXFORM;
+    std::mt19937_64 rng(3);
+    std::uniform_real_distribution<double> lon(-800, 800), lat(-300, 300);
+    std::vector<DATUMPOINT> pts(20000);
+    for (DATUMPOINT& p : pts)
+        p = {lon(rng), lat(rng)};
+    const DATUMPOINT extra[] = {{-360, 0},
+                                {360, -90},
+                                {-180, 90},
+                                {180, -90.0},
+                                {-0.0, -0.0},
+                                {180.00000000000003, 0},
+                                {-359.99999999999994, 1},
+                                {1e308, -1e308},
+                                {kMarker, 5},
+                                {5, kMarker},
+                                {kNaN, kInf},
+                                {720, 180},
+                                {-540, 270},
+                                {1e-320, -1e-320}};
+    for (size_t i = 0; i < pts.size(); i += 7)
+        pts[i] = extra[(i / 7) % (sizeof extra / sizeof extra[0])];
+    for (int k = 0; k < 1000; ++k) // the common case alone, and its edges
+        pts[k] = {-360.0 + 0.72 * k, -90.0 + 0.18 * k};
+    for (bool chunked : {false, true}) {
+        const Outcome v = Convert(none, pts, true, chunked), s = Convert(none, pts, false, chunked);
+        EXPECT_EQ(v.ok, s.ok);
+        EXPECT_EQ(v.unplottable, s.unplottable);
+        EXPECT_EQ(std::memcmp(v.points.data(), s.points.data(), pts.size() * sizeof(DATUMPOINT)), 0)
+            << (chunked ? "short calls" : "one call");
+    }
+}
+
 // Conversions on separate handles from several threads with the vector path
 // (the instruction set is chosen by whichever call comes first).
 TEST(DatumLanesThreads, SeparateHandlesAgree) {

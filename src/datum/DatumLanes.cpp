@@ -6,6 +6,9 @@
 // ulp of the C library's), the arc tangent from Highway's (3 ulp), so a result
 // may differ from the per-point one in its last bits only: below 1e-13 degree.
 // Lanes where that would not hold are redone by the per-point functions.
+//
+// Also the conversion's passes before and after the steps (DatumPasses.h),
+// bit for bit as their per-point functions.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "datum/DatumLanes.cpp"
 #include <hwy/foreach_target.h> // IWYU pragma: keep
@@ -13,6 +16,7 @@
 #include <hwy/contrib/math/math-inl.h>
 #include <hwy/highway.h>
 
+#include "datum/DatumPasses.h"
 #include "datum/DatumSteps.h"
 #include "frame/Angles.h"
 
@@ -175,74 +179,152 @@ HWY_INLINE M Unusual(D d, V x, V y) {
 }
 
 // One vector of points loaded from and stored to `xy` (the points themselves,
-// or a pad whose first `valid` points are copied back); the lanes the kernel
-// cannot take are converted again from their input by `fn`.
+// or a pad whose first `valid` points are copied back), the first of them
+// point number `first` of the call; the lanes the kernel cannot take are
+// converted again from their input by `fn`. True when any `fn` returned true.
 template <class D, class Kernel, class PointFn>
-HWY_INLINE void Block(D d, double* xy, DATUMPOINT* points, size_t valid, const Kernel& kernel,
-                      const PointFn& fn) {
+HWY_INLINE bool Block(D d, double* xy, DATUMPOINT* points, size_t first, size_t valid,
+                      const Kernel& kernel, const PointFn& fn) {
     hn::Vec<D> x, y;
     hn::LoadInterleaved2(d, xy, x, y);
     const hn::Vec<D> x0 = x, y0 = y;
-    const hn::Mask<D> redo = hn::Or(Unusual(d, x, y), kernel(d, x, y));
+    const hn::Mask<D> redo = hn::Or(Unusual(d, x, y), kernel(d, x, y, first, valid));
     hn::StoreInterleaved2(x, y, d, xy);
-    if (xy != reinterpret_cast<double*>(points))
-        std::memcpy(static_cast<void*>(points), xy, valid * sizeof(DATUMPOINT));
-    if (HWY_LIKELY(hn::AllFalse(d, redo))) return;
+    DATUMPOINT* const out = points + first;
+    if (xy != reinterpret_cast<double*>(out))
+        std::memcpy(static_cast<void*>(out), xy, valid * sizeof(DATUMPOINT));
+    if (HWY_LIKELY(hn::AllFalse(d, redo))) return false;
     HWY_ALIGN double in[2 * kMaxLanes];
     hn::StoreInterleaved2(x0, y0, d, in);
     uint8_t bits[(kMaxLanes + 7) / 8] = {};
     hn::StoreMaskBits(d, redo, bits);
+    bool any = false;
     for (size_t i = 0; i < valid; ++i) {
         if (!((bits[i / 8] >> (i % 8)) & 1)) continue;
-        points[i] = DATUMPOINT{in[2 * i], in[2 * i + 1]};
-        fn(points[i]);
+        out[i] = DATUMPOINT{in[2 * i], in[2 * i + 1]};
+        any |= fn(out[i], first + i);
     }
+    return any;
 }
 
-// The last `rest` points (fewer than a whole vector) in one vector of width
-// `d`, filled up with copies of the first.
+// The last `rest` points from `first` on (fewer than a whole vector) in one
+// vector of width `d`, filled up with copies of the first.
 template <class D, class Kernel, class PointFn>
-HWY_INLINE void Padded(D d, DATUMPOINT* points, size_t rest, const Kernel& kernel,
+HWY_INLINE bool Padded(D d, DATUMPOINT* points, size_t first, size_t rest, const Kernel& kernel,
                        const PointFn& fn) {
     HWY_ALIGN DATUMPOINT pad[kMaxLanes];
     for (size_t j = 0; j < hn::Lanes(d); ++j)
-        pad[j] = points[j < rest ? j : 0];
-    Block(d, reinterpret_cast<double*>(pad), points, rest, kernel, fn);
+        pad[j] = points[first + (j < rest ? j : 0)];
+    return Block(d, reinterpret_cast<double*>(pad), points, first, rest, kernel, fn);
 }
 
 // Every point, a whole vector at a time; the last few in the narrowest vector
 // that holds them, so that even a single point takes the same arithmetic as
 // in a long array, at the cost of two lanes.
+//   kernel(d, x, y, first, valid) converts the lanes and returns those to redo;
+//   fn(point, index) redoes one point and says whether it is unplottable.
+// True when any point redone was unplottable.
 template <class Kernel, class PointFn>
-void ForEachVector(DATUMPOINT* points, int count, const Kernel& kernel, const PointFn& fn) {
+bool ForEachVector(DATUMPOINT* points, int count, const Kernel& kernel, const PointFn& fn) {
     const hn::ScalableTag<double> d;
     const size_t n = hn::Lanes(d), total = static_cast<size_t>(count);
     size_t i = 0;
+    bool any = false;
     for (; i + n <= total; i += n)
-        Block(d, reinterpret_cast<double*>(points + i), points + i, n, kernel, fn);
+        any |= Block(d, reinterpret_cast<double*>(points + i), points, i, n, kernel, fn);
     const size_t rest = total - i;
-    if (rest == 0) return;
-    if (n > 2 && rest <= 2) return Padded(hn::CappedTag<double, 2>(), points + i, rest, kernel, fn);
-    if (n > 4 && rest <= 4) return Padded(hn::CappedTag<double, 4>(), points + i, rest, kernel, fn);
-    Padded(d, points + i, rest, kernel, fn);
+    if (rest == 0) return any;
+    if (n > 2 && rest <= 2)
+        return Padded(hn::CappedTag<double, 2>(), points, i, rest, kernel, fn) || any;
+    if (n > 4 && rest <= 4)
+        return Padded(hn::CappedTag<double, 4>(), points, i, rest, kernel, fn) || any;
+    return Padded(d, points, i, rest, kernel, fn) || any;
 }
 
 void MolodenskyAll(const Molodensky& c, DATUMPOINT* points, int count) {
     ForEachVector(
         points, count,
-        [&c](auto d, auto& x, auto& y) HWY_ATTR { return MolodenskyKernel(d, c, x, y); },
-        [&c](DATUMPOINT& p) { MolodenskyPoint(c, p); });
+        [&c](auto d, auto& x, auto& y, size_t, size_t)
+            HWY_ATTR { return MolodenskyKernel(d, c, x, y); },
+        [&c](DATUMPOINT& p, size_t) {
+            MolodenskyPoint(c, p);
+            return false;
+        });
 }
 
 void BursaWolfAll(const BursaWolf& c, DATUMPOINT* points, int count) {
     ForEachVector(
         points, count,
-        [&c](auto d, auto& x, auto& y) HWY_ATTR { return BursaWolfKernel(d, c, x, y); },
-        [&c](DATUMPOINT& p) { BursaWolfPoint(c, p); });
+        [&c](auto d, auto& x, auto& y, size_t, size_t)
+            HWY_ATTR { return BursaWolfKernel(d, c, x, y); },
+        [&c](DATUMPOINT& p, size_t) {
+            BursaWolfPoint(c, p);
+            return false;
+        });
 }
 
 } // namespace HWY_NAMESPACE
 } // namespace shift
+
+// ---------------------------------------------------------------- passes
+// The passes before and after the steps, as PreparePoint and FinishPoint.
+// The common case, a point that folding leaves as it is (finite, longitude
+// within a turn, latitude within a quarter), takes the vector; every other
+// point (markers, non-finite values, angles to fold) the per-point function.
+namespace pass {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+using shift::HWY_NAMESPACE::ForEachVector;
+using shift::HWY_NAMESPACE::kMaxLanes;
+
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE M Unfolded(D d, V x, V y) {
+    return hn::And(hn::Lt(hn::Abs(x), hn::Set(d, 360.0)), hn::Le(hn::Abs(y), hn::Set(d, 90.0)));
+}
+
+// The turn into -180..180, kept in wrap[0, valid).
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE M PrepareKernel(D d, V& x, V& y, signed char* wrap, size_t valid) {
+    const M redo = hn::Not(Unfolded(d, x, y));
+    const M west = hn::Lt(x, hn::Set(d, -180.0)), east = hn::Gt(x, hn::Set(d, 180.0));
+    const V turn =
+        hn::IfThenElse(west, hn::Set(d, -1.0), hn::IfThenElseZero(east, hn::Set(d, 1.0)));
+    x = hn::IfThenElse(west, x + hn::Set(d, 360.0), hn::IfThenElse(east, x - hn::Set(d, 360.0), x));
+    HWY_ALIGN double turns[kMaxLanes];
+    hn::Store(turn, d, turns);
+    for (size_t i = 0; i < valid; ++i)
+        wrap[i] = static_cast<signed char>(turns[i]);
+    return redo;
+}
+
+// The turn of wrap[0, valid) given back.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE M FinishKernel(D d, V& x, V& y, const signed char* wrap, size_t valid) {
+    HWY_ALIGN double turns[kMaxLanes];
+    for (size_t i = 0; i < hn::Lanes(d); ++i)
+        turns[i] = wrap[i < valid ? i : 0];
+    x = x + hn::Set(d, 360.0) * hn::Load(d, turns);
+    return hn::Not(Unfolded(d, x, y));
+}
+
+bool PrepareAll(DATUMPOINT* points, int count, signed char* wrap) {
+    return ForEachVector(
+        points, count,
+        [wrap](auto d, auto& x, auto& y, size_t first, size_t valid)
+            HWY_ATTR { return PrepareKernel(d, x, y, wrap + first, valid); },
+        [wrap](DATUMPOINT& p, size_t i) { return PreparePoint(p, wrap[i]); });
+}
+
+bool FinishAll(DATUMPOINT* points, int count, const signed char* wrap) {
+    return ForEachVector(
+        points, count,
+        [wrap](auto d, auto& x, auto& y, size_t first, size_t valid)
+            HWY_ATTR { return FinishKernel(d, x, y, wrap + first, valid); },
+        [wrap](DATUMPOINT& p, size_t i) { return FinishPoint(p, wrap[i]); });
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace pass
 } // namespace KVProj
 HWY_AFTER_NAMESPACE();
 
@@ -262,5 +344,20 @@ void BursaWolfLanes(const BursaWolf& c, DATUMPOINT* points, int count) {
 }
 
 } // namespace shift
+
+namespace pass {
+
+HWY_EXPORT(PrepareAll);
+HWY_EXPORT(FinishAll);
+
+bool PrepareLanes(DATUMPOINT* points, int count, signed char* wrap) {
+    return HWY_DYNAMIC_DISPATCH(PrepareAll)(points, count, wrap);
+}
+
+bool FinishLanes(DATUMPOINT* points, int count, const signed char* wrap) {
+    return HWY_DYNAMIC_DISPATCH(FinishAll)(points, count, wrap);
+}
+
+} // namespace pass
 } // namespace KVProj
 #endif

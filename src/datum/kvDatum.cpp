@@ -3,6 +3,7 @@
 #include "frame/Angles.h"
 #include "datum/kvDatum.h"
 
+#include "datum/DatumPasses.h"
 #include "datum/DatumTable.h"
 #include "datum/GridShift.h"
 #include "datum/dMRE.h"
@@ -10,6 +11,7 @@
 #include "frame/MessageIds.h"
 #include "frame/Firewall.h"
 #include "frame/Util.h"
+#include "projections/VectorPath.h"
 
 #include <cmath>
 #include <cstring>
@@ -24,20 +26,21 @@ namespace {
 // call does not grow with its count.
 constexpr int kBlockPoints = 1 << 16;
 
-// Reduces a screened point to longitude (-360, 360) and latitude [-90, 90].
-void Normalise(DATUMPOINT& p) {
-    p.x = FoldLongitude(p.x);
-    p.y = FoldLatitude(p.y);
+// The passes before and after the steps over a block: the vector loops
+// unless the per-point path is asked for. True when any point is unplottable.
+bool PreparePoints(DATUMPOINT* points, int count, signed char* wrap) {
+    if (VectorPathOn()) return pass::PrepareLanes(points, count, wrap);
+    bool any = false;
+    for (int n = 0; n < count; ++n)
+        any |= pass::PreparePoint(points[n], wrap[n]);
+    return any;
 }
 
-// Marks non-finite points unplottable; true when any point is unplottable.
-bool Screen(DATUMPOINT* points, int count) {
+bool FinishPoints(DATUMPOINT* points, int count, const signed char* wrap) {
+    if (VectorPathOn()) return pass::FinishLanes(points, count, wrap);
     bool any = false;
-    for (int n = 0; n < count; ++n) {
-        DATUMPOINT& p = points[n];
-        if (!std::isfinite(p.x) || !std::isfinite(p.y)) MarkUnplottable(p);
-        if (IsUnplottable(p)) any = true;
-    }
+    for (int n = 0; n < count; ++n)
+        any |= pass::FinishPoint(points[n], wrap[n]);
     return any;
 }
 
@@ -111,22 +114,9 @@ struct Conversion {
 
     // Marks non-finite points, folds the rest and brings longitudes into
     // -180..180 so the regression origins and grids see one convention;
-    // wrap[n] keeps the -360/0/+360 that Finish undoes.
+    // wrap[n] keeps the -1/0/+1 turn that Finish undoes.
     void prepare(DATUMPOINT* points, int count, signed char* wrap) const {
-        if (Screen(points, count)) handle->bUnplottable = true;
-        for (int n = 0; n < count; ++n) {
-            DATUMPOINT& p = points[n];
-            wrap[n] = 0;
-            Normalise(p);
-            if (IsUnplottable(p)) continue;
-            if (p.x >= -360.0 && p.x < -180.0) {
-                wrap[n] = -1;
-                p.x += 360.0;
-            } else if (p.x > 180.0 && p.x <= 360.0) {
-                wrap[n] = 1;
-                p.x -= 360.0;
-            }
-        }
+        if (PreparePoints(points, count, wrap)) handle->bUnplottable = true;
     }
 
     bool step1(DATUMPOINT* points, int count) const {
@@ -168,12 +158,7 @@ struct Conversion {
     }
 
     void finish(DATUMPOINT* points, int count, const signed char* wrap) const {
-        if (Screen(points, count)) handle->bUnplottable = true;
-        for (int n = 0; n < count; ++n) {
-            DATUMPOINT& p = points[n];
-            if (p.x != kUnplottable) p.x += 360.0 * wrap[n];
-            Normalise(p);
-        }
+        if (FinishPoints(points, count, wrap)) handle->bUnplottable = true;
     }
 
     bool run(Stage stage, DATUMPOINT* points, int count, signed char* wrap) const {
