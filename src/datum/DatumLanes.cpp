@@ -208,10 +208,13 @@ HWY_INLINE bool Block(D d, double* xy, DATUMPOINT* points, size_t first, size_t 
 }
 
 // The last `rest` points from `first` on (fewer than a whole vector) in one
-// vector of width `d`, filled up with copies of the first.
+// vector of width `d`, filled up with copies of the first; in place when they
+// fill it (a load of the pad just written would wait for its stores).
 template <class D, class Kernel, class PointFn>
 HWY_INLINE bool Padded(D d, DATUMPOINT* points, size_t first, size_t rest, const Kernel& kernel,
                        const PointFn& fn) {
+    if (rest == hn::Lanes(d))
+        return Block(d, reinterpret_cast<double*>(points + first), points, first, rest, kernel, fn);
     HWY_ALIGN DATUMPOINT pad[kMaxLanes];
     for (size_t j = 0; j < hn::Lanes(d); ++j)
         pad[j] = points[first + (j < rest ? j : 0)];

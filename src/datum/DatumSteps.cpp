@@ -60,7 +60,7 @@ bool PrepareMolodensky(const DATUM2WGS84& step, Molodensky* c) {
     const double da = fr.to.a - fr.from.a, df = fr.to.f - fr.from.f;
     const double e2 = 2.0 * f - f * f;
     const double b = (1.0 - f) * a;
-    const double sin1 = std::sin(4.84813681109536e-6); // sine of one arcsecond
+    static const double sin1 = std::sin(4.84813681109536e-6); // sine of one arcsecond
     c->a = a, c->e2 = e2;
     c->aOneMinusE2 = a * (1.0 - e2);
     c->daTerm = da * e2 / a;

@@ -269,20 +269,43 @@ const DatumRow kDatumRows[kDatumRowCount + 1] = {
 };
 // clang-format on
 
-int DatumFindRow(int id) {
-    int i = 0;
-    while (kDatumRows[i].id != DATUM_NONE && kDatumRows[i].id != id)
-        ++i;
-    return i;
-}
+namespace {
 
-int DatumFindDestRow(int id) {
+// The walks in search order that define the two look-ups.
+int WalkToRow(int id, bool dest) {
     int i = 0;
     for (; kDatumRows[i].id != DATUM_NONE; ++i) {
         const DatumRow& row = kDatumRows[i];
-        if (row.id == id && row.method != DM_MRE && row.method != DM_NADCON) break;
+        if (row.id == id && (!dest || (row.method != DM_MRE && row.method != DM_NADCON))) break;
     }
     return i;
+}
+
+// Both walks' answers for every id 0..DATUM_NONE, made once, so that each
+// conversion call does not walk the table again.
+struct RowIndex {
+    short all[DATUM_NONE + 1], dest[DATUM_NONE + 1];
+    RowIndex() {
+        for (int id = 0; id <= DATUM_NONE; ++id) {
+            all[id] = static_cast<short>(WalkToRow(id, false));
+            dest[id] = static_cast<short>(WalkToRow(id, true));
+        }
+    }
+};
+
+const RowIndex& Index() {
+    static const RowIndex index;
+    return index;
+}
+
+} // namespace
+
+int DatumFindRow(int id) {
+    return id >= 0 && id <= DATUM_NONE ? Index().all[id] : WalkToRow(id, false);
+}
+
+int DatumFindDestRow(int id) {
+    return id >= 0 && id <= DATUM_NONE ? Index().dest[id] : WalkToRow(id, true);
 }
 
 void DatumFillStep(const DatumRow& row, DATUM2WGS84* step) {
