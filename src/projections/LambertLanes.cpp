@@ -46,7 +46,7 @@ HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y) {
     const V q = (one - s) / (one + s);
     special = hn::Or(special, hn::Not(lanes::LogDomain(d, q)));
     const V lnT = e * lanes::AtanhSmall(d, es) + hn::Set(d, 0.5) * lanes::Log(d, q);
-    const V rho = hn::Set(d, c.a * c.F) * hn::Exp(d, n * lnT);
+    const V rho = hn::Set(d, c.a * c.F) * hn::Exp(d, hn::IfThenZeroElse(special, n * lnT));
     const V theta = n * (x - hn::Set(d, c.lam0)); // deliberately not wrapped
     special = hn::Or(special, hn::Not(hn::Le(hn::Abs(theta), hn::Set(d, lanes::kTrigLimit))));
     V st, ct;

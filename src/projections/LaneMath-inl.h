@@ -158,7 +158,7 @@ HWY_INLINE V PhiFromConformalT(D d, V t, double e, M* special) {
         sinPhi = (one - v * v) / (one + v * v);
     }
     *special = hn::Or(*special, hn::Not(done));
-    return hn::Set(d, kHalfPi) - hn::Set(d, 2.0) * hn::Atan(d, v);
+    return hn::Set(d, kHalfPi) - hn::Set(d, 2.0) * hn::Atan(d, hn::IfThenZeroElse(*special, v));
 }
 
 // atan2(y, x) from Highway's arctangent of a ratio within [0, 1] (a few ulp
@@ -166,8 +166,9 @@ HWY_INLINE V PhiFromConformalT(D d, V t, double e, M* special) {
 HWY_INLINE V Atan2(D d, V y, V x, M* special) {
     const V ay = hn::Abs(y), ax = hn::Abs(x);
     const V big = hn::Max(ax, ay), small = hn::Min(ax, ay);
-    *special = hn::Or(*special, hn::Eq(big, hn::Zero(d)));
-    V a = hn::Atan(d, small / big);
+    const M zero = hn::Eq(big, hn::Zero(d));
+    *special = hn::Or(*special, zero);
+    V a = hn::Atan(d, hn::IfThenZeroElse(zero, small / big));
     a = hn::IfThenElse(hn::Gt(ay, ax), hn::Set(d, kHalfPi) - a, a);
     a = hn::IfThenElse(hn::Lt(x, hn::Zero(d)), hn::Set(d, kPi) - a, a);
     return hn::CopySign(a, y);
