@@ -106,7 +106,7 @@ inline void Forward(const Cone& c, PROJPOINT* points, int count) {
         FailAll(points, count);
     else if (c.sphere)
         ForEachPoint(points, count, [&c](PROJPOINT& p) { return SphereForwardPoint(c, p); });
-    else if (VectorPathOn() && LanesFit(c))
+    else if (VectorLoopFor(count) && LanesFit(c))
         EllipsoidForwardLanes(c, points, count);
     else
         ForEachPoint(points, count, [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
@@ -115,7 +115,7 @@ inline void Forward(const Cone& c, PROJPOINT* points, int count) {
 inline void Inverse(const Cone& c, PROJPOINT* points, int count) {
     if (!c.ok)
         FailAll(points, count);
-    else if (!c.sphere && VectorPathOn() && LanesFit(c))
+    else if (!c.sphere && VectorLoopFor(count) && LanesFit(c))
         EllipsoidInverseLanes(c, points, count);
     else
         ForEachPoint(points, count, [&c](PROJPOINT& p) { return InversePoint(c, p); });

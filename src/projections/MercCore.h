@@ -99,7 +99,7 @@ bool LanesFit(const Constants& m);
 inline void Forward(const Constants& m, PROJPOINT* points, int count) {
     if (m.sphere)
         ForEachPoint(points, count, [&m](PROJPOINT& p) { return SphereForward(m, p); });
-    else if (VectorPathOn() && LanesFit(m))
+    else if (VectorLoopFor(count) && LanesFit(m))
         EllipsoidForwardLanes(m, points, count);
     else
         ForEachPoint(points, count, [&m](PROJPOINT& p) { return EllipsoidForward(m, p); });
@@ -108,7 +108,7 @@ inline void Forward(const Constants& m, PROJPOINT* points, int count) {
 inline void Inverse(const Constants& m, PROJPOINT* points, int count) {
     if (m.sphere)
         ForEachPoint(points, count, [&m](PROJPOINT& p) { return SphereInverse(m, p); });
-    else if (VectorPathOn() && LanesFit(m))
+    else if (VectorLoopFor(count) && LanesFit(m))
         EllipsoidInverseLanes(m, points, count);
     else
         ForEachPoint(points, count, [&m](PROJPOINT& p) { return EllipsoidInverse(m, p); });

@@ -16,6 +16,13 @@ bool VectorPathOn();
 constexpr double kLaneMaxE = 0.09;
 void SetVectorPath(bool on);
 
+// Whether a module's call of `count` points takes its vector loop: a single
+// point goes through the per-point function there anyway, so such a call
+// spares itself the dispatch.
+inline bool VectorLoopFor(int count) {
+    return count > 1 && VectorPathOn();
+}
+
 } // namespace KVProj
 
 #endif
