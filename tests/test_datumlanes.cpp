@@ -177,10 +177,11 @@ Agreement Compare(const Outcome& vec, const Outcome& ref, const std::string& wha
     return a;
 }
 
-// The instruction sets to force, those this CPU has; 0 is Highway's own choice.
+// The instruction sets to force, those compiled that this CPU has (the
+// one-lane fallback included); 0 is Highway's own choice.
 std::vector<int64_t> Targets() {
     std::vector<int64_t> out{0};
-    for (int64_t t : {HWY_SSE4, HWY_AVX2, HWY_AVX3})
+    for (int64_t t : {HWY_SCALAR, HWY_EMU128, HWY_SSSE3, HWY_SSE4, HWY_AVX2, HWY_AVX3})
         if (hwy::SupportedTargets() & HWY_TARGETS & t) out.push_back(t);
     return out;
 }
