@@ -33,15 +33,36 @@ struct Setup {
     const char* proj;
 };
 
+PROJDATA Sphere(PROJDATA d) {
+    d.Ellipsoid = ELLIPSOID_SPHERE_6370997;
+    return d;
+}
+
+// Lambert and Mercator on the ellipsoid, and on the sphere (LambertS, MercatorS).
 std::vector<Setup> Setups() {
     PROJDATA lcc = Wgs84Record(PT_LAMBERT_CONIC, 39.0, -100.0);
     lcc.Ellipsoid = ELLIPSOID_GRS80, lcc.Lat1 = 33.0, lcc.Lat2 = 45.0;
     return {
-        {"UTM", Wgs84Record(PT_UTM, 0, 15), {12.0, 18.0, 0.0, 80.0}, "+proj=utm +zone=33 +ellps=WGS84"},
-        {"Lambert", lcc, {-125.0, -75.0, 25.0, 50.0},
+        {"UTM",
+         Wgs84Record(PT_UTM, 0, 15),
+         {12.0, 18.0, 0.0, 80.0},
+         "+proj=utm +zone=33 +ellps=WGS84"},
+        {"Lambert",
+         lcc,
+         {-125.0, -75.0, 25.0, 50.0},
          "+proj=lcc +lat_0=39 +lon_0=-100 +lat_1=33 +lat_2=45 +ellps=GRS80"},
-        {"Mercator", Wgs84Record(PT_MERCATOR, 0, 0), {-179.0, 179.0, -80.0, 80.0},
+        {"Mercator",
+         Wgs84Record(PT_MERCATOR, 0, 0),
+         {-179.0, 179.0, -80.0, 80.0},
          "+proj=merc +ellps=WGS84"},
+        {"LambertS",
+         Sphere(lcc),
+         {-125.0, -75.0, 25.0, 50.0},
+         "+proj=lcc +lat_0=39 +lon_0=-100 +lat_1=33 +lat_2=45 +R=6370997"},
+        {"MercatorS",
+         Sphere(Wgs84Record(PT_MERCATOR, 0, 0)),
+         {-179.0, 179.0, -80.0, 80.0},
+         "+proj=merc +R=6370997"},
     };
 }
 
@@ -119,8 +140,8 @@ void BenchProj(benchmark::State& state, Setup s, bool forward, int callSize) {
         for (size_t i = 0; i < work.size(); i += static_cast<size_t>(callSize)) {
             std::vector<PROJPOINT>::iterator first = work.begin() + static_cast<long>(i);
             const size_t n = std::min(static_cast<size_t>(callSize), work.size() - i);
-            proj_trans_generic(op.Get(), forward ? PJ_FWD : PJ_INV, &first->x, sizeof(PROJPOINT),
-                               n, &first->y, sizeof(PROJPOINT), n, nullptr, 0, 0, nullptr, 0, 0);
+            proj_trans_generic(op.Get(), forward ? PJ_FWD : PJ_INV, &first->x, sizeof(PROJPOINT), n,
+                               &first->y, sizeof(PROJPOINT), n, nullptr, 0, 0, nullptr, 0, 0);
         }
         return true;
     });

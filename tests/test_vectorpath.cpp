@@ -232,6 +232,8 @@ const Case kMercatorCases[] = {
      With(Record(PT_MERCATOR, ELLIPSOID_CLARKE_1866, 45, -60, 1), 1e5, -2e5, 1200.0 / 3937.0), -150,
      30, -80, 80},
     {"mercator whole globe", Record(PT_MERCATOR, ELLIPSOID_GRS80, -20, 100, 1), -180, 180, -90, 90},
+    {"mercator sphere, whole globe",
+     With(Record(PT_MERCATOR, ELLIPSOID_SPHERE_6370997, 30, 10, 1), 2e5, 0, 2), -180, 180, -90, 90},
 };
 INSTANTIATE_TEST_SUITE_P(Mercator, VectorPath, testing::ValuesIn(kMercatorCases), CaseName);
 
@@ -248,6 +250,12 @@ const Case kLambertCases[] = {
     // The radius of the cone reaches 3.14e7 m at sin phi = -0.9 (PROJ 9.1 cs2cs).
     {"lambert whole globe", Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_WGS84, 39, -100, 1), 33, 45),
      -180, 180, -90, 90, 3.2e7},
+    {"lambert sphere, whole globe",
+     Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_SPHERE_6370997, 39, 10, 1), 33, 45), -180, 180, -90,
+     90, 3.2e7},
+    {"lambert sphere south",
+     Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_SPHERE_6370997, -40, 140, 1), -30, -50), 100, 180,
+     -60, 0},
 };
 INSTANTIATE_TEST_SUITE_P(Lambert, VectorPath, testing::ValuesIn(kLambertCases), CaseName);
 
@@ -285,6 +293,9 @@ TEST(VectorPathGuards, ConformalModulesAsPerPointPath) {
         {"lambert south",
          With(Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_WGS84, -40, 30, 1), -50, -30), 1e5, 2e5,
               0.5)},
+        {"mercator sphere", Record(PT_MERCATOR, ELLIPSOID_SPHERE_6370997, 0, 30, 1)},
+        {"lambert sphere",
+         Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_SPHERE_6370997, 39, 30, 1), 33, 45)},
         {"lambert e 0.2",
          User(Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_USER_DEFINED, 40, 30, 1), 30, 50), 6378137,
               1 / 50.0)},
@@ -339,13 +350,13 @@ TEST(VectorPathGuards, MercatorTrueScaleAtThePole) {
 }
 
 // The engine's passes around the module (folding, radians, the post-scan,
-// false origin and scale) give the same bits either way: a module without a
-// vector loop (the sphere) on points that need folding, hostile values and
-// values near overflow, forward and inverse.
+// false origin and scale) give the same bits either way: modules without a
+// vector loop (the transverse Mercator sphere, Miller) on points that need
+// folding, hostile values and values near overflow, forward and inverse.
 TEST(VectorPathPasses, BitForBitAsPerPointPasses) {
     PROJDATA sphere = With(Record(PT_TRANSVERSE_MERCATOR, ELLIPSOID_SPHERE_6370997, 10, 30, 0.9999),
                            300000, -2e6, 0.3048);
-    PROJDATA plain = Record(PT_MERCATOR, ELLIPSOID_SPHERE_6370997, 0, 0, 1);
+    PROJDATA plain = Record(PT_MILLER, ELLIPSOID_SPHERE_6370997, 0, 0, 1);
     const Case wide{"wide", sphere, -350, 350, -89, 89};
     std::vector<PROJPOINT> pts = RandomPoints(wide, 20000, 5);
     const PROJPOINT extra[] = {

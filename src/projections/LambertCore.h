@@ -1,7 +1,7 @@
 // Lambert Conformal Conic, always the secant (two standard parallel) cone.
 // Sphere: Snyder 15-1 to 15-5 with 14-4; ellipsoid: Snyder 15-7 to 15-11 with
 // 14-15, 15-9 and the iteration 7-9 for the inverse. The per-point functions
-// below stay the reference; the ellipsoid's loops also run a vector at a time
+// below stay the reference; the loops also run a vector at a time
 // (LambertLanes.cpp).
 #ifndef KVPROJ_PROJECTIONS_LAMBERTCORE_H
 #define KVPROJ_PROJECTIONS_LAMBERTCORE_H
@@ -94,20 +94,20 @@ inline void FailAll(PROJPOINT* points, int count) {
     ForEachPoint(points, count, [](PROJPOINT&) { return false; });
 }
 
-// The ellipsoid's loops a vector at a time (LambertLanes.cpp), for cones with
-// LanesFit: the same results to an ulp or two, a point the functions above
-// treat specially going through them.
-void EllipsoidForwardLanes(const Cone& c, PROJPOINT* points, int count);
-void EllipsoidInverseLanes(const Cone& c, PROJPOINT* points, int count);
+// The loops a vector at a time (LambertLanes.cpp), for cones with LanesFit:
+// the same results to an ulp or two, a point the functions above treat
+// specially going through them.
+void ForwardLanes(const Cone& c, PROJPOINT* points, int count);
+void InverseLanes(const Cone& c, PROJPOINT* points, int count);
 bool LanesFit(const Cone& c);
 
 inline void Forward(const Cone& c, PROJPOINT* points, int count) {
     if (!c.ok)
         FailAll(points, count);
+    else if (VectorLoopFor(count) && LanesFit(c))
+        ForwardLanes(c, points, count);
     else if (c.sphere)
         ForEachPoint(points, count, [&c](PROJPOINT& p) { return SphereForwardPoint(c, p); });
-    else if (VectorLoopFor(count) && LanesFit(c))
-        EllipsoidForwardLanes(c, points, count);
     else
         ForEachPoint(points, count, [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
 }
@@ -115,8 +115,8 @@ inline void Forward(const Cone& c, PROJPOINT* points, int count) {
 inline void Inverse(const Cone& c, PROJPOINT* points, int count) {
     if (!c.ok)
         FailAll(points, count);
-    else if (!c.sphere && VectorLoopFor(count) && LanesFit(c))
-        EllipsoidInverseLanes(c, points, count);
+    else if (VectorLoopFor(count) && LanesFit(c))
+        InverseLanes(c, points, count);
     else
         ForEachPoint(points, count, [&c](PROJPOINT& p) { return InversePoint(c, p); });
 }

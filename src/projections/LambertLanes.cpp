@@ -1,4 +1,4 @@
-// The ellipsoidal Lambert conformal conic loops a vector of points at a time,
+// The Lambert conformal conic loops (sphere and ellipsoid) a vector at a time,
 // compiled for every instruction set Highway knows and chosen at run time; the
 // formulas of LambertCore.h in the same order of operations (no contraction
 // into fused multiply-adds in this source).
@@ -32,6 +32,18 @@ using lanes::D;
 using lanes::M;
 using lanes::V;
 
+// x = rho sin theta, y = rho0 - rho cos theta (Snyder 14-1, 14-2) on lanes
+// whose theta the kernel's sine and cosine take; the special lanes are returned.
+HWY_INLINE M PlaceOnCone(D d, const Cone& c, V rho, V& x, V& y, M special) {
+    const V theta = hn::Set(d, c.n) * (x - hn::Set(d, c.lam0)); // deliberately not wrapped
+    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(theta), hn::Set(d, lanes::kTrigLimit))));
+    V st, ct;
+    lanes::SinCos(d, hn::IfThenZeroElse(special, theta), &st, &ct);
+    x = rho * st;
+    y = hn::Set(d, c.rho0) - rho * ct;
+    return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
+}
+
 // Snyder 15-7 and 15-9 to 15-11 with 14-1, 14-2 on every lane; the special
 // lanes are returned.
 HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y) {
@@ -47,13 +59,7 @@ HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y) {
     special = hn::Or(special, hn::Not(lanes::LogDomain(d, q)));
     const V lnT = e * lanes::AtanhSmall(d, es) + hn::Set(d, 0.5) * lanes::Log(d, q);
     const V rho = hn::Set(d, c.a * c.F) * hn::Exp(d, hn::IfThenZeroElse(special, n * lnT));
-    const V theta = n * (x - hn::Set(d, c.lam0)); // deliberately not wrapped
-    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(theta), hn::Set(d, lanes::kTrigLimit))));
-    V st, ct;
-    lanes::SinCos(d, hn::IfThenZeroElse(special, theta), &st, &ct);
-    x = rho * st;
-    y = hn::Set(d, c.rho0) - rho * ct;
-    return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
+    return PlaceOnCone(d, c, rho, x, y, special);
 }
 
 // Snyder 14-10, 14-11, 15-11 and the iteration 7-9 on every lane; the special
@@ -81,16 +87,74 @@ HWY_INLINE M InverseKernel(D d, const Cone& c, V& x, V& y) {
     return special;
 }
 
-void ForwardLanes(const Cone& c, PROJPOINT* points, int count) {
-    lanes::ForEachVector(
-        points, count, [&c](D d, V& x, V& y) HWY_ATTR { return ForwardKernel(d, c, x, y); },
-        [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
+// Snyder 15-1, 15-3 on every lane: tan(pi/4 + phi/2) as the quotient of the
+// kernel's sine and cosine, its power n as exp(n ln); the special lanes are
+// returned.
+// The lanes stop where the ellipsoid's do, at sin phi = 0.9: beyond, toward
+// the pole away from the apex, rho grows without bound and with it the last
+// place of the results (per point there).
+constexpr double kSphereLaneLimit = 1.1197695149986342; // asin 0.9
+
+HWY_INLINE M SphereForwardKernel(D d, const Cone& c, V& x, V& y) {
+    const M inside = hn::Le(hn::Abs(y), hn::Set(d, kSphereLaneLimit)); // false for NaN
+    M special = hn::Not(inside);
+    V s, co;
+    lanes::SinCos(d, hn::Set(d, kQuarterPi) + hn::IfThenElseZero(inside, y) / hn::Set(d, 2.0), &s,
+                  &co);
+    const V tanU = s / co;
+    special = hn::Or(special, hn::Not(lanes::LogDomain(d, tanU)));
+    const V z = hn::Set(d, c.n) * lanes::Log(d, hn::IfThenElse(special, hn::Set(d, 1.0), tanU));
+    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(z), hn::Set(d, 700.0))));
+    const V rho = hn::Set(d, c.a * c.F) / hn::Exp(d, hn::IfThenZeroElse(special, z));
+    return PlaceOnCone(d, c, rho, x, y, special);
 }
 
-void InverseLanes(const Cone& c, PROJPOINT* points, int count) {
-    lanes::ForEachVector(
-        points, count, [&c](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, c, x, y); },
-        [&c](PROJPOINT& p) { return InversePoint(c, p); });
+// Snyder 14-10, 14-11 and 15-5 on every lane, (a F / rho)^(1/n) as
+// exp(ln / n); the special lanes are returned.
+HWY_INLINE M SphereInverseKernel(D d, const Cone& c, V& x, V& y) {
+    const V dy = hn::Set(d, c.rho0) - y;
+    V rho = hn::Sqrt(x * x + dy * dy);
+    M special = hn::FirstN(d, 0);
+    V theta;
+    if (c.n < 0.0) { // ConePolar: rho carries the sign of n
+        rho = hn::Neg(rho);
+        theta = lanes::Atan2(d, hn::Neg(x), hn::Neg(dy), &special);
+    } else {
+        theta = lanes::Atan2(d, x, dy, &special);
+    }
+    const V lam = theta / hn::Set(d, c.n) + hn::Set(d, c.lam0);
+    const V r = hn::Set(d, c.a * c.F) / rho;
+    special = hn::Or(special, hn::Not(lanes::LogDomain(d, r)));
+    const V z = lanes::Log(d, hn::IfThenElse(special, hn::Set(d, 1.0), r)) * hn::Set(d, 1.0 / c.n);
+    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(z), hn::Set(d, 700.0))));
+    const V t = hn::Exp(d, hn::IfThenZeroElse(special, z));
+    y = hn::Set(d, 2.0) * hn::Atan(d, t) - hn::Set(d, kHalfPi);
+    x = lam;
+    return special;
+}
+
+void ForwardVectors(const Cone& c, PROJPOINT* points, int count) {
+    if (c.sphere)
+        lanes::ForEachVector(
+            points, count,
+            [&c](D d, V& x, V& y) HWY_ATTR { return SphereForwardKernel(d, c, x, y); },
+            [&c](PROJPOINT& p) { return SphereForwardPoint(c, p); });
+    else
+        lanes::ForEachVector(
+            points, count, [&c](D d, V& x, V& y) HWY_ATTR { return ForwardKernel(d, c, x, y); },
+            [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
+}
+
+void InverseVectors(const Cone& c, PROJPOINT* points, int count) {
+    if (c.sphere)
+        lanes::ForEachVector(
+            points, count,
+            [&c](D d, V& x, V& y) HWY_ATTR { return SphereInverseKernel(d, c, x, y); },
+            [&c](PROJPOINT& p) { return InversePoint(c, p); });
+    else
+        lanes::ForEachVector(
+            points, count, [&c](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, c, x, y); },
+            [&c](PROJPOINT& p) { return InversePoint(c, p); });
 }
 
 } // namespace HWY_NAMESPACE
@@ -102,20 +166,21 @@ HWY_AFTER_NAMESPACE();
 namespace KVProj {
 namespace lcc {
 
-HWY_EXPORT(ForwardLanes);
-HWY_EXPORT(InverseLanes);
+HWY_EXPORT(ForwardVectors);
+HWY_EXPORT(InverseVectors);
 
-// The inverse refuses a zero a F point by point; such a cone stays there.
+// The ellipsoid's inverse refuses a zero a F point by point; such a cone
+// stays there.
 bool LanesFit(const Cone& c) {
-    return c.ok && !c.sphere && c.e <= kLaneMaxE && c.a * c.F != 0.0 && std::isfinite(c.n);
+    return c.ok && (c.sphere || c.e <= kLaneMaxE) && c.a * c.F != 0.0 && std::isfinite(c.n);
 }
 
-void EllipsoidForwardLanes(const Cone& c, PROJPOINT* points, int count) {
-    HWY_DYNAMIC_DISPATCH(ForwardLanes)(c, points, count);
+void ForwardLanes(const Cone& c, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(ForwardVectors)(c, points, count);
 }
 
-void EllipsoidInverseLanes(const Cone& c, PROJPOINT* points, int count) {
-    HWY_DYNAMIC_DISPATCH(InverseLanes)(c, points, count);
+void InverseLanes(const Cone& c, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(InverseVectors)(c, points, count);
 }
 
 } // namespace lcc

@@ -1,8 +1,8 @@
 // Mercator, normal aspect, sphere or ellipsoid. Lat0 is the latitude of true
 // scale, not an origin: the equator is always y = 0. Snyder 7-1, 7-2 (sphere),
 // 7-6, 7-7 (ellipsoid), 7-4, 7-5 and 7-10, 7-9 (inverse). The per-point
-// functions below stay the reference; the ellipsoid's loops also run a vector
-// at a time (MercLanes.cpp).
+// functions below stay the reference; the loops also run a vector at a time
+// (MercLanes.cpp).
 #ifndef KVPROJ_PROJECTIONS_MERCCORE_H
 #define KVPROJ_PROJECTIONS_MERCCORE_H
 
@@ -89,27 +89,27 @@ inline bool EllipsoidInverse(const Constants& m, PROJPOINT& p) {
     return true;
 }
 
-// The ellipsoid's loops a vector at a time (MercLanes.cpp), for constants
-// with LanesFit: the same results to an ulp or two, a point the functions
-// above treat specially going through them.
-void EllipsoidForwardLanes(const Constants& m, PROJPOINT* points, int count);
-void EllipsoidInverseLanes(const Constants& m, PROJPOINT* points, int count);
+// The loops a vector at a time (MercLanes.cpp), for constants with
+// LanesFit: the same results to an ulp or two, a point the functions above
+// treat specially going through them.
+void ForwardLanes(const Constants& m, PROJPOINT* points, int count);
+void InverseLanes(const Constants& m, PROJPOINT* points, int count);
 bool LanesFit(const Constants& m);
 
 inline void Forward(const Constants& m, PROJPOINT* points, int count) {
-    if (m.sphere)
+    if (VectorLoopFor(count) && LanesFit(m))
+        ForwardLanes(m, points, count);
+    else if (m.sphere)
         ForEachPoint(points, count, [&m](PROJPOINT& p) { return SphereForward(m, p); });
-    else if (VectorLoopFor(count) && LanesFit(m))
-        EllipsoidForwardLanes(m, points, count);
     else
         ForEachPoint(points, count, [&m](PROJPOINT& p) { return EllipsoidForward(m, p); });
 }
 
 inline void Inverse(const Constants& m, PROJPOINT* points, int count) {
-    if (m.sphere)
+    if (VectorLoopFor(count) && LanesFit(m))
+        InverseLanes(m, points, count);
+    else if (m.sphere)
         ForEachPoint(points, count, [&m](PROJPOINT& p) { return SphereInverse(m, p); });
-    else if (VectorLoopFor(count) && LanesFit(m))
-        EllipsoidInverseLanes(m, points, count);
     else
         ForEachPoint(points, count, [&m](PROJPOINT& p) { return EllipsoidInverse(m, p); });
 }

@@ -1,4 +1,4 @@
-// The ellipsoidal Mercator loops a vector of points at a time, compiled for
+// The Mercator loops (sphere and ellipsoid) a vector of points at a time, compiled for
 // every instruction set Highway knows and chosen at run time; the formulas of
 // MercCore.h in the same order of operations (no contraction into fused
 // multiply-adds in this source).
@@ -12,7 +12,9 @@
 // final arctangent Highway's. Lanes the per-point functions treat specially
 // (beyond the largest latitude, a failed guard, a marker, t out of the
 // iteration's range, an iteration that would run out) send their vector
-// through those functions.
+// through those functions. On the sphere, the tangent of the forward
+// direction is the quotient of the kernel's sine and cosine, and the inverse
+// takes Highway's hyperbolic sine and arctangent.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "projections/MercLanes.cpp"
 #include <hwy/foreach_target.h> // IWYU pragma: keep
@@ -63,16 +65,56 @@ HWY_INLINE M InverseKernel(D d, const Constants& m, V& x, V& y) {
     return special;
 }
 
-void ForwardLanes(const Constants& m, PROJPOINT* points, int count) {
-    lanes::ForEachVector(
-        points, count, [&m](D d, V& x, V& y) HWY_ATTR { return ForwardKernel(d, m, x, y); },
-        [&m](PROJPOINT& p) { return EllipsoidForward(m, p); });
+// Snyder 7-1 and 7-2 on every lane (the tangent as the quotient of the
+// kernel's sine and cosine); the special lanes are returned.
+HWY_INLINE M SphereForwardKernel(D d, const Constants& m, V& x, V& y) {
+    const V rk = hn::Set(d, m.rk);
+    const M inside = hn::Lt(hn::Abs(y), hn::Set(d, kPhiMax)); // false for NaN
+    M special = hn::Not(inside);
+    V s, c;
+    lanes::SinCos(d, hn::IfThenElseZero(inside, y) / hn::Set(d, 2.0) + hn::Set(d, kQuarterPi), &s,
+                  &c);
+    const V tanU = s / c;
+    special = hn::Or(special, hn::Not(lanes::LogDomain(d, tanU)));
+    x = (x - hn::Set(d, m.lam0)) * rk;
+    y = lanes::Log(d, hn::IfThenElse(special, hn::Set(d, 1.0), tanU)) * rk;
+    return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
 }
 
-void InverseLanes(const Constants& m, PROJPOINT* points, int count) {
-    lanes::ForEachVector(
-        points, count, [&m](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, m, x, y); },
-        [&m](PROJPOINT& p) { return EllipsoidInverse(m, p); });
+// Snyder 7-4 (as atan sinh) and 7-5 on every lane, Highway's hyperbolic sine
+// and arctangent (a few ulp); the special lanes are returned.
+HWY_INLINE M SphereInverseKernel(D d, const Constants& m, V& x, V& y) {
+    const V c1 = hn::Set(d, m.c1), a = hn::Set(d, m.a);
+    const V lam = x / c1 / a + hn::Set(d, m.lam0);
+    const V z = y / c1 / a;
+    const M special = hn::Not(hn::Le(hn::Abs(z), hn::Set(d, 700.0)));
+    y = hn::Atan(d, hn::Sinh(d, hn::IfThenZeroElse(special, z)));
+    x = lam;
+    return hn::Or(special, hn::Not(hn::IsFinite(x)));
+}
+
+void ForwardVectors(const Constants& m, PROJPOINT* points, int count) {
+    if (m.sphere)
+        lanes::ForEachVector(
+            points, count,
+            [&m](D d, V& x, V& y) HWY_ATTR { return SphereForwardKernel(d, m, x, y); },
+            [&m](PROJPOINT& p) { return SphereForward(m, p); });
+    else
+        lanes::ForEachVector(
+            points, count, [&m](D d, V& x, V& y) HWY_ATTR { return ForwardKernel(d, m, x, y); },
+            [&m](PROJPOINT& p) { return EllipsoidForward(m, p); });
+}
+
+void InverseVectors(const Constants& m, PROJPOINT* points, int count) {
+    if (m.sphere)
+        lanes::ForEachVector(
+            points, count,
+            [&m](D d, V& x, V& y) HWY_ATTR { return SphereInverseKernel(d, m, x, y); },
+            [&m](PROJPOINT& p) { return SphereInverse(m, p); });
+    else
+        lanes::ForEachVector(
+            points, count, [&m](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, m, x, y); },
+            [&m](PROJPOINT& p) { return EllipsoidInverse(m, p); });
 }
 
 } // namespace HWY_NAMESPACE
@@ -84,19 +126,19 @@ HWY_AFTER_NAMESPACE();
 namespace KVProj {
 namespace merc {
 
-HWY_EXPORT(ForwardLanes);
-HWY_EXPORT(InverseLanes);
+HWY_EXPORT(ForwardVectors);
+HWY_EXPORT(InverseVectors);
 
 bool LanesFit(const Constants& m) {
-    return !m.sphere && m.ok && m.k != 0.0 && m.e <= kLaneMaxE;
+    return m.sphere || (m.ok && m.k != 0.0 && m.e <= kLaneMaxE);
 }
 
-void EllipsoidForwardLanes(const Constants& m, PROJPOINT* points, int count) {
-    HWY_DYNAMIC_DISPATCH(ForwardLanes)(m, points, count);
+void ForwardLanes(const Constants& m, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(ForwardVectors)(m, points, count);
 }
 
-void EllipsoidInverseLanes(const Constants& m, PROJPOINT* points, int count) {
-    HWY_DYNAMIC_DISPATCH(InverseLanes)(m, points, count);
+void InverseLanes(const Constants& m, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(InverseVectors)(m, points, count);
 }
 
 } // namespace merc
