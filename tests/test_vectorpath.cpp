@@ -174,11 +174,12 @@ Agreement Compare(const Outcome& vec, const Outcome& ref, double tol, const std:
 
 class VectorPath : public testing::TestWithParam<Case> {};
 
-// The instruction sets to force, those this CPU has (Highway's own choice
-// where it has none of them).
+// The instruction sets to force, those compiled that this CPU has, the
+// one-lane and emulated fallbacks included (Highway's own choice where it has
+// none of them).
 std::vector<int64_t> Targets() {
     std::vector<int64_t> out;
-    for (int64_t t : {HWY_SSE4, HWY_AVX2, HWY_AVX3})
+    for (int64_t t : {HWY_SCALAR, HWY_EMU128, HWY_SSSE3, HWY_SSE4, HWY_AVX2, HWY_AVX3})
         if (hwy::SupportedTargets() & HWY_TARGETS & t) out.push_back(t);
     if (out.empty()) out.push_back(0);
     return out;
