@@ -8,6 +8,7 @@
 #include "frame/Firewall.h"
 #include "frame/Platform.h"
 #include "frame/Util.h"
+#include "projections/VectorPath.h"
 
 #include <atomic>
 #include <cmath>
@@ -256,11 +257,17 @@ int TransformLocked(GlobalGrid& g, int count, DATUMPOINT* points, bool inverse) 
         if (points[n].x != kUnplottable) points[n].x *= kDegToRad;
         if (points[n].y != kUnplottable) points[n].y *= kDegToRad;
     }
-    for (int n = 0; n < count; ++n) {
-        int status = Ntv2TransformPoint(g.tree, &points[n].x, &points[n].y, inverse);
-        if (status != NTV2_OK && status != NTV2_OUTSIDE) {
-            LogPrintf("NTV2: TransformPoint failed.\n");
-            return status;
+    // The vector loop when the per-point trace is off (its points only ever
+    // end NTV2_OK or NTV2_OUTSIDE, both accepted below).
+    if (VectorLoopFor(count) && !LogIsEnabled()) {
+        Ntv2TransformLanes(g.tree, points, count, inverse);
+    } else {
+        for (int n = 0; n < count; ++n) {
+            int status = Ntv2TransformPoint(g.tree, &points[n].x, &points[n].y, inverse);
+            if (status != NTV2_OK && status != NTV2_OUTSIDE) {
+                LogPrintf("NTV2: TransformPoint failed.\n");
+                return status;
+            }
         }
     }
     bool unplottable = false;

@@ -102,6 +102,11 @@ bool Ntv2ShiftAt(const Ntv2SubGrid& grid, double u, double v, double* shiftLon, 
 // coordinates unplottable.
 int Ntv2TransformPoint(const Ntv2Tree& tree, double* lon, double* lat, bool inverse);
 
+// Ntv2TransformPoint over an array, a vector of points at a time (instruction
+// set chosen at run time), each point given the per-point function's bits.
+// Logs nothing: a logged conversion takes the per-point function.
+void Ntv2TransformLanes(const Ntv2Tree& tree, DATUMPOINT* points, int count, bool inverse);
+
 // Angle folded into -pi..pi; angles within pi (to 11 decimals) are kept as given.
 double Ntv2Wrap(double angle);
 
