@@ -1,17 +1,26 @@
-// Grid shifts of many points. NTv2: 1,000,000 points forward through a
-// generated grid of one coarse national sub-grid with twelve finer regional
-// children and two local grandchildren each, with NTV2Transform and through
-// DatConvertDatum, against PROJ's "+nadgrids" (proj_create_crs_to_crs) and its
-// bare "hgridshift" pipeline on the same file and points, with the largest
-// difference between the two results. NADCON: 100,000 points through a
-// generated grid pair of the national grid's size, read from the files per
-// point (no target; the cost is reported).
+// Grid shifts of many points. NTv2: points forward through a generated grid
+// of one coarse national sub-grid with twelve finer regional children and two
+// local grandchildren each, with NTV2Transform at 1, 4, 64 and 1,000,000
+// points per call on the per-point path and the vector loop forced to SSE4,
+// AVX2 and AVX-512 (those this CPU has), and the inverse at 1,000,000; through
+// DatConvertDatum; against PROJ's "+nadgrids" (proj_create_crs_to_crs, at the
+// same call sizes) and its bare "hgridshift" pipeline on the same file and
+// points, with the largest difference between the two results. Each timing is
+// the best of three repetitions; the summary gives ns/point and the ratio to
+// PROJ. Before the timings, 10,000,000 points go through both paths each way
+// and the largest difference between them is printed. NADCON: 100,000 points
+// through a generated grid pair of the national grid's size, read from the
+// files per point (no target; the cost is reported).
 #include "../tests/GridFiles.h"
 #include "BenchSupport.h"
 
 #include "datum/GridShift.h"
 #include "kvproj/datum.h"
+#include "projections/VectorPath.h"
 
+#include <hwy/targets.h>
+
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -48,6 +57,23 @@ std::vector<SubGrid> Layout() {
     return grids;
 }
 
+// Half the points fall in the regional grids, the rest anywhere.
+std::vector<DATUMPOINT> GridPoints(uint64_t seed, int count) {
+    std::mt19937_64 rng(seed);
+    std::uniform_real_distribution<double> lon(-139.9, -80.1), lat(40.1, 69.9), u(0, 1);
+    std::uniform_int_distribution<int> region(0, 11);
+    std::vector<DATUMPOINT> points(static_cast<size_t>(count));
+    for (int n = 0; n < count; ++n) {
+        if (n % 2) {
+            const int k = region(rng);
+            points[n] = {-136 + 4.5 * k + 3 * u(rng), 42 + 2 * (k % 6) + 2 * u(rng)};
+        } else {
+            points[n] = {lon(rng), lat(rng)};
+        }
+    }
+    return points;
+}
+
 struct Setup {
     TempDir dir;
     std::string ntv2Path;
@@ -60,19 +86,7 @@ struct Setup {
         dir.Write("conus.LOS",
                   NadconFile(conus, [](int c, int r) { return float(0.02 * (c - r)); }));
         GridSetSearchDirectory(dir.Path().c_str());
-        // Half the points fall in the regional grids, the rest anywhere.
-        std::mt19937_64 rng(20261122);
-        std::uniform_real_distribution<double> lon(-139.9, -80.1), lat(40.1, 69.9), u(0, 1);
-        std::uniform_int_distribution<int> region(0, 11);
-        points.resize(kPoints);
-        for (int n = 0; n < kPoints; ++n) {
-            if (n % 2) {
-                const int k = region(rng);
-                points[n] = {-136 + 4.5 * k + 3 * u(rng), 42 + 2 * (k % 6) + 2 * u(rng)};
-            } else {
-                points[n] = {lon(rng), lat(rng)};
-            }
-        }
+        points = GridPoints(20261122, kPoints);
     }
 };
 
@@ -81,11 +95,54 @@ Setup& Data() {
     return setup;
 }
 
-void Ntv2Transform(benchmark::State& state) {
-    Setup& d = Data();
-    NTV2Startup(d.ntv2Path.c_str());
-    TimeConversions(state, d.points, [](std::vector<DATUMPOINT>& work) {
-        NTV2Transform(kPoints, work.data(), false);
+// The paths timed: the per-point one, then the vector loop on one
+// instruction set each (0: the per-point path, -1: the vector loop on the
+// best instruction set).
+struct Path {
+    const char* name;
+    int64_t target;
+};
+const Path kPaths[] = {
+    {"scalar", 0}, {"SSE4", HWY_SSE4}, {"AVX2", HWY_AVX2}, {"AVX-512", HWY_AVX3}};
+const int kCallSizes[] = {1, 4, 64, kPoints};
+
+// Points per timed iteration: the whole array for one call, fewer for the
+// small calls (still thousands of calls per iteration).
+int PointsPerIteration(int callSize) {
+    return callSize == kPoints ? kPoints : 65536;
+}
+
+std::vector<DATUMPOINT> Head(int n) {
+    return std::vector<DATUMPOINT>(Data().points.begin(), Data().points.begin() + n);
+}
+
+// Selects the path for one benchmark and restores the default after it.
+class PathScope {
+public:
+    explicit PathScope(const Path& p) {
+        SetVectorPath(p.target != 0);
+        if (p.target > 0) hwy::SetSupportedTargetsForTest(p.target);
+    }
+    ~PathScope() {
+        SetVectorPath(true);
+        hwy::SetSupportedTargetsForTest(0);
+    }
+    static bool Available(const Path& p) {
+        return p.target <= 0 || (hwy::SupportedTargets() & p.target) != 0;
+    }
+};
+
+void Ntv2Transform(benchmark::State& state, Path path, int callSize, bool inverse) {
+    if (!PathScope::Available(path)) {
+        state.SkipWithError("this CPU lacks the instruction set");
+        return;
+    }
+    const PathScope scope(path);
+    NTV2Startup(Data().ntv2Path.c_str());
+    TimeConversions(state, Head(PointsPerIteration(callSize)), [&](std::vector<DATUMPOINT>& work) {
+        const int n = static_cast<int>(work.size());
+        for (int i = 0; i < n; i += callSize)
+            NTV2Transform(std::min(callSize, n - i), &work[i], inverse);
         return true;
     });
 }
@@ -115,8 +172,21 @@ ProjOperation Hgridshift() {
                          Data().ntv2Path + " +step +proj=unitconvert +xy_in=rad +xy_out=deg");
 }
 
-void Proj(benchmark::State& state, ProjOperation (*make)()) {
-    TimeProj(state, make(), Data().points, PJ_FWD);
+void Proj(benchmark::State& state, ProjOperation (*make)(), int callSize) {
+    const ProjOperation op = make();
+    if (!op) {
+        state.SkipWithError("PROJ cannot make the operation");
+        return;
+    }
+    TimeConversions(state, Head(PointsPerIteration(callSize)), [&](std::vector<DATUMPOINT>& work) {
+        for (size_t i = 0; i < work.size(); i += static_cast<size_t>(callSize)) {
+            DATUMPOINT* first = &work[i];
+            const size_t n = std::min(static_cast<size_t>(callSize), work.size() - i);
+            proj_trans_generic(op.Get(), PJ_FWD, &first->x, sizeof(DATUMPOINT), n, &first->y,
+                               sizeof(DATUMPOINT), n, nullptr, 0, 0, nullptr, 0, 0);
+        }
+        return true;
+    });
 }
 
 void NadconShiftFromFiles(benchmark::State& state) {
@@ -151,14 +221,73 @@ void Agreement() {
                 kPoints, Layout().size(), worst);
 }
 
+// Largest difference between the vector path (best instruction set) and the
+// per-point path on 10,000,000 points, forward and inverse.
+void PrintExactness() {
+    constexpr int kMany = 10000000;
+    const std::vector<DATUMPOINT> pts = GridPoints(99, kMany);
+    NTV2Startup(Data().ntv2Path.c_str());
+    for (bool inverse : {false, true}) {
+        std::vector<DATUMPOINT> a = pts, b = pts;
+        SetVectorPath(true);
+        NTV2Transform(kMany, a.data(), inverse);
+        SetVectorPath(false);
+        NTV2Transform(kMany, b.data(), inverse);
+        SetVectorPath(true);
+        double worst = 0;
+        long differ = 0;
+        for (int i = 0; i < kMany; ++i) {
+            if (std::memcmp(&a[i], &b[i], sizeof a[i]) != 0) ++differ;
+            worst = std::max({worst, std::fabs(a[i].x - b[i].x), std::fabs(a[i].y - b[i].y)});
+        }
+        std::printf("NTv2 %s vector vs per-point path, %d points: worst %.3g deg (%ld differ)\n",
+                    inverse ? "inverse" : "forward", kMany, worst, differ);
+    }
+    std::fflush(stdout);
+}
+
+std::string Name(const char* what, const char* path, int callSize) {
+    return std::string(what) + "/" + path + "/" + std::to_string(callSize);
+}
+
+void PrintSummary(const RateCollector& rates) {
+    std::printf("\nNTv2 forward ns/point (ratio PROJ +nadgrids / ours) by points per call\n");
+    for (int n : kCallSizes) {
+        const double proj = rates.NsPerPoint(Name("Ntv2", "PROJ", n));
+        std::printf("%7d  PROJ %6.1f", n, proj);
+        for (const Path& p : kPaths) {
+            const double ours = rates.NsPerPoint(Name("Ntv2", p.name, n));
+            std::printf("  %s %6.1f (%5.1fx)", p.name, ours, ours > 0 ? proj / ours : 0.0);
+        }
+        std::printf("\n");
+    }
+    std::printf("NTv2 inverse ns/point at %d: scalar %.1f, best %.1f\n", kPoints,
+                rates.NsPerPoint(Name("Ntv2Inverse", "scalar", kPoints)),
+                rates.NsPerPoint(Name("Ntv2Inverse", "best", kPoints)));
+}
+
 } // namespace
 
-BENCHMARK(Ntv2Transform)->Unit(benchmark::kMillisecond);
-BENCHMARK(Ntv2DatConvert)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(Proj, Nadgrids, Nadgrids)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(Proj, Hgridshift, Hgridshift)->Unit(benchmark::kMillisecond);
-BENCHMARK(NadconShiftFromFiles)->Unit(benchmark::kMillisecond);
-
 int main(int argc, char** argv) {
-    return RunBenchmarks(argc, argv, Agreement, [](const RateCollector&) {});
+    for (int n : kCallSizes) {
+        for (const Path& p : kPaths)
+            Register(Name("Ntv2", p.name, n), Ntv2Transform, p, n, false)->Repetitions(3);
+        Register(Name("Ntv2", "PROJ", n), Proj, Nadgrids, n)->Repetitions(3);
+    }
+    Register(Name("Ntv2Inverse", "scalar", kPoints), Ntv2Transform, Path{"scalar", 0}, kPoints,
+             true)
+        ->Repetitions(3);
+    Register(Name("Ntv2Inverse", "best", kPoints), Ntv2Transform, Path{"best", -1}, kPoints, true)
+        ->Repetitions(3);
+    Register("Ntv2DatConvert", Ntv2DatConvert)->Repetitions(3);
+    Register(Name("Ntv2", "Hgridshift", kPoints), Proj, Hgridshift, kPoints)->Repetitions(3);
+    Register("NadconShiftFromFiles", NadconShiftFromFiles);
+    benchmark::AddCustomContext("best of", "3 repetitions");
+    return RunBenchmarks(
+        argc, argv,
+        [] {
+            Agreement();
+            PrintExactness();
+        },
+        PrintSummary);
 }

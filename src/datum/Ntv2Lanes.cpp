@@ -11,6 +11,7 @@
 #define HWY_TARGET_INCLUDE "datum/Ntv2Lanes.cpp"
 #include <hwy/foreach_target.h> // IWYU pragma: keep
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "datum/Ntv2.h"
@@ -162,26 +163,18 @@ HWY_INLINE void Shift(D d, const LaneGrids& lanes, M has, V& x, V& y, bool inver
     Inverse(d, lanes, ok, u, v, sLon, sLat, x, y);
 }
 
-// Points [first, first + valid) in one vector; the lanes beyond `valid` have
-// no sub-grid and are neither read nor written.
+// Points [0, valid) in one vector, of sub-grids `grids` (null: left as they
+// are); the lanes beyond `valid` are neither read nor written.
 template <class D>
-HWY_INLINE void Block(D d, const Ntv2Tree& tree, DATUMPOINT* points, size_t valid, bool inverse) {
+HWY_INLINE void Block(D d, const Ntv2SubGrid* const* grids, DATUMPOINT* points, size_t valid,
+                      bool inverse) {
     LaneGrids lanes;
     HWY_ALIGN double px[kMaxLanes], py[kMaxLanes], has[kMaxLanes];
     bool any = false;
     for (size_t i = 0; i < hn::Lanes(d); ++i) {
-        const Ntv2SubGrid* g = nullptr;
-        px[i] = py[i] = 0.0;
-        if (i < valid) {
-            DATUMPOINT& p = points[i];
-            px[i] = p.x, py[i] = p.y;
-            const bool usual = std::isfinite(p.x) && std::isfinite(p.y) && p.x != kUnplottable &&
-                               p.y != kUnplottable;
-            if (usual)
-                g = tree.Choose(p.x, p.y);
-            else
-                Ntv2TransformPoint(tree, &p.x, &p.y, inverse);
-        }
+        const Ntv2SubGrid* g = i < valid ? grids[i] : nullptr;
+        px[i] = i < valid ? points[i].x : 0.0;
+        py[i] = i < valid ? points[i].y : 0.0;
         lanes.grid[i] = g;
         has[i] = g ? 1.0 : 0.0;
         any |= g != nullptr;
@@ -201,11 +194,41 @@ HWY_INLINE void Block(D d, const Ntv2Tree& tree, DATUMPOINT* points, size_t vali
         if (lanes.grid[i]) points[i] = DATUMPOINT{px[i], py[i]};
 }
 
+// Points are taken this many at a time: first each one's sub-grid, with a
+// prefetch of the nodes around it (large grids are read at random), then the
+// vectors, whose node loads then mostly hit the cache.
+constexpr size_t kChunk = 32;
+
+// The sub-grid of `p`, or null for a point the per-point function has
+// already shifted (a marker or a value that is not finite) or that no
+// sub-grid contains; the rows of nodes around it are asked for.
+HWY_INLINE const Ntv2SubGrid* Prepare(const Ntv2Tree& tree, DATUMPOINT& p, bool inverse) {
+    if (!std::isfinite(p.x) || !std::isfinite(p.y) || p.x == kUnplottable || p.y == kUnplottable) {
+        Ntv2TransformPoint(tree, &p.x, &p.y, inverse);
+        return nullptr;
+    }
+    const Ntv2SubGrid* g = tree.Choose(p.x, p.y);
+    if (!g) return nullptr;
+    const double c = (p.x - g->x0) / g->dx, r = (p.y - g->y0) / g->dy; // near enough
+    if (c >= 0 && c < g->columns && r >= 0 && r + 1 < g->rows) {
+        const Ntv2Node* s = &g->nodes[static_cast<size_t>(r) * g->columns + static_cast<size_t>(c)];
+        hwy::Prefetch(s);
+        hwy::Prefetch(s + g->columns);
+    }
+    return g;
+}
+
 void TransformAll(const Ntv2Tree& tree, DATUMPOINT* points, int count, bool inverse) {
     const hn::ScalableTag<double> d;
     const size_t n = hn::Lanes(d), total = count > 0 ? static_cast<size_t>(count) : 0;
-    for (size_t i = 0; i < total; i += n)
-        Block(d, tree, points + i, total - i < n ? total - i : n, inverse);
+    const Ntv2SubGrid* grids[kChunk];
+    for (size_t at = 0; at < total; at += kChunk) {
+        const size_t size = total - at < kChunk ? total - at : kChunk;
+        for (size_t k = 0; k < size; ++k)
+            grids[k] = Prepare(tree, points[at + k], inverse);
+        for (size_t i = 0; i < size; i += n)
+            Block(d, grids + i, points + at + i, size - i < n ? size - i : n, inverse);
+    }
 }
 
 } // namespace HWY_NAMESPACE
