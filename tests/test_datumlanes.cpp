@@ -11,6 +11,8 @@
 
 #include <hwy/targets.h>
 
+#include "TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -194,7 +196,7 @@ class DatumLanes : public testing::TestWithParam<Case> {};
 
 TEST_P(DatumLanes, AgreeWithPerPointPathOnEveryInstructionSet) {
     const Case& c = GetParam();
-    const std::vector<DATUMPOINT> pts = RandomPoints(200000, 20261124);
+    const std::vector<DATUMPOINT> pts = RandomPoints(kvtest::kSweepPoints, 20261124);
     const Outcome ref = Convert(c.request, pts, false, false);
     for (int64_t target : Targets()) {
         hwy::SetSupportedTargetsForTest(target);

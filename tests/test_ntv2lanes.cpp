@@ -6,6 +6,7 @@
 // of nested regional grids, and hostile ones (a single column, a shift field
 // rough enough that the inverse leaves its grid or does not settle).
 #include "GridFiles.h"
+#include "TestSupport.h"
 
 #include "datum/GridShift.h"
 #include "projections/VectorPath.h"
@@ -205,7 +206,7 @@ protected:
 };
 
 TEST_P(Ntv2Lanes, EveryInstructionSetGivesThePerPointBits) {
-    const std::vector<DATUMPOINT> pts = PointsFor(200000, 20261124);
+    const std::vector<DATUMPOINT> pts = PointsFor(kvtest::kSweepPoints, 20261124);
     for (bool inverse : {false, true}) {
         const Outcome ref = Transform(pts, inverse, false, false);
         size_t moved = 0, lost = 0;

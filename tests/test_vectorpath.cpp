@@ -11,6 +11,8 @@
 #include "kvproj/ellipsoid.h"
 #include "projections/VectorPath.h"
 
+#include "TestSupport.h"
+
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
 
@@ -187,7 +189,7 @@ std::vector<int64_t> Targets() {
 
 TEST_P(VectorPath, ForwardAndInverseAgreeWithPerPointPathOnEveryInstructionSet) {
     const Case& c = GetParam();
-    const std::vector<PROJPOINT> lonLat = RandomPoints(c, 200000, 20261124);
+    const std::vector<PROJPOINT> lonLat = RandomPoints(c, kvtest::kSweepPoints, 20261124);
     for (bool chunked : {false, true}) {
         const Outcome fs = Convert(c.record, lonLat, true, false, chunked);
         // The inverse of the reference results, with hostile map points mixed in.
