@@ -19,6 +19,7 @@
 #include "datum/DatumPasses.h"
 #include "datum/DatumSteps.h"
 #include "frame/Angles.h"
+#include "frame/TrigSeries-inl.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -55,17 +56,8 @@ HWY_INLINE void SinCos(D d, V x, V* s, V* c) {
     const V k = hn::Round(x * hn::Set(d, 2.0 / kPi)) + hn::Zero(d);
     V r = (x - k * hn::Set(d, kHalfPi1)) - k * hn::Set(d, kHalfPi2);
     r = (r - k * hn::Set(d, kHalfPi3)) - k * hn::Set(d, kHalfPi4);
-    const V z = r * r;
-    V ps = hn::Set(d, 1.0 / 355687428096000.0); // 1/17!
-    for (double f : {-1.0 / 1307674368000.0, 1.0 / 6227020800.0, -1.0 / 39916800.0, 1.0 / 362880.0,
-                     -1.0 / 5040.0, 1.0 / 120.0, -1.0 / 6.0})
-        ps = ps * z + hn::Set(d, f);
-    V pc = hn::Set(d, 1.0 / 6402373705728000.0); // 1/18!
-    for (double f : {-1.0 / 20922789888000.0, 1.0 / 87178291200.0, -1.0 / 479001600.0,
-                     1.0 / 3628800.0, -1.0 / 40320.0, 1.0 / 720.0, -1.0 / 24.0, 0.5})
-        pc = pc * z + hn::Set(d, f);
-    const V sr = r + r * z * ps;
-    const V cr = hn::Set(d, 1.0) - z * pc;
+    V sr, cr;
+    KVProj::HWY_NAMESPACE::lanes::SinCosSeries(d, r, &sr, &cr);
     // q = k mod 4 (exact): sin x is sr, cr, -sr, -cr and cos x is cr, -sr, -cr, sr.
     const V q = k - hn::Set(d, 4.0) * hn::Floor(k * hn::Set(d, 0.25));
     const M odd = hn::Or(hn::Eq(q, hn::Set(d, 1.0)), hn::Eq(q, hn::Set(d, 3.0)));

@@ -18,6 +18,7 @@
 #include <hwy/contrib/math/math-inl.h>
 
 #include "frame/Angles.h"
+#include "frame/TrigSeries-inl.h"
 #include "projections/LaneLoop-inl.h"
 #include "projections/ConformalLatitude.h"
 
@@ -44,17 +45,8 @@ constexpr double kHalfPiLow = 6.123233995736766e-17; // pi/2 - kHalfPi
 HWY_INLINE void SinCos(D d, V x, V* s, V* c) {
     const V k = hn::Round(x * hn::Set(d, 2.0 / kPi));
     const V r = (x - k * hn::Set(d, kHalfPi)) - k * hn::Set(d, kHalfPiLow);
-    const V z = r * r;
-    V ps = hn::Set(d, 1.0 / 355687428096000.0); // 1/17!
-    for (double f : {-1.0 / 1307674368000.0, 1.0 / 6227020800.0, -1.0 / 39916800.0, 1.0 / 362880.0,
-                     -1.0 / 5040.0, 1.0 / 120.0, -1.0 / 6.0})
-        ps = ps * z + hn::Set(d, f);
-    V pc = hn::Set(d, 1.0 / 6402373705728000.0); // 1/18!
-    for (double f : {-1.0 / 20922789888000.0, 1.0 / 87178291200.0, -1.0 / 479001600.0,
-                     1.0 / 3628800.0, -1.0 / 40320.0, 1.0 / 720.0, -1.0 / 24.0, 0.5})
-        pc = pc * z + hn::Set(d, f);
-    const V sr = r + r * z * ps;
-    const V cr = hn::Set(d, 1.0) - z * pc;
+    V sr, cr;
+    SinCosSeries(d, r, &sr, &cr);
     // k = 1: sin = cos r, cos = -sin r; k = -1: sin = -cos r, cos = sin r.
     const M odd = hn::Ne(k, hn::Zero(d));
     const V sign = hn::IfThenElse(hn::Lt(k, hn::Zero(d)), hn::Set(d, -1.0), hn::Set(d, 1.0));
