@@ -1,7 +1,8 @@
 // What the benchmark programs share: the random points, a PROJ operation that
 // owns its context, the timed loop that converts a fresh copy of the input on
 // every iteration, the ns/point counter and the reporter that collects it,
-// and the full ProjForward/ProjInverse pipeline set-up.
+// the full ProjForward/ProjInverse pipeline set-up, and the choice of path
+// (per point, or the vector loops on one instruction set) for the timings.
 //
 // Every program compares the library with PROJ on the same points in the same
 // run. Times are CPU times of the converting thread, so that other load on the
@@ -10,8 +11,10 @@
 #define KVPROJ_BENCH_BENCHSUPPORT_H
 
 #include "kvproj/projection.h"
+#include "projections/VectorPath.h"
 
 #include <benchmark/benchmark.h>
+#include <hwy/targets.h>
 #include <proj.h>
 
 #include <algorithm>
@@ -310,6 +313,42 @@ int RunBenchmarks(int argc, char** argv, Before before, After after) {
     benchmark::Shutdown();
     return 0;
 }
+
+// ---------------------------------------------------------------- paths
+// The paths timed: the per-point one, then the vector loops on one
+// instruction set each (target 0: the per-point path; -1: the vector loops on
+// the best instruction set this CPU has).
+struct Path {
+    const char* name;
+    int64_t target;
+};
+const Path kPaths[] = {
+    {"scalar", 0}, {"SSE4", HWY_SSE4}, {"AVX2", HWY_AVX2}, {"AVX-512", HWY_AVX3}};
+const int kCallSizes[] = {1, 4, 64, kPoints};
+
+// Points per timed iteration: the whole array for one call, fewer for the
+// small calls (still thousands of calls per iteration).
+inline int PointsPerIteration(int callSize) {
+    return callSize == kPoints ? kPoints : 65536;
+}
+
+// Selects the path for one benchmark and restores the default after it.
+class PathScope {
+public:
+    explicit PathScope(const Path& p) {
+        KVProj::SetVectorPath(p.target != 0);
+        if (p.target > 0) hwy::SetSupportedTargetsForTest(p.target);
+    }
+    ~PathScope() {
+        KVProj::SetVectorPath(true);
+        hwy::SetSupportedTargetsForTest(0);
+    }
+    PathScope(const PathScope&) = delete;
+    PathScope& operator=(const PathScope&) = delete;
+    static bool Available(const Path& p) {
+        return p.target <= 0 || (hwy::SupportedTargets() & p.target) != 0;
+    }
+};
 
 } // namespace bench
 

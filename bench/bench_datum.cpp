@@ -41,22 +41,6 @@ const Case kCases[] = {
      "+towgs84=591,73,410,0.26,0.05,-2.43,8.5 +type=crs"},
 };
 
-// The paths timed: the per-point one, then the vector loops on one
-// instruction set each (0: the per-point path).
-struct Path {
-    const char* name;
-    int64_t target;
-};
-const Path kPaths[] = {
-    {"scalar", 0}, {"SSE4", HWY_SSE4}, {"AVX2", HWY_AVX2}, {"AVX-512", HWY_AVX3}};
-const int kCallSizes[] = {1, 4, 64, kPoints};
-
-// Points per timed iteration: the whole array for one call, fewer for the
-// small calls (still thousands of calls per iteration).
-int PointsPerIteration(int callSize) {
-    return callSize == kPoints ? kPoints : 65536;
-}
-
 const std::vector<DATUMPOINT>& Points() {
     static const std::vector<DATUMPOINT> points =
         RandomPoints<DATUMPOINT>(20261122, Area{-10.0, 30.0, 35.0, 70.0});
@@ -76,22 +60,6 @@ DATUMXFORM ToWgs84(int datum) {
     x.Step2.Method = DM_NOXFORM;
     return x;
 }
-
-// Selects the path for one benchmark and restores the default after it.
-class PathScope {
-public:
-    explicit PathScope(const Path& p) {
-        SetVectorPath(p.target != 0);
-        if (p.target) hwy::SetSupportedTargetsForTest(p.target);
-    }
-    ~PathScope() {
-        SetVectorPath(true);
-        hwy::SetSupportedTargetsForTest(0);
-    }
-    static bool Available(const Path& p) {
-        return p.target == 0 || (hwy::SupportedTargets() & p.target) != 0;
-    }
-};
 
 void Ours(benchmark::State& state, const Case* c, Path path, int callSize) {
     if (!PathScope::Available(path)) {

@@ -95,42 +95,9 @@ Setup& Data() {
     return setup;
 }
 
-// The paths timed: the per-point one, then the vector loop on one
-// instruction set each (0: the per-point path, -1: the vector loop on the
-// best instruction set).
-struct Path {
-    const char* name;
-    int64_t target;
-};
-const Path kPaths[] = {
-    {"scalar", 0}, {"SSE4", HWY_SSE4}, {"AVX2", HWY_AVX2}, {"AVX-512", HWY_AVX3}};
-const int kCallSizes[] = {1, 4, 64, kPoints};
-
-// Points per timed iteration: the whole array for one call, fewer for the
-// small calls (still thousands of calls per iteration).
-int PointsPerIteration(int callSize) {
-    return callSize == kPoints ? kPoints : 65536;
-}
-
 std::vector<DATUMPOINT> Head(int n) {
     return std::vector<DATUMPOINT>(Data().points.begin(), Data().points.begin() + n);
 }
-
-// Selects the path for one benchmark and restores the default after it.
-class PathScope {
-public:
-    explicit PathScope(const Path& p) {
-        SetVectorPath(p.target != 0);
-        if (p.target > 0) hwy::SetSupportedTargetsForTest(p.target);
-    }
-    ~PathScope() {
-        SetVectorPath(true);
-        hwy::SetSupportedTargetsForTest(0);
-    }
-    static bool Available(const Path& p) {
-        return p.target <= 0 || (hwy::SupportedTargets() & p.target) != 0;
-    }
-};
 
 void Ntv2Transform(benchmark::State& state, Path path, int callSize, bool inverse) {
     if (!PathScope::Available(path)) {

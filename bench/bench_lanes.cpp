@@ -66,22 +66,6 @@ std::vector<Setup> Setups() {
     };
 }
 
-// The paths timed: the per-point one, then the vector loops on one
-// instruction set each (0: the per-point path).
-struct Path {
-    const char* name;
-    int64_t target;
-};
-const Path kPaths[] = {
-    {"scalar", 0}, {"SSE4", HWY_SSE4}, {"AVX2", HWY_AVX2}, {"AVX-512", HWY_AVX3}};
-const int kCallSizes[] = {1, 4, 64, kPoints};
-
-// Points per timed iteration: the whole array for one call, fewer for the
-// small calls (still thousands of calls per iteration).
-int PointsPerIteration(int callSize) {
-    return callSize == kPoints ? kPoints : 65536;
-}
-
 const PipelinePoints& PointsFor(const Setup& s) {
     static std::map<std::string, PipelinePoints> cache;
     PipelinePoints& d = cache[s.name];
@@ -92,22 +76,6 @@ const PipelinePoints& PointsFor(const Setup& s) {
 std::vector<PROJPOINT> Head(const std::vector<PROJPOINT>& v, int n) {
     return std::vector<PROJPOINT>(v.begin(), v.begin() + n);
 }
-
-// Selects the path for one benchmark and restores the default after it.
-class PathScope {
-public:
-    explicit PathScope(const Path& p) {
-        SetVectorPath(p.target != 0);
-        if (p.target) hwy::SetSupportedTargetsForTest(p.target);
-    }
-    ~PathScope() {
-        SetVectorPath(true);
-        hwy::SetSupportedTargetsForTest(0);
-    }
-    static bool Available(const Path& p) {
-        return p.target == 0 || (hwy::SupportedTargets() & p.target) != 0;
-    }
-};
 
 void BenchOurs(benchmark::State& state, Setup s, bool forward, Path path, int callSize) {
     if (!PathScope::Available(path)) {
