@@ -38,10 +38,13 @@ PROJDATA Sphere(PROJDATA d) {
     return d;
 }
 
-// Lambert and Mercator on the ellipsoid, and on the sphere (LambertS, MercatorS).
+// Lambert, Mercator and Albers on the ellipsoid, and the first two on the
+// sphere (LambertS, MercatorS).
 std::vector<Setup> Setups() {
     PROJDATA lcc = Wgs84Record(PT_LAMBERT_CONIC, 39.0, -100.0);
     lcc.Ellipsoid = ELLIPSOID_GRS80, lcc.Lat1 = 33.0, lcc.Lat2 = 45.0;
+    PROJDATA aea = Wgs84Record(PT_ALBERS, 23.0, -96.0);
+    aea.Ellipsoid = ELLIPSOID_GRS80, aea.Lat1 = 29.5, aea.Lat2 = 45.5;
     return {
         {"UTM",
          Wgs84Record(PT_UTM, 0, 15),
@@ -55,6 +58,10 @@ std::vector<Setup> Setups() {
          Wgs84Record(PT_MERCATOR, 0, 0),
          {-179.0, 179.0, -80.0, 80.0},
          "+proj=merc +ellps=WGS84"},
+        {"Albers",
+         aea,
+         {-125.0, -66.0, 24.0, 50.0},
+         "+proj=aea +lat_1=29.5 +lat_2=45.5 +lat_0=23 +lon_0=-96 +ellps=GRS80"},
         {"LambertS",
          Sphere(lcc),
          {-125.0, -75.0, 25.0, 50.0},

@@ -262,6 +262,22 @@ const Case kLambertCases[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Lambert, VectorPath, testing::ValuesIn(kLambertCases), CaseName);
 
+// Albers equal-area conic on the ellipsoid (the sphere stays per point): the
+// conterminous United States, a southern cone (negative n) with a false
+// origin, and the whole globe (the poles, angles beyond the vector sine's
+// range, first estimates beyond the lanes' limit). The radius of the whole
+// globe's cone reaches 1.7e7 m at the south pole (PROJ 9.1 cs2cs).
+const Case kAlbersCases[] = {
+    {"albers conus", Secant(Record(PT_ALBERS, ELLIPSOID_GRS80, 23, -96, 1), 29.5, 45.5), -130, -62,
+     20, 52},
+    {"albers south, false origin",
+     With(Secant(Record(PT_ALBERS, ELLIPSOID_INTERNATIONAL_1924, 0, 132, 1), -18, -36), 4e6, 1e7, 1),
+     108, 156, -45, -8},
+    {"albers whole globe", Secant(Record(PT_ALBERS, ELLIPSOID_WGS84, 39, -100, 1), 33, 45), -180,
+     180, -90, 90, 2e7},
+};
+INSTANTIATE_TEST_SUITE_P(Albers, VectorPath, testing::ValuesIn(kAlbersCases), CaseName);
+
 // Inverse inputs that reach the guards: a northing whose footpoint lies
 // beyond the pole, huge and tiny values, k0 of 0 in the general module
 // (every point fails there, the vector path included).
@@ -301,6 +317,12 @@ TEST(VectorPathGuards, ConformalModulesAsPerPointPath) {
          Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_SPHERE_6370997, 39, 30, 1), 33, 45)},
         {"lambert e 0.2",
          User(Secant(Record(PT_LAMBERT_CONIC, ELLIPSOID_USER_DEFINED, 40, 30, 1), 30, 50), 6378137,
+              1 / 50.0)},
+        {"albers north", Secant(Record(PT_ALBERS, ELLIPSOID_GRS80, 39, 30, 1), 33, 45)},
+        {"albers south",
+         With(Secant(Record(PT_ALBERS, ELLIPSOID_WGS84, -40, 30, 1), -50, -30), 1e5, 2e5, 0.5)},
+        {"albers e 0.2",
+         User(Secant(Record(PT_ALBERS, ELLIPSOID_USER_DEFINED, 40, 30, 1), 30, 50), 6378137,
               1 / 50.0)},
     };
     const std::vector<PROJPOINT> lonLat = {
@@ -348,6 +370,53 @@ TEST(VectorPathGuards, MercatorTrueScaleAtThePole) {
     for (int dir = 0; dir < 2; ++dir) {
         EXPECT_EQ(ok[0][dir], ok[1][dir]) << dir;
         EXPECT_EQ(result[0][dir], result[1][dir]) << dir;
+        EXPECT_EQ(std::memcmp(out[0][dir], out[1][dir], sizeof out[0][dir]), 0) << dir;
+    }
+}
+
+// The Albers inverse compares its first estimate with the point's northing
+// and returns the northing itself as the latitude where the two lie within
+// the tolerance (northings of about 0.3998 m on this cone): the vector path
+// keeps that, and the rest of the sweep agrees with the per-point path.
+TEST(VectorPathGuards, AlbersFirstEstimateAgainstTheNorthing) {
+    const PROJDATA rec = Secant(Record(PT_ALBERS, ELLIPSOID_GRS80, 23, -96, 1), 29.5, 45.5);
+    std::vector<PROJPOINT> xy;
+    for (int i = 0; i < 200000; ++i)
+        xy.push_back({(i % 7) * 1e-3, 0.39 + i * 1e-7});
+    const Outcome iv = Convert(rec, xy, false, true, false);
+    const Outcome is = Convert(rec, xy, false, false, false);
+    Compare(iv, is, 1e-12, "albers near its northing");
+    int kept = 0;
+    for (size_t i = 0; i < xy.size(); ++i)
+        kept += std::fabs(is.points[i].y - xy[i].y * 180 / M_PI) < 1e-9;
+    EXPECT_GT(kept, 0); // the sweep reaches the quirk
+}
+
+// Standard parallels symmetric about the equator, written into a handle's
+// record (the validation refuses them at creation): n is zero, and the call
+// stops with the assertion report at its first plottable point, the points
+// before it converted, on either path.
+TEST(VectorPathGuards, AlbersZeroConeStopsTheCallOnEitherPath) {
+    PROJPOINT out[2][2][4];
+    int ok[2][2];
+    for (int path = 0; path < 2; ++path) {
+        SetVectorPath(path == 0);
+        PROJDATA rec = Secant(Record(PT_ALBERS, ELLIPSOID_GRS80, 23, -96, 1), 29.5, 45.5);
+        void* h = ProjCreateProjection(&rec);
+        ASSERT_NE(h, nullptr);
+        static_cast<PROJDATA*>(h)->Lat2 = -29.5;
+        PROJPOINT ll[4] = {{kMarker, kMarker}, {-100, 40}, {-90, 30}, {-80, 20}};
+        PROJPOINT xy[4] = {{kMarker, kMarker}, {1e5, 2e5}, {3e5, -4e5}, {0, 1e6}};
+        ok[path][0] = ProjForward(h, ll, 4);
+        ok[path][1] = ProjInverse(h, xy, 4);
+        std::memcpy(out[path][0], ll, sizeof ll);
+        std::memcpy(out[path][1], xy, sizeof xy);
+        ProjDeleteProjection(h);
+    }
+    SetVectorPath(true);
+    for (int dir = 0; dir < 2; ++dir) {
+        EXPECT_FALSE(ok[0][dir]) << dir;
+        EXPECT_EQ(ok[0][dir], ok[1][dir]) << dir;
         EXPECT_EQ(std::memcmp(out[0][dir], out[1][dir], sizeof out[0][dir]), 0) << dir;
     }
 }

@@ -1,5 +1,6 @@
 // The modules whose constants a handle prepares once (ProjModule.h), and
 // their set-ups.
+#include "projections/AlbersCore.h"
 #include "projections/LambertCore.h"
 #include "projections/MercCore.h"
 #include "projections/ProjModule.h"
@@ -37,6 +38,7 @@ constexpr PreparedConverters kPrepared[] = {
      tmerc::PreparedInverse<Flavor::General>},
     {PT_MERCATOR, merc::Prepare, merc::PreparedForward, merc::PreparedInverse},
     {PT_LAMBERT_CONIC, lcc::Prepare, lcc::PreparedForward, lcc::PreparedInverse},
+    {PT_ALBERS, aea::Prepare, aea::PreparedForward, aea::PreparedInverse},
 };
 
 } // namespace

@@ -1,0 +1,183 @@
+// The Albers equal-area conic loops on the ellipsoid a vector at a time,
+// compiled for every instruction set Highway knows and chosen at run time; the
+// formulas of AlbersCore.h in the same order of operations (no contraction
+// into fused multiply-adds in this source).
+//
+// Forward, sin phi is the C library's, lane by lane (C - n q magnifies its
+// last bit to three units in the last place of rho), the logarithm of Snyder
+// 3-12 LaneMath-inl.h's and the sine and cosine of the cone angle its kernel
+// (each within an ulp). Inverse, the polar angle from Highway's arctangent,
+// the first estimate from Highway's arcsine, and the iteration 3-16 lane by
+// lane with the per-point loop's stopping rule: a lane stays frozen once it
+// has met the tolerance while the others go on, and the latitude returned is
+// the iterate before the last step, as per point. Lanes the per-point
+// functions treat specially (the guarded axis, a first estimate within the
+// tolerance of the northing, a guard inside the iteration, one that would run
+// out, a step within a hair of the tolerance, a marker) and iterates beyond
+// 84 degrees of latitude send their vector through those functions.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "projections/AlbersLanes.cpp"
+#include <hwy/foreach_target.h> // IWYU pragma: keep
+
+#include <hwy/highway.h>
+
+#include "projections/AlbersCore.h"
+#include "projections/LaneLoop-inl.h"
+#include "projections/LaneMath-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace KVProj {
+namespace aea {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+namespace lanes = KVProj::HWY_NAMESPACE::lanes;
+using lanes::D;
+using lanes::M;
+using lanes::V;
+
+// x = rho sin theta, y = rho0 - rho cos theta (Snyder 14-1, 14-2) on lanes
+// whose theta the kernel's sine and cosine take; the special lanes are returned.
+HWY_INLINE M PlaceOnCone(D d, const Cone& c, V rho, V& x, V& y, M special) {
+    const V theta = hn::Set(d, c.n) * (x - hn::Set(d, c.lam0)); // not wrapped
+    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(theta), hn::Set(d, lanes::kTrigLimit))));
+    V st, ct;
+    lanes::SinCos(d, hn::IfThenZeroElse(special, theta), &st, &ct);
+    x = rho * st;
+    y = hn::Set(d, c.rho0) - rho * ct;
+    return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
+}
+
+// Snyder 3-12 of sin psi on every lane; the lanes whose guards fire or whose
+// logarithm argument lies outside Log's range are added to *special.
+HWY_INLINE V Q(D d, const Cone& c, V s, M* special) {
+    const V one = hn::Set(d, 1.0), es = hn::Set(d, c.e) * s;
+    const V w = one - hn::Set(d, c.e2) * s * s;
+    const V ratio = (one - es) / (one + es);
+    *special = hn::Or(*special, hn::Or(hn::Eq(one + es, hn::Zero(d)), hn::Eq(w, hn::Zero(d))));
+    *special = hn::Or(*special, hn::Not(lanes::LogDomain(d, ratio)));
+    const V ln = lanes::Log(d, hn::IfThenElse(*special, one, ratio));
+    return hn::Set(d, c.oneMinusE2) * (s / w - hn::Set(d, c.halfInvE) * ln);
+}
+
+// Snyder 14-12 to 14-16 with 3-12 and 14-1, 14-2 on every lane; the special
+// lanes are returned.
+HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y) {
+    const M inside = hn::Le(hn::Abs(y), hn::Set(d, kHalfPi)); // false for NaN
+    M special = hn::Not(inside);
+    const V s = lanes::LibrarySin(d, hn::IfThenElseZero(inside, y));
+    const V q = Q(d, c, s, &special);
+    const V rho =
+        hn::Set(d, c.a) * hn::Sqrt(hn::Set(d, c.C) - hn::Set(d, c.n) * q) / hn::Set(d, c.n);
+    return PlaceOnCone(d, c, rho, x, y, special);
+}
+
+// The smallest cos phi of an iterate taken lane-wise (84.3 degrees of
+// latitude): closer to the pole the step's 1 / cos phi magnifies the last bits
+// of the iterates.
+constexpr double kMinCos = 0.1;
+// A step whose length lies this close to the tolerance may be judged the
+// other way by the per-point loop, whose iterates differ by an ulp or two.
+constexpr double kStopMargin = 1e-12;
+
+// LatitudeFromQ lane by lane: every lane takes the steps the per-point loop
+// takes and stops where it stops. Lanes that need kPhiIterMaxSteps steps or
+// more (which the per-point loop may count as running out) are added to
+// *special, with every lane AlbersLanes.cpp's head names.
+HWY_INLINE V LatitudeFromQ(D d, const Cone& c, V q, V northing, M* special) {
+    const V one = hn::Set(d, 1.0), tol = hn::Set(d, kPhiIterTolerance);
+    const V half = q / hn::Set(d, 2.0);
+    *special = hn::Or(*special, hn::Not(hn::Lt(hn::Abs(half), one))); // the clamp's range
+    V prev = northing;
+    V cur = hn::Asin(d, hn::IfThenZeroElse(*special, half));
+    *special =
+        hn::Or(*special, hn::Not(hn::Gt(hn::Abs(cur - prev), tol + hn::Set(d, kStopMargin))));
+    const V qScaled = q / hn::Set(d, c.oneMinusE2);
+    M done = hn::FirstN(d, 0);
+    for (int step = 1; step < kPhiIterMaxSteps; ++step) {
+        M odd = hn::Not(hn::Le(hn::Abs(cur), hn::Set(d, lanes::kTrigLimit)));
+        V s, co;
+        lanes::SinCos(d, hn::IfThenZeroElse(odd, cur), &s, &co);
+        const V w = one - hn::Set(d, c.e2) * s * s;
+        const V es = hn::Set(d, c.e) * s;
+        const V twoCos = hn::Set(d, 2.0) * co;
+        odd = hn::Or(odd, hn::Or(hn::Lt(hn::Abs(co), hn::Set(d, kMinCos)), hn::Eq(w, hn::Zero(d))));
+        odd = hn::Or(odd, hn::Eq(one + es, hn::Zero(d)));
+        const V ratio = (one - es) / (one + es);
+        odd = hn::Or(odd, hn::Not(lanes::LogDomain(d, ratio)));
+        const V ln = lanes::Log(d, hn::IfThenElse(odd, one, ratio));
+        const V next = cur + w * w / twoCos * (qScaled - s / w + hn::Set(d, c.halfInvE) * ln);
+        prev = hn::IfThenElse(done, prev, cur);
+        cur = hn::IfThenElse(done, cur, next);
+        const V gap = hn::Abs(cur - prev);
+        // A non-finite step ends the per-point loop with the previous iterate.
+        odd = hn::Or(odd, hn::Not(hn::IsFinite(cur)));
+        odd = hn::Or(odd, hn::Lt(hn::Abs(gap - tol), hn::Set(d, kStopMargin)));
+        *special = hn::Or(*special, hn::AndNot(done, odd));
+        done = hn::Or(done, hn::Le(gap, tol));
+        if (hn::AllTrue(d, hn::Or(done, *special))) break;
+    }
+    *special = hn::Or(*special, hn::Not(done));
+    return prev;
+}
+
+// Snyder 14-10, 14-11, 14-19 and the iteration 3-16 on every lane; the
+// special lanes are returned.
+HWY_INLINE M InverseKernel(D d, const Cone& c, V& x, V& y) {
+    const V dy = hn::Set(d, c.rho0) - y;
+    // The axis through the apex is refused even where atan2 has an answer.
+    M special = hn::Eq(dy, hn::Zero(d));
+    // y - rho0 is -(rho0 - y) to the bit.
+    const V theta = c.n < 0.0 ? lanes::Atan2(d, hn::Neg(x), hn::Neg(dy), &special)
+                              : lanes::Atan2(d, x, dy, &special);
+    const V rho = hn::Sqrt(dy * dy + x * x);
+    const V n = hn::Set(d, c.n);
+    const V q = (hn::Set(d, c.C) - rho * rho * n * n / hn::Set(d, c.a * c.a)) / n;
+    const V phi = LatitudeFromQ(d, c, q, y, &special);
+    x = theta / n + hn::Set(d, c.lam0);
+    y = phi;
+    return special;
+}
+
+void ForwardVectors(const Cone& c, PROJPOINT* points, int count) {
+    lanes::ForEachVector(
+        points, count, [&c](D d, V& x, V& y) HWY_ATTR { return ForwardKernel(d, c, x, y); },
+        [&c](PROJPOINT& p) { return ForwardPoint(c, p) == PointResult::Done; });
+}
+
+void InverseVectors(const Cone& c, PROJPOINT* points, int count) {
+    lanes::ForEachVector(
+        points, count, [&c](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, c, x, y); },
+        [&c](PROJPOINT& p) { return InversePoint(c, p) == PointResult::Done; });
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace aea
+} // namespace KVProj
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace KVProj {
+namespace aea {
+
+HWY_EXPORT(ForwardVectors);
+HWY_EXPORT(InverseVectors);
+
+// The sphere stays per point. A zero n (which stops the call) never gets
+// here, so the per-point functions the lanes fall back on only convert or
+// fail a point.
+bool LanesFit(const Cone& c) {
+    return c.ok && !c.sphere && c.e > 0.0 && c.e < 1.0 && c.n != 0.0 && std::isfinite(c.n) &&
+           std::isfinite(c.C) && std::isfinite(c.rho0) && c.a * c.a != 0.0;
+}
+
+void ForwardLanes(const Cone& c, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(ForwardVectors)(c, points, count);
+}
+
+void InverseLanes(const Cone& c, PROJPOINT* points, int count) {
+    HWY_DYNAMIC_DISPATCH(InverseVectors)(c, points, count);
+}
+
+} // namespace aea
+} // namespace KVProj
+#endif
