@@ -124,19 +124,6 @@ inline PointResult InversePoint(const Cone& c, PROJPOINT& p) {
     return PointResult::Done;
 }
 
-// The per-point loop; false (after the assertion report) at the first
-// plottable point of a cone whose n is zero.
-template <typename Fn> bool RunPoints(PROJPOINT* points, int count, Fn fn) {
-    for (int i = 0; i < count; ++i) {
-        PROJPOINT& p = points[i];
-        if (IsUnplottable(p)) continue;
-        const PointResult r = fn(p);
-        if (r == PointResult::Abort) return KV_ASSERT_FAIL();
-        if (r == PointResult::Failed) MarkFailed(p);
-    }
-    return true;
-}
-
 // The loops a vector at a time (AlbersLanes.cpp), for cones with LanesFit
 // (an ellipsoid whose cone could be formed, n not zero): the same results to
 // an ulp or two, a point the functions above treat specially going through
@@ -145,21 +132,10 @@ void ForwardLanes(const Cone& c, PROJPOINT* points, int count);
 void InverseLanes(const Cone& c, PROJPOINT* points, int count);
 bool LanesFit(const Cone& c);
 
-inline bool Forward(const Cone& c, PROJPOINT* points, int count) {
-    if (VectorLoopFor(count) && LanesFit(c)) {
-        ForwardLanes(c, points, count);
-        return true;
-    }
-    return RunPoints(points, count, [&c](PROJPOINT& p) { return ForwardPoint(c, p); });
-}
-
-inline bool Inverse(const Cone& c, PROJPOINT* points, int count) {
-    if (VectorLoopFor(count) && LanesFit(c)) {
-        InverseLanes(c, points, count);
-        return true;
-    }
-    return RunPoints(points, count, [&c](PROJPOINT& p) { return InversePoint(c, p); });
-}
+// The module's loops (pAlbers.cpp, whose name the assertion report of a zero
+// n carries): a vector at a time where LanesFit, else point by point.
+bool Forward(const Cone& c, PROJPOINT* points, int count);
+bool Inverse(const Cone& c, PROJPOINT* points, int count);
 
 // What a handle prepares: the cone, for a record whose calls cannot stop
 // early (n not zero); the others convert through the module's row.

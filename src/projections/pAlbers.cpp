@@ -47,7 +47,36 @@ static_assert(sizeof(Cone) <= sizeof(ModuleConstants::bytes) &&
                   std::is_trivially_destructible<Cone>::value,
               "the cone constants fit a handle's block");
 
+// The per-point loop; false (after the assertion report) at the first
+// plottable point of a cone whose n is zero.
+template <typename Fn> bool RunPoints(PROJPOINT* points, int count, Fn fn) {
+    for (int i = 0; i < count; ++i) {
+        PROJPOINT& p = points[i];
+        if (IsUnplottable(p)) continue;
+        const PointResult r = fn(p);
+        if (r == PointResult::Abort) return KV_ASSERT_FAIL();
+        if (r == PointResult::Failed) MarkFailed(p);
+    }
+    return true;
+}
+
 } // namespace
+
+bool Forward(const Cone& c, PROJPOINT* points, int count) {
+    if (VectorLoopFor(count) && LanesFit(c)) {
+        ForwardLanes(c, points, count);
+        return true;
+    }
+    return RunPoints(points, count, [&c](PROJPOINT& p) { return ForwardPoint(c, p); });
+}
+
+bool Inverse(const Cone& c, PROJPOINT* points, int count) {
+    if (VectorLoopFor(count) && LanesFit(c)) {
+        InverseLanes(c, points, count);
+        return true;
+    }
+    return RunPoints(points, count, [&c](PROJPOINT& p) { return InversePoint(c, p); });
+}
 
 // A zero n stops a call at its first plottable point with the assertion
 // report; the prepared converters have no way to say so, so the row does it.
