@@ -265,8 +265,9 @@ INSTANTIATE_TEST_SUITE_P(Lambert, VectorPath, testing::ValuesIn(kLambertCases), 
 // Albers equal-area conic on the ellipsoid (the sphere stays per point): the
 // conterminous United States, a southern cone (negative n) with a false
 // origin, and the whole globe (the poles, angles beyond the vector sine's
-// range, first estimates beyond the lanes' limit). The radius of the whole
-// globe's cone reaches 1.7e7 m at the south pole (PROJ 9.1 cs2cs).
+// range, iterates beyond the lanes' 84 degrees). The radius of the whole
+// globe's cone reaches 1.65e7 m at the south pole (PROJ 9.1 proj: the pole
+// lies 8645122 m south of the origin, rho0 = 7.89e6 m).
 const Case kAlbersCases[] = {
     {"albers conus", Secant(Record(PT_ALBERS, ELLIPSOID_GRS80, 23, -96, 1), 29.5, 45.5), -130, -62,
      20, 52},
