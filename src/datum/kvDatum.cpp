@@ -200,14 +200,22 @@ bool ConvertInBlocks(const Conversion& c, DATUMPOINT* points, int count, signed 
 bool ConvertPoints(DATUMXFORM* handle, DATUMXFORM& x, DATUMPOINT* points, int count) {
     if (x.SrcDatum == x.DestDatum && x.SrcDatum != DATUM_USER_DEFINED) return true;
     if (!ResolveSteps(x)) return false;
-    // One wrap offset per point of a block (-1, 0 or +1 turns), undone after the shift.
-    std::unique_ptr<signed char[]> wrap(new (std::nothrow) signed char[kBlockPoints]);
-    if (!wrap) return KV_ASSERT_FAIL();
+    // One wrap offset per point of a block (-1, 0 or +1 turns), undone after the
+    // shift: on the stack for a short call, else as long as the first block.
+    constexpr int kStackPoints = 256;
+    signed char onStack[kStackPoints];
+    std::unique_ptr<signed char[]> onHeap;
+    signed char* wrap = onStack;
+    if (count > kStackPoints) {
+        onHeap.reset(new (std::nothrow) signed char[count < kBlockPoints ? count : kBlockPoints]);
+        if (!onHeap) return KV_ASSERT_FAIL();
+        wrap = onHeap.get();
+    }
     if (LogIsEnabled()) {
         LogPrintf("Initiating transform.\n");
         DatDumpXform(&x);
     }
-    return ConvertInBlocks(Conversion{handle, x}, points, count, wrap.get());
+    return ConvertInBlocks(Conversion{handle, x}, points, count, wrap);
 }
 
 } // namespace
