@@ -89,10 +89,17 @@ public:
     explicit operator bool() const { return m_pj != nullptr; }
     PJ* Get() const { return m_pj; }
 
-    // Converts the points in place, x and y interleaved as in the records.
-    template <typename Point> void Trans(PJ_DIRECTION dir, std::vector<Point>& pts) const {
-        proj_trans_generic(m_pj, dir, &pts[0].x, sizeof(Point), pts.size(), &pts[0].y,
-                           sizeof(Point), pts.size(), nullptr, 0, 0, nullptr, 0, 0);
+    // Converts the points in place, x and y interleaved as in the records, in
+    // calls of `callSize` points (0: one call for all).
+    template <typename Point>
+    void Trans(PJ_DIRECTION dir, std::vector<Point>& pts, size_t callSize = 0) const {
+        const size_t step = callSize == 0 ? pts.size() : callSize;
+        for (size_t i = 0; i < pts.size(); i += step) {
+            Point* first = &pts[i];
+            const size_t n = std::min(step, pts.size() - i);
+            proj_trans_generic(m_pj, dir, &first->x, sizeof(Point), n, &first->y, sizeof(Point), n,
+                               nullptr, 0, 0, nullptr, 0, 0);
+        }
     }
 
 private:

@@ -146,12 +146,7 @@ void Proj(benchmark::State& state, ProjOperation (*make)(), int callSize) {
         return;
     }
     TimeConversions(state, Head(PointsPerIteration(callSize)), [&](std::vector<DATUMPOINT>& work) {
-        for (size_t i = 0; i < work.size(); i += static_cast<size_t>(callSize)) {
-            DATUMPOINT* first = &work[i];
-            const size_t n = std::min(static_cast<size_t>(callSize), work.size() - i);
-            proj_trans_generic(op.Get(), PJ_FWD, &first->x, sizeof(DATUMPOINT), n, &first->y,
-                               sizeof(DATUMPOINT), n, nullptr, 0, 0, nullptr, 0, 0);
-        }
+        op.Trans(PJ_FWD, work, static_cast<size_t>(callSize));
         return true;
     });
 }

@@ -112,12 +112,7 @@ void BenchProj(benchmark::State& state, Setup s, bool forward, int callSize) {
     const std::vector<PROJPOINT> input =
         Head(forward ? d.radians : d.projected, PointsPerIteration(callSize));
     TimeConversions(state, input, [&](std::vector<PROJPOINT>& work) {
-        for (size_t i = 0; i < work.size(); i += static_cast<size_t>(callSize)) {
-            std::vector<PROJPOINT>::iterator first = work.begin() + static_cast<long>(i);
-            const size_t n = std::min(static_cast<size_t>(callSize), work.size() - i);
-            proj_trans_generic(op.Get(), forward ? PJ_FWD : PJ_INV, &first->x, sizeof(PROJPOINT), n,
-                               &first->y, sizeof(PROJPOINT), n, nullptr, 0, 0, nullptr, 0, 0);
-        }
+        op.Trans(forward ? PJ_FWD : PJ_INV, work, static_cast<size_t>(callSize));
         return true;
     });
 }

@@ -124,28 +124,30 @@ void Kernel(const PolyKernel& k, const double* coeffX, const double* coeffY,
 }
 #endif
 
-template <int M, bool SquareFourth>
-void Lanes(const PolyKernel& k, double* HWY_RESTRICT xy, size_t vectors) {
-    double cx[M], cy[M];
-    if (Folded<M>(k, cx, cy))
-        Kernel<M, SquareFourth, false>(k, cx, cy, xy, vectors);
-    else
-        Kernel<M, SquareFourth, true>(k, k.cx, k.cy, xy, vectors);
-}
-
-template <int M, bool SquareFourth>
-void Evaluate(const PolyKernel& k, GEOREFPOINT* pts, size_t count) {
+// The whole vectors in place, then the last partial one through a padded copy.
+template <int M, bool SquareFourth, bool Scaled>
+void Evaluate(const PolyKernel& k, const double* cx, const double* cy, GEOREFPOINT* pts,
+              size_t count) {
     const size_t n = hn::Lanes(hn::ScalableTag<double>());
     const size_t whole = count / n;
     double* xy = reinterpret_cast<double*>(pts);
-    Lanes<M, SquareFourth>(k, xy, whole);
+    Kernel<M, SquareFourth, Scaled>(k, cx, cy, xy, whole);
     const size_t rest = count - whole * n;
     if (!rest) return;
     constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(double);
     HWY_ALIGN double pad[2 * kMaxLanes] = {};
     std::memcpy(pad, xy + 2 * whole * n, rest * 2 * sizeof(double));
-    Lanes<M, SquareFourth>(k, pad, 1);
+    Kernel<M, SquareFourth, Scaled>(k, cx, cy, pad, 1);
     std::memcpy(xy + 2 * whole * n, pad, rest * 2 * sizeof(double));
+}
+
+template <int M, bool SquareFourth>
+void Evaluate(const PolyKernel& k, GEOREFPOINT* pts, size_t count) {
+    double cx[M], cy[M];
+    if (Folded<M>(k, cx, cy))
+        Evaluate<M, SquareFourth, false>(k, cx, cy, pts, count);
+    else
+        Evaluate<M, SquareFourth, true>(k, k.cx, k.cy, pts, count);
 }
 
 void EvaluatePolyKernel(const PolyKernel& k, GEOREFPOINT* pts, size_t count) {

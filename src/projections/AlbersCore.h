@@ -12,6 +12,7 @@
 #define KVPROJ_PROJECTIONS_ALBERSCORE_H
 
 #include "projections/AngleWrap.h"
+#include "projections/Figure.h"
 #include "projections/ConformalLatitude.h"
 #include "projections/ProjModule.h"
 #include "projections/VectorPath.h"
@@ -45,22 +46,16 @@ inline bool QGuardFires(const Cone& c, double sinPsi) {
     return 1.0 + c.e * sinPsi == 0.0 || 1.0 - c.e2 * sinPsi * sinPsi == 0.0;
 }
 
-inline void PlaceOnCone(const Cone& c, double rho, PROJPOINT& p) {
-    const double theta = c.n * (p.x - c.lam0); // not wrapped: 350 degrees stay 350
-    p.x = rho * std::sin(theta);
-    p.y = c.rho0 - rho * std::cos(theta);
-}
-
 inline PointResult ForwardPoint(const Cone& c, PROJPOINT& p) {
     const double s = std::sin(p.y);
     if (c.sphere) {
         if (c.n == 0.0) return PointResult::Abort;
-        PlaceOnCone(c, c.a * std::sqrt(c.C - 2.0 * c.n * s) / c.n, p);
+        PlaceOnCone(c.n, c.lam0, c.rho0, c.a * std::sqrt(c.C - 2.0 * c.n * s) / c.n, p);
         return PointResult::Done;
     }
     if (QGuardFires(c, s) || !c.ok) return PointResult::Failed;
     if (c.n == 0.0) return PointResult::Abort;
-    PlaceOnCone(c, c.a * std::sqrt(c.C - c.n * QOf(c, s)) / c.n, p);
+    PlaceOnCone(c.n, c.lam0, c.rho0, c.a * std::sqrt(c.C - c.n * QOf(c, s)) / c.n, p);
     return PointResult::Done;
 }
 

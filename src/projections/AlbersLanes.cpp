@@ -35,18 +35,6 @@ using lanes::D;
 using lanes::M;
 using lanes::V;
 
-// x = rho sin theta, y = rho0 - rho cos theta (Snyder 14-1, 14-2) on lanes
-// whose theta the kernel's sine and cosine take; the special lanes are returned.
-HWY_INLINE M PlaceOnCone(D d, const Cone& c, V rho, V& x, V& y, M special) {
-    const V theta = hn::Set(d, c.n) * (x - hn::Set(d, c.lam0)); // not wrapped
-    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(theta), hn::Set(d, lanes::kTrigLimit))));
-    V st, ct;
-    lanes::SinCos(d, hn::IfThenZeroElse(special, theta), &st, &ct);
-    x = rho * st;
-    y = hn::Set(d, c.rho0) - rho * ct;
-    return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
-}
-
 // Snyder 3-12 of sin psi on every lane; the lanes whose guards fire or whose
 // logarithm argument lies outside Log's range are added to *special.
 HWY_INLINE V Q(D d, const Cone& c, V s, M* special) {
@@ -68,7 +56,7 @@ HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y) {
     const V q = Q(d, c, s, &special);
     const V rho =
         hn::Set(d, c.a) * hn::Sqrt(hn::Set(d, c.C) - hn::Set(d, c.n) * q) / hn::Set(d, c.n);
-    return PlaceOnCone(d, c, rho, x, y, special);
+    return lanes::PlaceOnCone(d, c.n, c.lam0, c.rho0, rho, x, y, special);
 }
 
 // The smallest cos phi of an iterate taken lane-wise (84.3 degrees of

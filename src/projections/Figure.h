@@ -48,6 +48,15 @@ inline void ConePolar(double n, double rho0, double x, double y, double* rho, do
     }
 }
 
+// A point on a cone from its radius rho (Snyder 14-1, 14-2): x = rho sin theta,
+// y = rho0 - rho cos theta with theta = n (lambda - lambda0), deliberately not
+// wrapped (350 degrees stay 350).
+inline void PlaceOnCone(double n, double lam0, double rho0, double rho, PROJPOINT& p) {
+    const double theta = n * (p.x - lam0);
+    p.x = rho * std::sin(theta);
+    p.y = rho0 - rho * std::cos(theta);
+}
+
 } // namespace KVProj
 
 #endif

@@ -35,16 +35,10 @@ inline double EllipsoidRho(const Cone& c, double t) {
     return c.a * c.F * std::pow(t, c.n);
 }
 
-inline void PlaceOnCone(const Cone& c, double rho, PROJPOINT& p) {
-    const double theta = c.n * (p.x - c.lam0); // deliberately not wrapped
-    p.x = rho * std::sin(theta);
-    p.y = c.rho0 - rho * std::cos(theta);
-}
-
 inline bool SphereForwardPoint(const Cone& c, PROJPOINT& p) {
     const double pw = std::pow(std::tan(kQuarterPi + p.y / 2.0), c.n);
     if (pw == 0.0) return false;
-    PlaceOnCone(c, c.a * c.F / pw, p);
+    PlaceOnCone(c.n, c.lam0, c.rho0, c.a * c.F / pw, p);
     return true;
 }
 
@@ -66,7 +60,7 @@ inline bool EllipsoidForwardPoint(const Cone& c, PROJPOINT& p) {
     } else {
         rho = EllipsoidRho(c, ConformalT(phi, s, c.e));
     }
-    PlaceOnCone(c, rho, p);
+    PlaceOnCone(c.n, c.lam0, c.rho0, rho, p);
     return true;
 }
 

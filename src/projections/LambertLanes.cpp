@@ -32,18 +32,6 @@ using lanes::D;
 using lanes::M;
 using lanes::V;
 
-// x = rho sin theta, y = rho0 - rho cos theta (Snyder 14-1, 14-2) on lanes
-// whose theta the kernel's sine and cosine take; the special lanes are returned.
-HWY_INLINE M PlaceOnCone(D d, const Cone& c, V rho, V& x, V& y, M special) {
-    const V theta = hn::Set(d, c.n) * (x - hn::Set(d, c.lam0)); // deliberately not wrapped
-    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(theta), hn::Set(d, lanes::kTrigLimit))));
-    V st, ct;
-    lanes::SinCos(d, hn::IfThenZeroElse(special, theta), &st, &ct);
-    x = rho * st;
-    y = hn::Set(d, c.rho0) - rho * ct;
-    return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
-}
-
 // Snyder 15-7 and 15-9 to 15-11 with 14-1, 14-2 on every lane; the special
 // lanes are returned.
 HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y) {
@@ -59,7 +47,7 @@ HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y) {
     special = hn::Or(special, hn::Not(lanes::LogDomain(d, q)));
     const V lnT = e * lanes::AtanhSmall(d, es) + hn::Set(d, 0.5) * lanes::Log(d, q);
     const V rho = hn::Set(d, c.a * c.F) * hn::Exp(d, hn::IfThenZeroElse(special, n * lnT));
-    return PlaceOnCone(d, c, rho, x, y, special);
+    return lanes::PlaceOnCone(d, c.n, c.lam0, c.rho0, rho, x, y, special);
 }
 
 // Snyder 14-10, 14-11, 15-11 and the iteration 7-9 on every lane; the special
@@ -106,7 +94,7 @@ HWY_INLINE M SphereForwardKernel(D d, const Cone& c, V& x, V& y) {
     const V z = hn::Set(d, c.n) * lanes::Log(d, hn::IfThenElse(special, hn::Set(d, 1.0), tanU));
     special = hn::Or(special, hn::Not(hn::Le(hn::Abs(z), hn::Set(d, 700.0))));
     const V rho = hn::Set(d, c.a * c.F) / hn::Exp(d, hn::IfThenZeroElse(special, z));
-    return PlaceOnCone(d, c, rho, x, y, special);
+    return lanes::PlaceOnCone(d, c.n, c.lam0, c.rho0, rho, x, y, special);
 }
 
 // Snyder 14-10, 14-11 and 15-5 on every lane, (a F / rho)^(1/n) as

@@ -54,6 +54,20 @@ HWY_INLINE void SinCos(D d, V x, V* s, V* c) {
     *c = hn::IfThenElse(odd, hn::Neg(sign * sr), cr);
 }
 
+// x = rho sin theta, y = rho0 - rho cos theta (Snyder 14-1, 14-2) with theta =
+// n (lambda - lambda0), not wrapped, as PlaceOnCone of Figure.h; lanes whose
+// theta is beyond the sine and cosine above are added to the special lanes,
+// which are returned.
+HWY_INLINE M PlaceOnCone(D d, double n, double lam0, double rho0, V rho, V& x, V& y, M special) {
+    const V theta = hn::Set(d, n) * (x - hn::Set(d, lam0));
+    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(theta), hn::Set(d, kTrigLimit))));
+    V st, ct;
+    SinCos(d, hn::IfThenZeroElse(special, theta), &st, &ct);
+    x = rho * st;
+    y = hn::Set(d, rho0) - rho * ct;
+    return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
+}
+
 // The C library's sine lane by lane. Where a result magnifies the last bit of
 // sin phi (1 - sin phi near the poles) only the same bits as the per-point
 // code keep the paths together.
