@@ -3,8 +3,8 @@
 // formulas of LambertCore.h in the same order of operations (no contraction
 // into fused multiply-adds in this source).
 //
-// Forward, sin phi is the C library's, lane by lane (rho magnifies its last
-// bit tenfold at the edge of the logarithmic form), the logarithm
+// Forward, sin phi is the C library's to the bit (LibrarySines; rho magnifies
+// its last bit tenfold at the edge of the logarithmic form), the logarithm
 // LaneMath-inl.h's, the exponential Highway's (each within an ulp), and the
 // sine and cosine of the cone angle the kernel of LaneMath-inl.h. Inverse,
 // the polar angle from Highway's arctangent, t^(1/n) as exp(ln t / n), the
@@ -34,11 +34,10 @@ using lanes::V;
 
 // Snyder 15-7 and 15-9 to 15-11 with 14-1, 14-2 on every lane; the special
 // lanes are returned.
-HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y) {
+HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y, V s) {
     const V one = hn::Set(d, 1.0), e = hn::Set(d, c.e), n = hn::Set(d, c.n);
     const M inside = hn::Le(hn::Abs(y), hn::Set(d, kHalfPi)); // false for NaN
     M special = hn::Not(inside);
-    const V s = lanes::LibrarySin(d, hn::IfThenElseZero(inside, y));
     const V es = e * s;
     special = hn::Or(special, hn::Gt(hn::Abs(s), hn::Set(d, kLogFormLimit)));
     special = hn::Or(special, hn::Eq(one + es, hn::Zero(d)));
@@ -128,8 +127,9 @@ void ForwardVectors(const Cone& c, PROJPOINT* points, int count) {
             [&c](D d, V& x, V& y) HWY_ATTR { return SphereForwardKernel(d, c, x, y); },
             [&c](PROJPOINT& p) { return SphereForwardPoint(c, p); });
     else
-        lanes::ForEachVector(
-            points, count, [&c](D d, V& x, V& y) HWY_ATTR { return ForwardKernel(d, c, x, y); },
+        lanes::ForEachVectorWithSinY(
+            points, count,
+            [&c](D d, V& x, V& y, V s) HWY_ATTR { return ForwardKernel(d, c, x, y, s); },
             [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
 }
 

@@ -43,15 +43,17 @@ HWY_INLINE M MarkerOrNonFinite(D d, V x, V y) {
 }
 
 // One vector of `n` points at `points` (n == Lanes(d)); `xy` is where the
-// lanes are loaded from and stored to (the points themselves or a pad).
+// lanes are loaded from and stored to (the points themselves or a pad);
+// `first` the index of its first point in the call's run, for kernels that
+// take more than the points.
 template <class Kernel, class PointFn>
-HWY_INLINE void Block(D d, double* xy, PROJPOINT* points, size_t valid, const Kernel& kernel,
-                      const PointFn& fn) {
+HWY_INLINE void Block(D d, double* xy, PROJPOINT* points, size_t valid, size_t first,
+                      const Kernel& kernel, const PointFn& fn) {
     V x, y;
     hn::LoadInterleaved2(d, xy, x, y);
     // The screen before the kernel, which converts the lanes in place.
     const M screened = MarkerOrNonFinite(d, x, y);
-    const M special = hn::Or(screened, kernel(d, x, y));
+    const M special = hn::Or(screened, kernel(d, x, y, first));
     if (HWY_LIKELY(hn::AllFalse(d, special))) {
         hn::StoreInterleaved2(x, y, d, xy);
         if (xy != reinterpret_cast<double*>(points))
@@ -61,15 +63,16 @@ HWY_INLINE void Block(D d, double* xy, PROJPOINT* points, size_t valid, const Ke
     ForEachPoint(points, static_cast<int>(valid), fn);
 }
 
-// kernel(d, x, y) converts the lanes in place and returns the lanes to redo
-// with fn(PROJPOINT&) (the per-point function of ForEachPoint).
+// ForEachVector with kernel(d, x, y, first), `first` the index of the
+// vector's first point; the lanes of the last partial vector beyond its
+// points are copies of that first point.
 template <class Kernel, class PointFn>
-void ForEachVector(PROJPOINT* points, int count, const Kernel& kernel, const PointFn& fn) {
+void ForEachVectorAt(PROJPOINT* points, int count, const Kernel& kernel, const PointFn& fn) {
     const D d;
     const size_t n = hn::Lanes(d), total = static_cast<size_t>(count);
     size_t i = 0;
     for (; i + n <= total; i += n)
-        Block(d, reinterpret_cast<double*>(points + i), points + i, n, kernel, fn);
+        Block(d, reinterpret_cast<double*>(points + i), points + i, n, i, kernel, fn);
     const size_t rest = total - i;
     if (rest == 0) return;
     // One point alone costs less through the per-point function than a whole
@@ -81,7 +84,16 @@ void ForEachVector(PROJPOINT* points, int count, const Kernel& kernel, const Poi
     HWY_ALIGN PROJPOINT pad[kMaxLanes];
     for (size_t j = 0; j < n; ++j)
         pad[j] = points[i + (j < rest ? j : 0)];
-    Block(d, reinterpret_cast<double*>(pad), points + i, rest, kernel, fn);
+    Block(d, reinterpret_cast<double*>(pad), points + i, rest, i, kernel, fn);
+}
+
+// kernel(d, x, y) converts the lanes in place and returns the lanes to redo
+// with fn(PROJPOINT&) (the per-point function of ForEachPoint).
+template <class Kernel, class PointFn>
+void ForEachVector(PROJPOINT* points, int count, const Kernel& kernel, const PointFn& fn) {
+    ForEachVectorAt(
+        points, count, [&kernel](D d, V& x, V& y, size_t) HWY_ATTR { return kernel(d, x, y); },
+        fn);
 }
 
 } // namespace lanes

@@ -1,11 +1,14 @@
 // Vector kernels shared by the modules' lane sources, included once per
 // instruction set (after hwy/highway.h, inside foreach_target's passes):
-// sine and cosine, the natural logarithm, the short series of Series.h and
-// the latitude iteration of ConformalLatitude.h written lane-wise. Each states
-// how far it may lie from the C library's function; the series and the
-// iteration perform the same operations in the same order as the per-point
-// code (the lane sources are compiled without contraction into fused
-// multiply-adds), so they give the same bits.
+// sine and cosine, the C library's sine to the bit, the natural logarithm,
+// the short series of Series.h and the latitude iteration of
+// ConformalLatitude.h written lane-wise. Each states how far it may lie from
+// the C library's function; the series and the iteration perform the same
+// operations in the same order as the per-point code (the lane sources are
+// compiled without contraction into fused multiply-adds), so they give the
+// same bits. The polynomials of the sine, cosine and logarithm take their
+// Horner steps as fused multiply-adds where the instruction set has them
+// (one rounding instead of two, far below the last place of the result).
 #if defined(KVPROJ_PROJECTIONS_LANEMATH_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef KVPROJ_PROJECTIONS_LANEMATH_INL_H_
 #undef KVPROJ_PROJECTIONS_LANEMATH_INL_H_
@@ -68,16 +71,154 @@ HWY_INLINE M PlaceOnCone(D d, double n, double lam0, double rho0, V rho, V& x, V
     return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
 }
 
-// The C library's sine lane by lane. Where a result magnifies the last bit of
-// sin phi (1 - sin phi near the poles) only the same bits as the per-point
-// code keep the paths together.
-HWY_INLINE V LibrarySin(D d, V x) {
-    constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(double);
-    HWY_ALIGN double buf[kMaxLanes];
-    hn::Store(x, d, buf);
-    for (size_t i = 0; i < hn::Lanes(d); ++i)
-        buf[i] = std::sin(buf[i]);
-    return hn::Load(d, buf);
+// ---------------------------------------------------------------- sin as the library's
+#if HWY_NATIVE_FMA
+// sin x for |x| <= pi/2 as the C library gives it, on targets with fused
+// multiply-adds. The sine is formed in double-double arithmetic to within
+// 2^-58 of |x| (0.02 units in the last place of the result): below pi/4 as
+// x - x^3/6 (to about 2^-106) plus the rest of the Taylor series to x^17;
+// above pi/4 as cos r, r = pi/2 - x in two parts, with 1 - r^2/2 + r^4/24 to
+// about 2^-106 plus the rest of the series to r^18. The sum is then rounded
+// once. Where the part rounded off exceeds kHardRounding of a unit in the
+// last place (the sum lies within 0.07 units of a midpoint between two
+// doubles), or the result is a power of two, the lane is added to *hard for
+// the library to decide. Elsewhere the exact sine lies within 0.45 units of
+// the rounded sum, so any sine in error by less than 0.55 units rounds to it:
+// the C library's stays below 0.52 (0.516 at most on 200,000 arguments over
+// [0, pi/2] against sines computed to 200 bits). About one lane in seven is
+// hard.
+constexpr double kHardRounding = 0.43;
+
+// a * b exactly as hi + lo.
+HWY_INLINE void TwoProd(V a, V b, V* hi, V* lo) {
+    *hi = a * b;
+    *lo = hn::MulSub(a, b, *hi);
+}
+
+HWY_INLINE V SinAsLibrary(D d, V x, M* hard) {
+    const V ax = hn::Abs(x);
+    // Below pi/4: x - x^3/6 + x^5 S(x^2).
+    V zh, zl;
+    TwoProd(ax, ax, &zh, &zl);
+    V ch, cl;
+    TwoProd(zh, ax, &ch, &cl);
+    cl = hn::MulAdd(zl, ax, cl); // x^3 = ch + cl
+    constexpr double kSixthHi = -1.0 / 6, kSixthLo = -9.2518585385429707e-18; // -1/6 - kSixthHi
+    V t1h, t1l;
+    TwoProd(ch, hn::Set(d, kSixthHi), &t1h, &t1l);
+    t1l = hn::MulAdd(ch, hn::Set(d, kSixthLo), hn::MulAdd(cl, hn::Set(d, kSixthHi), t1l));
+    V ps = hn::Set(d, 1.0 / 355687428096000.0); // 1/17!
+    for (double f : {-1.0 / 1307674368000.0, 1.0 / 6227020800.0, -1.0 / 39916800.0, 1.0 / 362880.0,
+                     -1.0 / 5040.0, 1.0 / 120.0})
+        ps = hn::MulAdd(ps, zh, hn::Set(d, f));
+    const V t2 = ch * zh * ps;
+    const V sA = ax + t1h;
+    const V corrA = ((t1h - (sA - ax)) + t1l) + t2;
+    // Above pi/4: cos r = 1 - r^2/2 + r^4/24 + r^6 C(r^2), r = pi/2 - x.
+    const V r0 = hn::Set(d, kHalfPi) - ax; // exact for x in [pi/4, pi]
+    const V rh = r0 + hn::Set(d, kHalfPiLow);
+    const V rl = hn::Set(d, kHalfPiLow) - (rh - r0); // |r0| >= kHalfPiLow or r0 == 0
+    V uh, ul;
+    TwoProd(rh, rh, &uh, &ul);
+    ul = hn::MulAdd(hn::Set(d, 2.0) * rh, rl, ul); // r^2 = uh + ul
+    V vh, vl;
+    TwoProd(uh, uh, &vh, &vl);
+    vl = hn::MulAdd(hn::Set(d, 2.0) * uh, ul, vl); // r^4 = vh + vl
+    constexpr double k24Hi = 1.0 / 24, k24Lo = 2.3129646346357427e-18; // 1/24 - k24Hi
+    V wh, wl;
+    TwoProd(vh, hn::Set(d, k24Hi), &wh, &wl);
+    wl = hn::MulAdd(vh, hn::Set(d, k24Lo), hn::MulAdd(vl, hn::Set(d, k24Hi), wl)); // r^4/24
+    const V one = hn::Set(d, 1.0), halfU = hn::Set(d, 0.5) * uh;
+    V c3 = hn::Set(d, -1.0 / 6402373705728000.0); // -1/18!
+    for (double f : {1.0 / 20922789888000.0, -1.0 / 87178291200.0, 1.0 / 479001600.0,
+                     -1.0 / 3628800.0, 1.0 / 40320.0, -1.0 / 720.0})
+        c3 = hn::MulAdd(c3, uh, hn::Set(d, f));
+    const V t3 = vh * uh * c3; // r^6 C(r^2)
+    const V sB0 = one - halfU;
+    const V eB0 = (one - sB0) - halfU; // its rounding error: 1 >= r^2/2
+    const V sB = sB0 + wh;
+    const V eB1 = wh - (sB - sB0); // |sB0| >= |wh|
+    const V corrB = ((eB0 - hn::Set(d, 0.5) * ul) + eB1) + (wl + t3);
+    const M upper = hn::Gt(ax, hn::Set(d, kQuarterPi));
+    const V s = hn::IfThenElse(upper, sB, sA), corr = hn::IfThenElse(upper, corrB, corrA);
+    const V res = s + corr;
+    const V err = corr - (res - s);
+    // The unit in the last place of res, from its exponent (res >= 2^-969 here
+    // unless x is tiny, whose lanes are hard).
+    const hn::RebindToUnsigned<D> du;
+    const auto bits = hn::BitCast(du, res);
+    const auto expBits = hn::And(bits, hn::Set(du, 0x7ff0000000000000ULL));
+    const V ulp = hn::BitCast(d, expBits - hn::Set(du, uint64_t{52} << 52));
+    const M power = hn::RebindMask(d, hn::Eq(expBits, bits));
+    *hard = hn::Or(hn::Gt(hn::Abs(err), hn::Set(d, kHardRounding) * ulp),
+                   hn::Or(power, hn::Lt(ax, hn::Set(d, 1e-200))));
+    return hn::CopySign(res, x);
+}
+#endif
+
+// sin y of `count` points (at most kSineRun) into out[], the C library's (bit
+// for bit) for |y| <= pi/2 and 0 for the rest and for NaN (lanes every
+// kernel makes special). The vector pass lists the hard lanes instead of
+// branching on them, so that its chains of operations overlap from one
+// vector to the next; the library then takes the listed ones.
+constexpr size_t kSineRun = 256;
+
+HWY_INLINE void LibrarySines(const PROJPOINT* points, size_t count, double* out) {
+    size_t j = 0;
+#if HWY_NATIVE_FMA
+    const D d;
+    const hn::RebindToSigned<D> di;
+    const size_t n = hn::Lanes(d);
+    int64_t hardAt[kSineRun + HWY_MAX_BYTES / sizeof(double)];
+    size_t hardCount = 0;
+    auto at = hn::Iota(di, 0);
+    for (; j + n <= count; j += n) {
+        V x, y;
+        hn::LoadInterleaved2(d, reinterpret_cast<const double*>(points + j), x, y);
+        const M inside = hn::Le(hn::Abs(y), hn::Set(d, kHalfPi)); // false for NaN
+        M hard;
+        hn::StoreU(SinAsLibrary(d, hn::IfThenElseZero(inside, y), &hard), d, out + j);
+        hard = hn::And(hard, inside);
+        hardCount += hn::CompressStore(at, hn::RebindMask(di, hard), di, hardAt + hardCount);
+        at = hn::Add(at, hn::Set(di, static_cast<int64_t>(n)));
+    }
+    for (size_t k = 0; k < hardCount; ++k) {
+        const size_t i = static_cast<size_t>(hardAt[k]);
+        out[i] = std::sin(points[i].y);
+    }
+#endif
+    for (; j < count; ++j) {
+        const double y = points[j].y;
+        out[j] = std::fabs(y) <= kHalfPi ? std::sin(y) : 0.0;
+    }
+}
+
+// ForEachVector for kernels that need the C library's sin y, whose bits
+// alone keep the two paths together where a result magnifies the last bit
+// of sin phi: kernel(d, x, y, sinY). The sines of a run of points are taken
+// by LibrarySines ahead of the run's vectors, which keeps the library's calls
+// out of the vector code (and its registers out of the stack).
+template <class Kernel, class PointFn>
+void ForEachVectorWithSinY(PROJPOINT* points, int count, const Kernel& kernel,
+                           const PointFn& fn) {
+    const D d;
+    const size_t n = hn::Lanes(d), total = static_cast<size_t>(count);
+    constexpr size_t kRun = kSineRun, kMaxLanes = HWY_MAX_BYTES / sizeof(double);
+    static_assert(kRun % kMaxLanes == 0, "whole vectors in every run but the last");
+    HWY_ALIGN double sines[kRun + kMaxLanes];
+    for (size_t start = 0; start < total; start += kRun) {
+        const size_t m = total - start < kRun ? total - start : kRun;
+        LibrarySines(points + start, m, sines);
+        // The lanes that pad the last partial vector repeat its first point.
+        const size_t tail = m % n;
+        for (size_t j = m; tail > 1 && j < m - tail + n; ++j)
+            sines[j] = sines[m - tail];
+        ForEachVectorAt(
+            points + start, static_cast<int>(m),
+            [&](D dd, V& x, V& y, size_t first)
+                HWY_ATTR { return kernel(dd, x, y, hn::LoadU(dd, sines + first)); },
+            fn);
+    }
 }
 
 // ---------------------------------------------------------------- log
@@ -89,6 +230,19 @@ HWY_INLINE V LibrarySin(D d, V x) {
 // the caller's special lanes.
 constexpr double kLn2Hi = 6.93147180369123816490e-01; // trailing 32 bits zero
 constexpr double kLn2Lo = 1.90821492927058770002e-10;
+
+// ln(1 + f) from f and s = f / (2 + f), the k = 0 part of Log.
+HWY_INLINE V LogOnePlus(D d, V f, V s, V* hfsqOut) {
+    const V z = s * s;
+    V r = hn::Set(d, 2.0 / 21);
+    for (double c :
+         {2.0 / 19, 2.0 / 17, 2.0 / 15, 2.0 / 13, 2.0 / 11, 2.0 / 9, 2.0 / 7, 2.0 / 5, 2.0 / 3})
+        r = hn::MulAdd(r, z, hn::Set(d, c));
+    r = r * z;
+    const V hfsq = hn::Set(d, 0.5) * f * f;
+    *hfsqOut = hfsq;
+    return s * (hfsq + r);
+}
 
 HWY_INLINE V Log(D d, V x) {
     const hn::RebindToUnsigned<D> du;
@@ -102,15 +256,24 @@ HWY_INLINE V Log(D d, V x) {
     const VU mant = hn::And(bits, hn::Set(du, 0x000fffffffffffffULL)) + hn::Set(du, kSqrtHalfBits);
     const V f = hn::BitCast(d, mant) - hn::Set(d, 1.0);
     const V s = f / (hn::Set(d, 2.0) + f);
-    const V z = s * s;
-    V r = hn::Set(d, 2.0 / 21);
-    for (double c :
-         {2.0 / 19, 2.0 / 17, 2.0 / 15, 2.0 / 13, 2.0 / 11, 2.0 / 9, 2.0 / 7, 2.0 / 5, 2.0 / 3})
-        r = r * z + hn::Set(d, c);
-    r = r * z;
-    const V hfsq = hn::Set(d, 0.5) * f * f;
-    return k * hn::Set(d, kLn2Hi) - ((hfsq - (s * (hfsq + r) + k * hn::Set(d, kLn2Lo))) - f);
+    V hfsq;
+    const V t = LogOnePlus(d, f, s, &hfsq);
+    return k * hn::Set(d, kLn2Hi) - ((hfsq - (t + k * hn::Set(d, kLn2Lo))) - f);
 }
+
+// Log of x in [sqrt(1/2), sqrt(2)), where m = x and k = 0: the same bits
+// without the split into exponent and mantissa.
+HWY_INLINE V LogNearOne(D d, V x) {
+    const V f = x - hn::Set(d, 1.0); // exact on [1/2, 2]
+    const V s = f / (hn::Set(d, 2.0) + f);
+    V hfsq;
+    const V t = LogOnePlus(d, f, s, &hfsq);
+    return hn::Zero(d) * hn::Set(d, kLn2Hi) - ((hfsq - (t + hn::Zero(d) * hn::Set(d, kLn2Lo))) - f);
+}
+
+// The arguments LogNearOne takes.
+constexpr double kSqrtHalf = 0.70710678118654757; // 0x3fe6a09e667f3bcd
+constexpr double kSqrtTwo = 1.4142135623730951;
 
 // Lanes Log takes: positive, normal and finite.
 HWY_INLINE M LogDomain(D d, V x) {
@@ -121,6 +284,8 @@ HWY_INLINE M LogDomain(D d, V x) {
 // ---------------------------------------------------------------- series
 // AtanhSmall and ExpSmall of Series.h on arguments within their series'
 // range (|x| <= 0.1, |z| <= 0.01), the same operations in the same order.
+constexpr double kAtanhSmallMaxX = 0.1;
+
 HWY_INLINE V AtanhSmall(D d, V x) {
     const V x2 = x * x, x4 = x2 * x2, x8 = x4 * x4;
     const V p01 = hn::Set(d, 1.0) + x2 * hn::Set(d, 1.0 / 3);

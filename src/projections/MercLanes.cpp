@@ -3,7 +3,7 @@
 // MercCore.h in the same order of operations (no contraction into fused
 // multiply-adds in this source).
 //
-// Forward, sin phi is the C library's, lane by lane: near the poles
+// Forward, sin phi is the C library's to the bit (LibrarySines): near the poles
 // ln((1 + sin phi) / (1 - sin phi)) turns one ulp of sin phi into decimetres
 // of northing at 89.9 degrees, so only the same bits keep the paths together;
 // the logarithm is LaneMath-inl.h's (within an ulp) and atanh its series.
@@ -36,11 +36,10 @@ using lanes::M;
 using lanes::V;
 
 // Snyder 7-6 and 7-7 on every lane; the special lanes are returned.
-HWY_INLINE M ForwardKernel(D d, const Constants& m, V& x, V& y) {
+HWY_INLINE M ForwardKernel(D d, const Constants& m, V& x, V& y, V s) {
     const V one = hn::Set(d, 1.0), e = hn::Set(d, m.e), a = hn::Set(d, m.a), k = hn::Set(d, m.k);
     const M inside = hn::Le(hn::Abs(y), hn::Set(d, kPhiMax)); // false for NaN
     M special = hn::Not(inside);
-    const V s = lanes::LibrarySin(d, hn::IfThenElseZero(inside, y));
     const V es = e * s;
     special = hn::Or(special, hn::Or(hn::Eq(one - s, hn::Zero(d)), hn::Eq(one + es, hn::Zero(d))));
     const V q = (one + s) / (one - s);
@@ -100,8 +99,9 @@ void ForwardVectors(const Constants& m, PROJPOINT* points, int count) {
             [&m](D d, V& x, V& y) HWY_ATTR { return SphereForwardKernel(d, m, x, y); },
             [&m](PROJPOINT& p) { return SphereForward(m, p); });
     else
-        lanes::ForEachVector(
-            points, count, [&m](D d, V& x, V& y) HWY_ATTR { return ForwardKernel(d, m, x, y); },
+        lanes::ForEachVectorWithSinY(
+            points, count,
+            [&m](D d, V& x, V& y, V s) HWY_ATTR { return ForwardKernel(d, m, x, y, s); },
             [&m](PROJPOINT& p) { return EllipsoidForward(m, p); });
 }
 

@@ -23,6 +23,12 @@ inline bool VectorLoopFor(int count) {
     return count > 1 && VectorPathOn();
 }
 
+struct PROJPOINT;
+
+// sin y of each point as the vectorised forward loops take it: the C
+// library's to the bit for |y| <= pi/2, 0 beyond and for NaN (SineLanes.cpp).
+void LibrarySinesOf(const PROJPOINT* points, int count, double* out);
+
 } // namespace KVProj
 
 #endif
