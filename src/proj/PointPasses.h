@@ -8,7 +8,7 @@
 // to the bit: the same operations on whole vectors of points, and a vector
 // holding a marker, a non-finite member or a value the stage must fold goes
 // through the per-point stage. The per-point forms stay the reference, run
-// when VectorPathOn() is false.
+// when VectorPathOn() is false and for a single point (VectorLoopFor).
 #ifndef KVPROJ_PROJ_POINTPASSES_H
 #define KVPROJ_PROJ_POINTPASSES_H
 
@@ -100,14 +100,14 @@ bool ToDegreesFoldedLanes(PROJPOINT* points, int count);
 
 // Marks every point with a non-finite member; true when any was marked.
 inline bool ScanNonFinite(PROJPOINT* points, int count) {
-    if (VectorPathOn()) return ScanNonFiniteLanes(points, count);
+    if (VectorLoopFor(count)) return ScanNonFiniteLanes(points, count);
     return MarkedPass(points, count, NoStage);
 }
 
 // Post-scan, false origin and scale of the forward results.
 inline bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count) {
     const OriginScale o(work);
-    if (VectorPathOn()) return AddOriginThenScaleLanes(o, points, count);
+    if (VectorLoopFor(count)) return AddOriginThenScaleLanes(o, points, count);
     return MarkedPass(points, count, [&o](PROJPOINT& p) { AddOriginThenScale(o, p); });
 }
 
@@ -115,19 +115,19 @@ inline bool FinishForward(const PROJDATA& work, PROJPOINT* points, int count) {
 inline bool PrepareInverse(const PROJDATA& work, PROJPOINT* points, int count) {
     const OriginScale o(work);
     if (!o.offset && !o.scale) return ScanNonFinite(points, count);
-    if (VectorPathOn()) return UnscaleThenSubtractOriginLanes(o, points, count);
+    if (VectorLoopFor(count)) return UnscaleThenSubtractOriginLanes(o, points, count);
     return MarkedPass(points, count, [&o](PROJPOINT& p) { UnscaleThenSubtractOrigin(o, p); });
 }
 
 // Pre-scan, folding and degrees to radians of the forward input.
 inline bool PrepareForward(PROJPOINT* points, int count) {
-    if (VectorPathOn()) return FoldToRadiansLanes(points, count);
+    if (VectorLoopFor(count)) return FoldToRadiansLanes(points, count);
     return MarkedPass(points, count, FoldToRadians);
 }
 
 // Post-scan, radians to degrees and folding of the inverse results.
 inline bool FinishInverse(PROJPOINT* points, int count) {
-    if (VectorPathOn()) return ToDegreesFoldedLanes(points, count);
+    if (VectorLoopFor(count)) return ToDegreesFoldedLanes(points, count);
     return MarkedPass(points, count, ToDegreesFolded);
 }
 

@@ -50,7 +50,8 @@ constexpr double kNearOneMaxE = 0.17;
 // Snyder 3-12 of sin psi on every lane; the lanes whose guards fire or whose
 // logarithm argument lies outside Log's range are added to *special (with
 // kNearOne, e <= kNearOneMaxE and |s| <= 1: none).
-template <bool kNearOne> HWY_INLINE V Q(D d, const Cone& c, V s, M* special) {
+template <bool kNearOne, class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE V Q(D d, const Cone& c, V s, M* special) {
     const V one = hn::Set(d, 1.0), es = hn::Set(d, c.e) * s;
     const V w = one - hn::Set(d, c.e2) * s * s;
     const V ratio = (one - es) / (one + es);
@@ -67,7 +68,8 @@ template <bool kNearOne> HWY_INLINE V Q(D d, const Cone& c, V s, M* special) {
 
 // Snyder 14-12 to 14-16 with 3-12 and 14-1, 14-2 on every lane, s the C
 // library's sin y; the special lanes are returned.
-template <bool kNearOne> HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y, V s) {
+template <bool kNearOne, class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y, V s) {
     M special = hn::Not(hn::Le(hn::Abs(y), hn::Set(d, kHalfPi))); // true for NaN
     const V q = Q<kNearOne>(d, c, s, &special);
     const V rho =
@@ -87,7 +89,7 @@ constexpr double kStopMargin = 1e-12;
 // takes and stops where it stops. Lanes that need kPhiIterMaxSteps steps or
 // more (which the per-point loop may count as running out) are added to
 // *special, with every lane AlbersLanes.cpp's head names.
-template <bool kSmallE>
+template <bool kSmallE, class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V LatitudeFromQ(D d, const Cone& c, V q, V northing, M* special) {
     const V one = hn::Set(d, 1.0), tol = hn::Set(d, kPhiIterTolerance);
     const V half = q / hn::Set(d, 2.0);
@@ -135,7 +137,8 @@ HWY_INLINE V LatitudeFromQ(D d, const Cone& c, V q, V northing, M* special) {
 
 // Snyder 14-10, 14-11, 14-19 and the iteration 3-16 on every lane; the
 // special lanes are returned.
-template <bool kSmallE> HWY_INLINE M InverseKernel(D d, const Cone& c, V& x, V& y) {
+template <bool kSmallE, class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE M InverseKernel(D d, const Cone& c, V& x, V& y) {
     const V dy = hn::Set(d, c.rho0) - y;
     // The axis through the apex is refused even where atan2 has an answer.
     M special = hn::Eq(dy, hn::Zero(d));
@@ -156,12 +159,12 @@ void ForwardVectors(const Cone& c, PROJPOINT* points, int count) {
     if (c.e <= kNearOneMaxE)
         lanes::ForEachVectorWithSinY(
             points, count,
-            [&c](D d, V& x, V& y, V s) HWY_ATTR { return ForwardKernel<true>(d, c, x, y, s); },
+            [&c](auto d, auto& x, auto& y, auto s) HWY_ATTR { return ForwardKernel<true>(d, c, x, y, s); },
             perPoint);
     else
         lanes::ForEachVectorWithSinY(
             points, count,
-            [&c](D d, V& x, V& y, V s) HWY_ATTR { return ForwardKernel<false>(d, c, x, y, s); },
+            [&c](auto d, auto& x, auto& y, auto s) HWY_ATTR { return ForwardKernel<false>(d, c, x, y, s); },
             perPoint);
 }
 
@@ -170,11 +173,11 @@ void InverseVectors(const Cone& c, PROJPOINT* points, int count) {
     if (c.e <= lanes::kAtanhSmallMaxX)
         lanes::ForEachVector(
             points, count,
-            [&c](D d, V& x, V& y) HWY_ATTR { return InverseKernel<true>(d, c, x, y); }, perPoint);
+            [&c](auto d, auto& x, auto& y) HWY_ATTR { return InverseKernel<true>(d, c, x, y); }, perPoint);
     else
         lanes::ForEachVector(
             points, count,
-            [&c](D d, V& x, V& y) HWY_ATTR { return InverseKernel<false>(d, c, x, y); }, perPoint);
+            [&c](auto d, auto& x, auto& y) HWY_ATTR { return InverseKernel<false>(d, c, x, y); }, perPoint);
 }
 
 } // namespace HWY_NAMESPACE

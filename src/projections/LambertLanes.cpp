@@ -34,6 +34,7 @@ using lanes::V;
 
 // Snyder 15-7 and 15-9 to 15-11 with 14-1, 14-2 on every lane; the special
 // lanes are returned.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y, V s) {
     const V one = hn::Set(d, 1.0), e = hn::Set(d, c.e), n = hn::Set(d, c.n);
     const M inside = hn::Le(hn::Abs(y), hn::Set(d, kHalfPi)); // false for NaN
@@ -51,6 +52,7 @@ HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y, V s) {
 
 // Snyder 14-10, 14-11, 15-11 and the iteration 7-9 on every lane; the special
 // lanes are returned.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M InverseKernel(D d, const Cone& c, V& x, V& y) {
     const V dy = hn::Set(d, c.rho0) - y;
     V rho = hn::Sqrt(x * x + dy * dy);
@@ -82,6 +84,7 @@ HWY_INLINE M InverseKernel(D d, const Cone& c, V& x, V& y) {
 // place of the results (per point there).
 constexpr double kSphereLaneLimit = 1.1197695149986342; // asin 0.9
 
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M SphereForwardKernel(D d, const Cone& c, V& x, V& y) {
     const M inside = hn::Le(hn::Abs(y), hn::Set(d, kSphereLaneLimit)); // false for NaN
     M special = hn::Not(inside);
@@ -98,6 +101,7 @@ HWY_INLINE M SphereForwardKernel(D d, const Cone& c, V& x, V& y) {
 
 // Snyder 14-10, 14-11 and 15-5 on every lane, (a F / rho)^(1/n) as
 // exp(ln / n); the special lanes are returned.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M SphereInverseKernel(D d, const Cone& c, V& x, V& y) {
     const V dy = hn::Set(d, c.rho0) - y;
     V rho = hn::Sqrt(x * x + dy * dy);
@@ -124,12 +128,12 @@ void ForwardVectors(const Cone& c, PROJPOINT* points, int count) {
     if (c.sphere)
         lanes::ForEachVector(
             points, count,
-            [&c](D d, V& x, V& y) HWY_ATTR { return SphereForwardKernel(d, c, x, y); },
+            [&c](auto d, auto& x, auto& y) HWY_ATTR { return SphereForwardKernel(d, c, x, y); },
             [&c](PROJPOINT& p) { return SphereForwardPoint(c, p); });
     else
         lanes::ForEachVectorWithSinY(
             points, count,
-            [&c](D d, V& x, V& y, V s) HWY_ATTR { return ForwardKernel(d, c, x, y, s); },
+            [&c](auto d, auto& x, auto& y, auto s) HWY_ATTR { return ForwardKernel(d, c, x, y, s); },
             [&c](PROJPOINT& p) { return EllipsoidForwardPoint(c, p); });
 }
 
@@ -137,11 +141,11 @@ void InverseVectors(const Cone& c, PROJPOINT* points, int count) {
     if (c.sphere)
         lanes::ForEachVector(
             points, count,
-            [&c](D d, V& x, V& y) HWY_ATTR { return SphereInverseKernel(d, c, x, y); },
+            [&c](auto d, auto& x, auto& y) HWY_ATTR { return SphereInverseKernel(d, c, x, y); },
             [&c](PROJPOINT& p) { return InversePoint(c, p); });
     else
         lanes::ForEachVector(
-            points, count, [&c](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, c, x, y); },
+            points, count, [&c](auto d, auto& x, auto& y) HWY_ATTR { return InverseKernel(d, c, x, y); },
             [&c](PROJPOINT& p) { return InversePoint(c, p); });
 }
 

@@ -36,6 +36,7 @@ using V = hn::Vec<D>;
 using M = hn::Mask<D>;
 
 // Lanes holding the marker or a non-finite value in either member.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M MarkerOrNonFinite(D d, V x, V y) {
     const V marker = hn::Set(d, kUnplottable);
     const M odd = hn::Or(hn::Eq(x, marker), hn::Eq(y, marker));
@@ -46,7 +47,7 @@ HWY_INLINE M MarkerOrNonFinite(D d, V x, V y) {
 // lanes are loaded from and stored to (the points themselves or a pad);
 // `first` the index of its first point in the call's run, for kernels that
 // take more than the points.
-template <class Kernel, class PointFn>
+template <class Kernel, class PointFn, class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE void Block(D d, double* xy, PROJPOINT* points, size_t valid, size_t first,
                       const Kernel& kernel, const PointFn& fn) {
     V x, y;
@@ -65,7 +66,8 @@ HWY_INLINE void Block(D d, double* xy, PROJPOINT* points, size_t valid, size_t f
 
 // ForEachVector with kernel(d, x, y, first), `first` the index of the
 // vector's first point; the lanes of the last partial vector beyond its
-// points are copies of that first point.
+// points are copies of that first point. Kernels take any descriptor: the
+// last vector may be half as wide as the others.
 template <class Kernel, class PointFn>
 void ForEachVectorAt(PROJPOINT* points, int count, const Kernel& kernel, const PointFn& fn) {
     const D d;
@@ -82,6 +84,19 @@ void ForEachVectorAt(PROJPOINT* points, int count, const Kernel& kernel, const P
     if (rest == 1 || n < 2) return ForEachPoint(points + i, static_cast<int>(rest), fn);
     constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(double);
     HWY_ALIGN PROJPOINT pad[kMaxLanes];
+    // A short rest on the widest vectors (a call of four points with eight
+    // lanes, say) takes a vector of half the width.
+    if constexpr (hn::MaxLanes(D()) >= 8) {
+        const hn::Half<D> dh;
+        const size_t h = hn::Lanes(dh);
+        if (rest == h)
+            return Block(dh, reinterpret_cast<double*>(points + i), points + i, h, i, kernel, fn);
+        if (rest < h) {
+            for (size_t j = 0; j < h; ++j)
+                pad[j] = points[i + (j < rest ? j : 0)];
+            return Block(dh, reinterpret_cast<double*>(pad), points + i, rest, i, kernel, fn);
+        }
+    }
     for (size_t j = 0; j < n; ++j)
         pad[j] = points[i + (j < rest ? j : 0)];
     Block(d, reinterpret_cast<double*>(pad), points + i, rest, i, kernel, fn);
@@ -92,7 +107,7 @@ void ForEachVectorAt(PROJPOINT* points, int count, const Kernel& kernel, const P
 template <class Kernel, class PointFn>
 void ForEachVector(PROJPOINT* points, int count, const Kernel& kernel, const PointFn& fn) {
     ForEachVectorAt(
-        points, count, [&kernel](D d, V& x, V& y, size_t) HWY_ATTR { return kernel(d, x, y); },
+        points, count, [&kernel](auto d, auto& x, auto& y, size_t) HWY_ATTR { return kernel(d, x, y); },
         fn);
 }
 

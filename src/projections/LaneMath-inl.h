@@ -45,6 +45,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 constexpr double kTrigLimit = 3.0 * kQuarterPi;
 constexpr double kHalfPiLow = 6.123233995736766e-17; // pi/2 - kHalfPi
 
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE void SinCos(D d, V x, V* s, V* c) {
     const V k = hn::Round(x * hn::Set(d, 2.0 / kPi));
     const V r = (x - k * hn::Set(d, kHalfPi)) - k * hn::Set(d, kHalfPiLow);
@@ -61,6 +62,7 @@ HWY_INLINE void SinCos(D d, V x, V* s, V* c) {
 // n (lambda - lambda0), not wrapped, as PlaceOnCone of Figure.h; lanes whose
 // theta is beyond the sine and cosine above are added to the special lanes,
 // which are returned.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M PlaceOnCone(D d, double n, double lam0, double rho0, V rho, V& x, V& y, M special) {
     const V theta = hn::Set(d, n) * (x - hn::Set(d, lam0));
     special = hn::Or(special, hn::Not(hn::Le(hn::Abs(theta), hn::Set(d, kTrigLimit))));
@@ -90,11 +92,12 @@ HWY_INLINE M PlaceOnCone(D d, double n, double lam0, double rho0, V rho, V& x, V
 constexpr double kHardRounding = 0.43;
 
 // a * b exactly as hi + lo.
-HWY_INLINE void TwoProd(V a, V b, V* hi, V* lo) {
+template <class V> HWY_INLINE void TwoProd(V a, V b, V* hi, V* lo) {
     *hi = a * b;
     *lo = hn::MulSub(a, b, *hi);
 }
 
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V SinAsLibrary(D d, V x, M* hard) {
     const V ax = hn::Abs(x);
     // Below pi/4: x - x^3/6 + x^5 S(x^2).
@@ -215,7 +218,7 @@ void ForEachVectorWithSinY(PROJPOINT* points, int count, const Kernel& kernel,
             sines[j] = sines[m - tail];
         ForEachVectorAt(
             points + start, static_cast<int>(m),
-            [&](D dd, V& x, V& y, size_t first)
+            [&](auto dd, auto& x, auto& y, size_t first)
                 HWY_ATTR { return kernel(dd, x, y, hn::LoadU(dd, sines + first)); },
             fn);
     }
@@ -232,6 +235,7 @@ constexpr double kLn2Hi = 6.93147180369123816490e-01; // trailing 32 bits zero
 constexpr double kLn2Lo = 1.90821492927058770002e-10;
 
 // ln(1 + f) from f and s = f / (2 + f), the k = 0 part of Log.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V LogOnePlus(D d, V f, V s, V* hfsqOut) {
     const V z = s * s;
     V r = hn::Set(d, 2.0 / 21);
@@ -244,6 +248,7 @@ HWY_INLINE V LogOnePlus(D d, V f, V s, V* hfsqOut) {
     return s * (hfsq + r);
 }
 
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V Log(D d, V x) {
     const hn::RebindToUnsigned<D> du;
     const hn::RebindToSigned<D> di;
@@ -263,6 +268,7 @@ HWY_INLINE V Log(D d, V x) {
 
 // Log of x in [sqrt(1/2), sqrt(2)), where m = x and k = 0: the same bits
 // without the split into exponent and mantissa.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V LogNearOne(D d, V x) {
     const V f = x - hn::Set(d, 1.0); // exact on [1/2, 2]
     const V s = f / (hn::Set(d, 2.0) + f);
@@ -276,6 +282,7 @@ constexpr double kSqrtHalf = 0.70710678118654757; // 0x3fe6a09e667f3bcd
 constexpr double kSqrtTwo = 1.4142135623730951;
 
 // Lanes Log takes: positive, normal and finite.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M LogDomain(D d, V x) {
     return hn::And(hn::Ge(x, hn::Set(d, 2.2250738585072014e-308)),
                    hn::Le(x, hn::Set(d, 1.7976931348623157e308)));
@@ -286,6 +293,7 @@ HWY_INLINE M LogDomain(D d, V x) {
 // range (|x| <= 0.1, |z| <= 0.01), the same operations in the same order.
 constexpr double kAtanhSmallMaxX = 0.1;
 
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V AtanhSmall(D d, V x) {
     const V x2 = x * x, x4 = x2 * x2, x8 = x4 * x4;
     const V p01 = hn::Set(d, 1.0) + x2 * hn::Set(d, 1.0 / 3);
@@ -296,6 +304,7 @@ HWY_INLINE V AtanhSmall(D d, V x) {
     return x * (lo + x8 * (hi + x8 * hn::Set(d, 1.0 / 17)));
 }
 
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V ExpSmall(D d, V z) {
     const V z2 = z * z, z4 = z2 * z2;
     const V p01 = hn::Set(d, 1.0) + z, p23 = hn::Set(d, 0.5) + z * hn::Set(d, 1.0 / 6);
@@ -311,6 +320,7 @@ HWY_INLINE V ExpSmall(D d, V z) {
 // go on. Lanes that need kPhiIterMaxSteps steps or more (which the per-point
 // loop may count as running out), or outside the range of t, are added to
 // *special. The final arctangent is Highway's (at most 3 ulp).
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V PhiFromConformalT(D d, V t, double e, M* special) {
     constexpr double kHalfTolTan = 5.960464477539769e-07; // as ConformalLatitude.h
     const V one = hn::Set(d, 1.0), ve = hn::Set(d, e), negE = hn::Set(d, -e);
@@ -334,6 +344,7 @@ HWY_INLINE V PhiFromConformalT(D d, V t, double e, M* special) {
 
 // atan2(y, x) from Highway's arctangent of a ratio within [0, 1] (a few ulp
 // of the angle); lanes with x and y both zero are added to *special.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V Atan2(D d, V y, V x, M* special) {
     const V ay = hn::Abs(y), ax = hn::Abs(x);
     const V big = hn::Max(ax, ay), small = hn::Min(ax, ay);

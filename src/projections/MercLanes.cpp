@@ -36,6 +36,7 @@ using lanes::M;
 using lanes::V;
 
 // Snyder 7-6 and 7-7 on every lane; the special lanes are returned.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M ForwardKernel(D d, const Constants& m, V& x, V& y, V s) {
     const V one = hn::Set(d, 1.0), e = hn::Set(d, m.e), a = hn::Set(d, m.a), k = hn::Set(d, m.k);
     const M inside = hn::Le(hn::Abs(y), hn::Set(d, kPhiMax)); // false for NaN
@@ -52,6 +53,7 @@ HWY_INLINE M ForwardKernel(D d, const Constants& m, V& x, V& y, V s) {
 }
 
 // Snyder 7-10 and the iteration 7-9 on every lane; the special lanes are returned.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M InverseKernel(D d, const Constants& m, V& x, V& y) {
     const V k = hn::Set(d, m.k), a = hn::Set(d, m.a);
     const V lam = (x / k) / a + hn::Set(d, m.lam0);
@@ -66,6 +68,7 @@ HWY_INLINE M InverseKernel(D d, const Constants& m, V& x, V& y) {
 
 // Snyder 7-1 and 7-2 on every lane (the tangent as the quotient of the
 // kernel's sine and cosine); the special lanes are returned.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M SphereForwardKernel(D d, const Constants& m, V& x, V& y) {
     const V rk = hn::Set(d, m.rk);
     const M inside = hn::Lt(hn::Abs(y), hn::Set(d, kPhiMax)); // false for NaN
@@ -82,6 +85,7 @@ HWY_INLINE M SphereForwardKernel(D d, const Constants& m, V& x, V& y) {
 
 // Snyder 7-4 (as atan sinh) and 7-5 on every lane, Highway's hyperbolic sine
 // and arctangent (a few ulp); the special lanes are returned.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M SphereInverseKernel(D d, const Constants& m, V& x, V& y) {
     const V c1 = hn::Set(d, m.c1), a = hn::Set(d, m.a);
     const V lam = x / c1 / a + hn::Set(d, m.lam0);
@@ -96,12 +100,12 @@ void ForwardVectors(const Constants& m, PROJPOINT* points, int count) {
     if (m.sphere)
         lanes::ForEachVector(
             points, count,
-            [&m](D d, V& x, V& y) HWY_ATTR { return SphereForwardKernel(d, m, x, y); },
+            [&m](auto d, auto& x, auto& y) HWY_ATTR { return SphereForwardKernel(d, m, x, y); },
             [&m](PROJPOINT& p) { return SphereForward(m, p); });
     else
         lanes::ForEachVectorWithSinY(
             points, count,
-            [&m](D d, V& x, V& y, V s) HWY_ATTR { return ForwardKernel(d, m, x, y, s); },
+            [&m](auto d, auto& x, auto& y, auto s) HWY_ATTR { return ForwardKernel(d, m, x, y, s); },
             [&m](PROJPOINT& p) { return EllipsoidForward(m, p); });
 }
 
@@ -109,11 +113,11 @@ void InverseVectors(const Constants& m, PROJPOINT* points, int count) {
     if (m.sphere)
         lanes::ForEachVector(
             points, count,
-            [&m](D d, V& x, V& y) HWY_ATTR { return SphereInverseKernel(d, m, x, y); },
+            [&m](auto d, auto& x, auto& y) HWY_ATTR { return SphereInverseKernel(d, m, x, y); },
             [&m](PROJPOINT& p) { return SphereInverse(m, p); });
     else
         lanes::ForEachVector(
-            points, count, [&m](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, m, x, y); },
+            points, count, [&m](auto d, auto& x, auto& y) HWY_ATTR { return InverseKernel(d, m, x, y); },
             [&m](PROJPOINT& p) { return EllipsoidInverse(m, p); });
 }
 

@@ -180,7 +180,7 @@ void EllipsoidInverseLanes(const Constants& tm, Flavor f, PROJPOINT* points, int
 template <Flavor F> inline void Forward(const Constants& tm, PROJPOINT* points, int count) {
     if (tm.sphere)
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return SphereForward(tm, p); });
-    else if (VectorPathOn())
+    else if (VectorLoopFor(count))
         EllipsoidForwardLanes(tm, F, points, count);
     else
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return EllipsoidForward<F>(tm, p); });
@@ -189,7 +189,7 @@ template <Flavor F> inline void Forward(const Constants& tm, PROJPOINT* points, 
 template <Flavor F> inline void Inverse(const Constants& tm, PROJPOINT* points, int count) {
     if (tm.sphere)
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return SphereInverse(tm, p); });
-    else if (VectorPathOn() && !(F == Flavor::General && tm.k0 == 0.0))
+    else if (VectorLoopFor(count) && !(F == Flavor::General && tm.k0 == 0.0))
         EllipsoidInverseLanes(tm, F, points, count);
     else
         ForEachPoint(points, count, [&tm](PROJPOINT& p) { return EllipsoidInverse<F>(tm, p); });

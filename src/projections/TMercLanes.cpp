@@ -27,11 +27,12 @@ using KVProj::HWY_NAMESPACE::lanes::SinCos;
 using KVProj::HWY_NAMESPACE::lanes::V;
 
 // sin 2x, sin 4x, sin 6x (and cos 2x, cos 4x) as SinesOfMultiples forms them.
-struct SinMultiplesV {
+template <class V> struct SinMultiplesV {
     V s2, c2, s4, c4, s6;
 };
-HWY_INLINE SinMultiplesV Multiples(D d, V s, V c) {
-    SinMultiplesV m;
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE SinMultiplesV<V> Multiples(D d, V s, V c) {
+    SinMultiplesV<V> m;
     m.s2 = hn::Set(d, 2.0) * s * c;
     m.c2 = (c - s) * (c + s);
     m.s4 = hn::Set(d, 2.0) * m.s2 * m.c2;
@@ -41,13 +42,15 @@ HWY_INLINE SinMultiplesV Multiples(D d, V s, V c) {
 }
 
 // Lanes with a result that is not finite or beyond a full turn either way.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M OutsideTurn(D d, V x, V y) {
     const V turn = hn::Set(d, kTwoPi);
     return hn::Not(hn::And(hn::Le(hn::Abs(x), turn), hn::Le(hn::Abs(y), turn)));
 }
 
 // Snyder 8-9 and 8-10 on every lane; the special lanes are returned.
-template <Flavor F> HWY_INLINE M ForwardKernel(D d, const Constants& tm, V& x, V& y) {
+template <Flavor F, class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE M ForwardKernel(D d, const Constants& tm, V& x, V& y) {
     const V phi = y, one = hn::Set(d, 1.0);
     V s, c;
     SinCos(d, phi, &s, &c);
@@ -64,7 +67,7 @@ template <Flavor F> HWY_INLINE M ForwardKernel(D d, const Constants& tm, V& x, V
     const V ep2 = hn::Set(d, tm.ep2);
     const V t = tanPhi * tanPhi, cc = ep2 * c * c;
     const V A = dlam * c, A2 = A * A;
-    const SinMultiplesV mm = Multiples(d, s, c);
+    const auto mm = Multiples(d, s, c);
     const MeridianArc& arc = tm.arc;
     const V m = hn::Set(d, arc.a) * (hn::Set(d, arc.c0) * phi - hn::Set(d, arc.c2) * mm.s2 +
                                      hn::Set(d, arc.c4) * mm.s4 - hn::Set(d, arc.c6) * mm.s6);
@@ -86,11 +89,12 @@ template <Flavor F> HWY_INLINE M ForwardKernel(D d, const Constants& tm, V& x, V
 // The footpoint latitude (Snyder 3-26) with its sine and cosine by the
 // addition theorem, as Footpoint::Phi does; lanes whose correction is not
 // below 0.01 rad are special.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V FootpointV(D d, const Footpoint& fp, V mu, V* s1, V* c1, M* special) {
     const V one = hn::Set(d, 1.0);
     V sm, cm;
     SinCos(d, mu, &sm, &cm);
-    const SinMultiplesV m = Multiples(d, sm, cm);
+    const auto m = Multiples(d, sm, cm);
     const V s8 = hn::Set(d, 2.0) * m.s4 * m.c4;
     const V delta = hn::Set(d, fp.d2) * m.s2 + hn::Set(d, fp.d4) * m.s4 + hn::Set(d, fp.d6) * m.s6 +
                     hn::Set(d, fp.d8) * s8;
@@ -107,6 +111,7 @@ HWY_INLINE V FootpointV(D d, const Footpoint& fp, V mu, V* s1, V* c1, M* special
 }
 
 // Snyder 8-17 and 8-18 on every lane; the special lanes are returned.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M InverseKernel(D d, const Constants& tm, V& x, V& y) {
     const V one = hn::Set(d, 1.0), zero = hn::Zero(d);
     const V mu = (hn::Set(d, tm.m0) + y * hn::Set(d, tm.invK0)) * hn::Set(d, tm.arc.invAc0);
@@ -143,13 +148,13 @@ HWY_INLINE M InverseKernel(D d, const Constants& tm, V& x, V& y) {
 
 template <Flavor F> void ForwardAll(const Constants& tm, PROJPOINT* points, int count) {
     KVProj::HWY_NAMESPACE::lanes::ForEachVector(
-        points, count, [&tm](D d, V& x, V& y) HWY_ATTR { return ForwardKernel<F>(d, tm, x, y); },
+        points, count, [&tm](auto d, auto& x, auto& y) HWY_ATTR { return ForwardKernel<F>(d, tm, x, y); },
         [&tm](PROJPOINT& p) { return EllipsoidForward<F>(tm, p); });
 }
 
 template <Flavor F> void InverseAll(const Constants& tm, PROJPOINT* points, int count) {
     KVProj::HWY_NAMESPACE::lanes::ForEachVector(
-        points, count, [&tm](D d, V& x, V& y) HWY_ATTR { return InverseKernel(d, tm, x, y); },
+        points, count, [&tm](auto d, auto& x, auto& y) HWY_ATTR { return InverseKernel(d, tm, x, y); },
         [&tm](PROJPOINT& p) { return EllipsoidInverse<F>(tm, p); });
 }
 
