@@ -73,22 +73,22 @@ HWY_INLINE M PlaceOnCone(D d, double n, double lam0, double rho0, V rho, V& x, V
     return hn::Or(special, hn::Not(hn::And(hn::IsFinite(x), hn::IsFinite(y))));
 }
 
-// ---------------------------------------------------------------- sin as the library's
+// ---------------------------------------------------------------- sin, cos as the library's
 #if HWY_NATIVE_FMA
-// sin x for |x| <= pi/2 as the C library gives it, on targets with fused
-// multiply-adds. The sine is formed in double-double arithmetic to within
-// 2^-58 of |x| (0.02 units in the last place of the result): below pi/4 as
-// x - x^3/6 (to about 2^-106) plus the rest of the Taylor series to x^17;
-// above pi/4 as cos r, r = pi/2 - x in two parts, with 1 - r^2/2 + r^4/24 to
-// about 2^-106 plus the rest of the series to r^18. The sum is then rounded
-// once. Where the part rounded off exceeds kHardRounding of a unit in the
-// last place (the sum lies within 0.07 units of a midpoint between two
-// doubles), or the result is a power of two, the lane is added to *hard for
-// the library to decide. Elsewhere the exact sine lies within 0.45 units of
-// the rounded sum, so any sine in error by less than 0.55 units rounds to it:
-// the C library's stays below 0.52 (0.516 at most on 200,000 arguments over
-// [0, pi/2] against sines computed to 200 bits). About one lane in seven is
-// hard.
+// sin x and cos x for |x| <= pi/2 as the C library gives them, on targets
+// with fused multiply-adds. With t = x below pi/4 and t = pi/2 - x (in two
+// parts) above, sin t and cos t are formed in double-double arithmetic to
+// within 2^-58 (0.02 units in the last place of the result): sin t as
+// t - t^3/6 (to about 2^-106) plus the rest of the Taylor series to t^17,
+// cos t as 1 - t^2/2 + t^4/24 (to about 2^-106) plus the rest to t^18; each
+// sum is then rounded once. Where the part rounded off exceeds kHardRounding
+// of a unit in the last place (the sum lies within 0.07 units of a midpoint
+// between two doubles), or the result is a power of two, the lane is marked
+// hard for the library to decide. Elsewhere the exact value lies within 0.45
+// units of the rounded sum, so any sine or cosine in error by less than 0.55
+// units rounds to it: the C library's stay below 0.52 (at most 0.516 for the
+// sine and 0.514 for the cosine on 200,000 arguments each over [0, pi/2],
+// against values computed to 200 bits). About one lane in seven is hard.
 constexpr double kHardRounding = 0.43;
 
 // a * b exactly as hi + lo.
@@ -97,15 +97,14 @@ template <class V> HWY_INLINE void TwoProd(V a, V b, V* hi, V* lo) {
     *lo = hn::MulSub(a, b, *hi);
 }
 
-template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
-HWY_INLINE V SinAsLibrary(D d, V x, M* hard) {
-    const V ax = hn::Abs(x);
-    // Below pi/4: x - x^3/6 + x^5 S(x^2).
+// sin(th + tl) as *sum + *corr, 0 <= th <= pi/4, |tl| <= ulp(th).
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void SinTwoPart(D d, V th, V tl, V* sum, V* corr) {
     V zh, zl;
-    TwoProd(ax, ax, &zh, &zl);
+    TwoProd(th, th, &zh, &zl);
     V ch, cl;
-    TwoProd(zh, ax, &ch, &cl);
-    cl = hn::MulAdd(zl, ax, cl); // x^3 = ch + cl
+    TwoProd(zh, th, &ch, &cl);
+    cl = hn::MulAdd(zl, th, cl); // th^3 = ch + cl
     constexpr double kSixthHi = -1.0 / 6, kSixthLo = -9.2518585385429707e-18; // -1/6 - kSixthHi
     V t1h, t1l;
     TwoProd(ch, hn::Set(d, kSixthHi), &t1h, &t1l);
@@ -115,113 +114,217 @@ HWY_INLINE V SinAsLibrary(D d, V x, M* hard) {
                      -1.0 / 5040.0, 1.0 / 120.0})
         ps = hn::MulAdd(ps, zh, hn::Set(d, f));
     const V t2 = ch * zh * ps;
-    const V sA = ax + t1h;
-    const V corrA = ((t1h - (sA - ax)) + t1l) + t2;
-    // Above pi/4: cos r = 1 - r^2/2 + r^4/24 + r^6 C(r^2), r = pi/2 - x.
-    const V r0 = hn::Set(d, kHalfPi) - ax; // exact for x in [pi/4, pi]
-    const V rh = r0 + hn::Set(d, kHalfPiLow);
-    const V rl = hn::Set(d, kHalfPiLow) - (rh - r0); // |r0| >= kHalfPiLow or r0 == 0
+    // tl cos th to t^4.
+    const V t3 = tl * hn::MulAdd(zh, hn::MulAdd(zh, hn::Set(d, 1.0 / 24), hn::Set(d, -0.5)),
+                                 hn::Set(d, 1.0));
+    *sum = th + t1h;
+    *corr = ((t1h - (*sum - th)) + t1l) + (t2 + t3); // |th| >= |t1h|
+}
+
+// cos(th + tl) as *sum + *corr, 0 <= th <= pi/4, |tl| <= ulp(th).
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void CosTwoPart(D d, V th, V tl, V* sum, V* corr) {
     V uh, ul;
-    TwoProd(rh, rh, &uh, &ul);
-    ul = hn::MulAdd(hn::Set(d, 2.0) * rh, rl, ul); // r^2 = uh + ul
+    TwoProd(th, th, &uh, &ul);
+    ul = hn::MulAdd(hn::Set(d, 2.0) * th, tl, ul); // t^2 = uh + ul
     V vh, vl;
     TwoProd(uh, uh, &vh, &vl);
-    vl = hn::MulAdd(hn::Set(d, 2.0) * uh, ul, vl); // r^4 = vh + vl
+    vl = hn::MulAdd(hn::Set(d, 2.0) * uh, ul, vl); // t^4 = vh + vl
     constexpr double k24Hi = 1.0 / 24, k24Lo = 2.3129646346357427e-18; // 1/24 - k24Hi
     V wh, wl;
     TwoProd(vh, hn::Set(d, k24Hi), &wh, &wl);
-    wl = hn::MulAdd(vh, hn::Set(d, k24Lo), hn::MulAdd(vl, hn::Set(d, k24Hi), wl)); // r^4/24
-    const V one = hn::Set(d, 1.0), halfU = hn::Set(d, 0.5) * uh;
+    wl = hn::MulAdd(vh, hn::Set(d, k24Lo), hn::MulAdd(vl, hn::Set(d, k24Hi), wl)); // t^4/24
     V c3 = hn::Set(d, -1.0 / 6402373705728000.0); // -1/18!
     for (double f : {1.0 / 20922789888000.0, -1.0 / 87178291200.0, 1.0 / 479001600.0,
                      -1.0 / 3628800.0, 1.0 / 40320.0, -1.0 / 720.0})
         c3 = hn::MulAdd(c3, uh, hn::Set(d, f));
-    const V t3 = vh * uh * c3; // r^6 C(r^2)
-    const V sB0 = one - halfU;
-    const V eB0 = (one - sB0) - halfU; // its rounding error: 1 >= r^2/2
-    const V sB = sB0 + wh;
-    const V eB1 = wh - (sB - sB0); // |sB0| >= |wh|
-    const V corrB = ((eB0 - hn::Set(d, 0.5) * ul) + eB1) + (wl + t3);
-    const M upper = hn::Gt(ax, hn::Set(d, kQuarterPi));
-    const V s = hn::IfThenElse(upper, sB, sA), corr = hn::IfThenElse(upper, corrB, corrA);
-    const V res = s + corr;
-    const V err = corr - (res - s);
-    // The unit in the last place of res, from its exponent (res >= 2^-969 here
-    // unless x is tiny, whose lanes are hard).
+    const V t3 = vh * uh * c3; // t^6 C(t^2)
+    const V one = hn::Set(d, 1.0), halfU = hn::Set(d, 0.5) * uh;
+    const V s0 = one - halfU;
+    const V e0 = (one - s0) - halfU; // its rounding error: 1 >= t^2/2
+    *sum = s0 + wh;
+    const V e1 = wh - (*sum - s0); // |s0| >= |wh|
+    *corr = ((e0 - hn::Set(d, 0.5) * ul) + e1) + (wl + t3);
+}
+
+// sum + corr rounded once; lanes whose rounding may not be the library's are
+// added to *hard.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE V RoundOnce(D d, V sum, V corr, M* hard) {
+    const V res = sum + corr;
+    const V err = corr - (res - sum); // |sum| >= |corr|: the exact part rounded off
+    // The unit in the last place of res (>= 2^-969 here) from its exponent.
     const hn::RebindToUnsigned<D> du;
     const auto bits = hn::BitCast(du, res);
     const auto expBits = hn::And(bits, hn::Set(du, 0x7ff0000000000000ULL));
     const V ulp = hn::BitCast(d, expBits - hn::Set(du, uint64_t{52} << 52));
     const M power = hn::RebindMask(d, hn::Eq(expBits, bits));
-    *hard = hn::Or(hn::Gt(hn::Abs(err), hn::Set(d, kHardRounding) * ulp),
-                   hn::Or(power, hn::Lt(ax, hn::Set(d, 1e-200))));
+    *hard = hn::Or(*hard, hn::Or(hn::Gt(hn::Abs(err), hn::Set(d, kHardRounding) * ulp), power));
+    return res;
+}
+
+// t (two parts) and whether x lies above pi/4, for the functions below.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE M Reduce(D d, V ax, V* th, V* tl) {
+    const M upper = hn::Gt(ax, hn::Set(d, kQuarterPi));
+    const V r0 = hn::Set(d, kHalfPi) - ax; // exact for x in [pi/4, pi]
+    const V rh = r0 + hn::Set(d, kHalfPiLow);
+    const V rl = hn::Set(d, kHalfPiLow) - (rh - r0); // |r0| >= kHalfPiLow or r0 == 0
+    *th = hn::IfThenElse(upper, rh, ax);
+    *tl = hn::IfThenElseZero(upper, rl);
+    return upper;
+}
+
+// sin x; lanes for the library (and those with |x| < 1e-200) in *hard.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE V SinAsLibrary(D d, V x, M* hard) {
+    const V ax = hn::Abs(x);
+    V th, tl, ss, sc, cs, cc;
+    const M upper = Reduce(d, ax, &th, &tl);
+    SinTwoPart(d, th, tl, &ss, &sc);
+    CosTwoPart(d, th, tl, &cs, &cc);
+    *hard = hn::Lt(ax, hn::Set(d, 1e-200));
+    const V res = RoundOnce(d, hn::IfThenElse(upper, cs, ss), hn::IfThenElse(upper, cc, sc), hard);
     return hn::CopySign(res, x);
+}
+
+// sin x and cos x; the lanes for the library in *hardSin and *hardCos.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE void SinCosAsLibrary(D d, V x, V* s, V* c, M* hardSin, M* hardCos) {
+    const V ax = hn::Abs(x);
+    V th, tl, ss, sc, cs, cc;
+    const M upper = Reduce(d, ax, &th, &tl);
+    SinTwoPart(d, th, tl, &ss, &sc);
+    CosTwoPart(d, th, tl, &cs, &cc);
+    *hardSin = hn::Lt(ax, hn::Set(d, 1e-200));
+    *hardCos = hn::FirstN(d, 0);
+    *s = hn::CopySign(
+        RoundOnce(d, hn::IfThenElse(upper, cs, ss), hn::IfThenElse(upper, cc, sc), hardSin), x);
+    *c = RoundOnce(d, hn::IfThenElse(upper, ss, cs), hn::IfThenElse(upper, sc, cc), hardCos);
 }
 #endif
 
-// sin y of `count` points (at most kSineRun) into out[], the C library's (bit
-// for bit) for |y| <= pi/2 and 0 for the rest and for NaN (lanes every
-// kernel makes special). The vector pass lists the hard lanes instead of
-// branching on them, so that its chains of operations overlap from one
-// vector to the next; the library then takes the listed ones.
+// sin y (and with `cosines`, cos y) of `count` points (at most kSineRun) into
+// sines[] (and cosines[]), the C library's to the bit for |y| <= pi/2, and 0
+// (and 1) for the rest and for NaN (lanes every kernel makes special). The
+// vector pass lists the hard lanes instead of branching on them, so that its
+// chains of operations overlap from one vector to the next; the library then
+// takes the listed ones.
 constexpr size_t kSineRun = 256;
 
-HWY_INLINE void LibrarySines(const PROJPOINT* points, size_t count, double* out) {
+#if HWY_NATIVE_FMA
+// One vector of LibrarySinCos at points[j]: the values stored, the hard lanes'
+// indices appended to hardSin and hardCos.
+template <class DV>
+HWY_INLINE void SinCosVector(DV d, const PROJPOINT* points, size_t j, double* sines,
+                             double* cosines, int64_t* hardSin, size_t* sinCount,
+                             int64_t* hardCos, size_t* cosCount) {
+    using VV = hn::Vec<DV>;
+    using MM = hn::Mask<DV>;
+    const hn::RebindToSigned<DV> di;
+    const auto at = hn::Iota(di, static_cast<int64_t>(j));
+    VV x, y;
+    hn::LoadInterleaved2(d, reinterpret_cast<const double*>(points + j), x, y);
+    const MM inside = hn::Le(hn::Abs(y), hn::Set(d, kHalfPi)); // false for NaN
+    const VV in = hn::IfThenElseZero(inside, y);
+    MM hs, hc;
+    if (cosines) {
+        VV sv, cv;
+        SinCosAsLibrary(d, in, &sv, &cv, &hs, &hc);
+        hn::StoreU(sv, d, sines + j);
+        hn::StoreU(cv, d, cosines + j);
+        *cosCount +=
+            hn::CompressStore(at, hn::RebindMask(di, hn::And(hc, inside)), di, hardCos + *cosCount);
+    } else {
+        hn::StoreU(SinAsLibrary(d, in, &hs), d, sines + j);
+    }
+    *sinCount +=
+        hn::CompressStore(at, hn::RebindMask(di, hn::And(hs, inside)), di, hardSin + *sinCount);
+}
+#endif
+
+HWY_INLINE void LibrarySinCos(const PROJPOINT* points, size_t count, double* sines,
+                              double* cosines) {
     size_t j = 0;
 #if HWY_NATIVE_FMA
     const D d;
-    const hn::RebindToSigned<D> di;
     const size_t n = hn::Lanes(d);
-    int64_t hardAt[kSineRun + HWY_MAX_BYTES / sizeof(double)];
-    size_t hardCount = 0;
-    auto at = hn::Iota(di, 0);
-    for (; j + n <= count; j += n) {
-        V x, y;
-        hn::LoadInterleaved2(d, reinterpret_cast<const double*>(points + j), x, y);
-        const M inside = hn::Le(hn::Abs(y), hn::Set(d, kHalfPi)); // false for NaN
-        M hard;
-        hn::StoreU(SinAsLibrary(d, hn::IfThenElseZero(inside, y), &hard), d, out + j);
-        hard = hn::And(hard, inside);
-        hardCount += hn::CompressStore(at, hn::RebindMask(di, hard), di, hardAt + hardCount);
-        at = hn::Add(at, hn::Set(di, static_cast<int64_t>(n)));
+    int64_t hardSin[kSineRun + HWY_MAX_BYTES / sizeof(double)];
+    int64_t hardCos[kSineRun + HWY_MAX_BYTES / sizeof(double)];
+    size_t sinCount = 0, cosCount = 0;
+    for (; j + n <= count; j += n)
+        SinCosVector(d, points, j, sines, cosines, hardSin, &sinCount, hardCos, &cosCount);
+    // On the widest vectors a short rest takes one of half the width.
+    if constexpr (hn::MaxLanes(D()) >= 8) {
+        const hn::Half<D> dh;
+        if (j + hn::Lanes(dh) <= count) {
+            SinCosVector(dh, points, j, sines, cosines, hardSin, &sinCount, hardCos, &cosCount);
+            j += hn::Lanes(dh);
+        }
     }
-    for (size_t k = 0; k < hardCount; ++k) {
-        const size_t i = static_cast<size_t>(hardAt[k]);
-        out[i] = std::sin(points[i].y);
+    for (size_t k = 0; k < sinCount; ++k) {
+        const size_t i = static_cast<size_t>(hardSin[k]);
+        sines[i] = std::sin(points[i].y);
+    }
+    for (size_t k = 0; k < cosCount; ++k) {
+        const size_t i = static_cast<size_t>(hardCos[k]);
+        cosines[i] = std::cos(points[i].y);
     }
 #endif
     for (; j < count; ++j) {
         const double y = points[j].y;
-        out[j] = std::fabs(y) <= kHalfPi ? std::sin(y) : 0.0;
+        const bool inside = std::fabs(y) <= kHalfPi;
+        sines[j] = inside ? std::sin(y) : 0.0;
+        if (cosines) cosines[j] = inside ? std::cos(y) : 1.0;
     }
 }
 
-// ForEachVector for kernels that need the C library's sin y, whose bits
-// alone keep the two paths together where a result magnifies the last bit
-// of sin phi: kernel(d, x, y, sinY). The sines of a run of points are taken
-// by LibrarySines ahead of the run's vectors, which keeps the library's calls
-// out of the vector code (and its registers out of the stack).
-template <class Kernel, class PointFn>
-void ForEachVectorWithSinY(PROJPOINT* points, int count, const Kernel& kernel,
-                           const PointFn& fn) {
+HWY_INLINE void LibrarySines(const PROJPOINT* points, size_t count, double* sines) {
+    LibrarySinCos(points, count, sines, nullptr);
+}
+
+// ForEachVector for kernels that need the C library's sin y (and with
+// kCos, its cos y), whose bits alone keep the two paths together where a
+// result magnifies the last bit of sin phi, or where every bit should agree:
+// kernel(d, x, y, sinY) or kernel(d, x, y, sinY, cosY). The values of a run
+// of points are taken by LibrarySinCos ahead of the run's vectors, which
+// keeps the library's calls out of the vector code (and its registers out of
+// the stack).
+template <bool kCos, class Kernel, class PointFn>
+void ForEachVectorWithLibraryTrig(PROJPOINT* points, int count, const Kernel& kernel,
+                                  const PointFn& fn) {
     const D d;
     const size_t n = hn::Lanes(d), total = static_cast<size_t>(count);
     constexpr size_t kRun = kSineRun, kMaxLanes = HWY_MAX_BYTES / sizeof(double);
     static_assert(kRun % kMaxLanes == 0, "whole vectors in every run but the last");
     HWY_ALIGN double sines[kRun + kMaxLanes];
+    HWY_ALIGN double cosines[kCos ? kRun + kMaxLanes : 1];
     for (size_t start = 0; start < total; start += kRun) {
         const size_t m = total - start < kRun ? total - start : kRun;
-        LibrarySines(points + start, m, sines);
+        LibrarySinCos(points + start, m, sines, kCos ? cosines : nullptr);
         // The lanes that pad the last partial vector repeat its first point.
         const size_t tail = m % n;
-        for (size_t j = m; tail > 1 && j < m - tail + n; ++j)
+        for (size_t j = m; tail > 1 && j < m - tail + n; ++j) {
             sines[j] = sines[m - tail];
+            if (kCos) cosines[j] = cosines[m - tail];
+        }
         ForEachVectorAt(
             points + start, static_cast<int>(m),
-            [&](auto dd, auto& x, auto& y, size_t first)
-                HWY_ATTR { return kernel(dd, x, y, hn::LoadU(dd, sines + first)); },
+            [&](auto dd, auto& x, auto& y, size_t first) HWY_ATTR {
+                if constexpr (kCos)
+                    return kernel(dd, x, y, hn::LoadU(dd, sines + first),
+                                  hn::LoadU(dd, cosines + first));
+                else
+                    return kernel(dd, x, y, hn::LoadU(dd, sines + first));
+            },
             fn);
     }
+}
+
+template <class Kernel, class PointFn>
+void ForEachVectorWithSinY(PROJPOINT* points, int count, const Kernel& kernel,
+                           const PointFn& fn) {
+    ForEachVectorWithLibraryTrig<false>(points, count, kernel, fn);
 }
 
 // ---------------------------------------------------------------- log

@@ -1,6 +1,7 @@
-// The C library's sine of many latitudes as the forward kernels take it
-// (LibrarySines of LaneMath-inl.h), compiled for every instruction set and
-// chosen at run time, for the tests that hold it to the library's bits.
+// The C library's sine and cosine of many latitudes as the forward kernels
+// take them (LibrarySinCos of LaneMath-inl.h), compiled for every instruction
+// set and chosen at run time, for the tests that hold them to the library's
+// bits.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "projections/SineLanes.cpp"
 #include <hwy/foreach_target.h> // IWYU pragma: keep
@@ -16,10 +17,11 @@ HWY_BEFORE_NAMESPACE();
 namespace KVProj {
 namespace HWY_NAMESPACE {
 
-void SinesOf(const PROJPOINT* points, int count, double* out) {
+void SinCosOf(const PROJPOINT* points, int count, double* sines, double* cosines) {
     const size_t total = count > 0 ? static_cast<size_t>(count) : 0;
     for (size_t start = 0; start < total; start += lanes::kSineRun)
-        lanes::LibrarySines(points + start, std::min(lanes::kSineRun, total - start), out + start);
+        lanes::LibrarySinCos(points + start, std::min(lanes::kSineRun, total - start),
+                             sines + start, cosines ? cosines + start : nullptr);
 }
 
 } // namespace HWY_NAMESPACE
@@ -29,10 +31,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace KVProj {
 
-HWY_EXPORT(SinesOf);
+HWY_EXPORT(SinCosOf);
 
-void LibrarySinesOf(const PROJPOINT* points, int count, double* out) {
-    HWY_DYNAMIC_DISPATCH(SinesOf)(points, count, out);
+void LibrarySinCosOf(const PROJPOINT* points, int count, double* sines, double* cosines) {
+    HWY_DYNAMIC_DISPATCH(SinCosOf)(points, count, sines, cosines);
 }
 
 } // namespace KVProj

@@ -1,10 +1,14 @@
 // The ellipsoidal transverse Mercator loops a vector of points at a time:
 // the series of TMercCore.h written lane-wise in the same order of operations
-// (this source is compiled without contraction into fused multiply-adds), the
-// sine and cosine from the kernel of LaneMath-inl.h (about an ulp), compiled for every instruction
-// set Highway knows and chosen at run time. Lanes the per-point functions treat specially (a pole,
-// a failed guard, a marker, a footpoint correction too large for its short series) send their
-// vector through those functions.
+// (this source is compiled without contraction into fused multiply-adds),
+// compiled for every instruction set Highway knows and chosen at run time.
+// Forward, sin phi and cos phi are the C library's to the bit
+// (LibrarySinCos of LaneMath-inl.h), so the results are the per-point
+// function's bits; inverse, the sine and cosine of the rectifying latitude
+// come from the kernel of LaneMath-inl.h (about an ulp). Lanes the per-point
+// functions treat specially (a pole, a failed guard, a marker, a footpoint
+// correction too large for its short series) send their vector through those
+// functions.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "projections/TMercLanes.cpp"
 #include <hwy/foreach_target.h> // IWYU pragma: keep
@@ -48,18 +52,16 @@ HWY_INLINE M OutsideTurn(D d, V x, V y) {
     return hn::Not(hn::And(hn::Le(hn::Abs(x), turn), hn::Le(hn::Abs(y), turn)));
 }
 
-// Snyder 8-9 and 8-10 on every lane; the special lanes are returned.
+// Snyder 8-9 and 8-10 on every lane, s and c the C library's sin phi and
+// cos phi; the special lanes are returned.
 template <Flavor F, class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
-HWY_INLINE M ForwardKernel(D d, const Constants& tm, V& x, V& y) {
+HWY_INLINE M ForwardKernel(D d, const Constants& tm, V& x, V& y, V s, V c) {
     const V phi = y, one = hn::Set(d, 1.0);
-    V s, c;
-    SinCos(d, phi, &s, &c);
     const V w = one - hn::Set(d, tm.e2) * s * s;
     // Beyond 45 degrees of the central meridian (outside the module's domain)
     // the series grow fast enough to pass small differences on: per point.
     const V dlam = x - hn::Set(d, tm.lam0);
-    M special = hn::Or(hn::Eq(hn::Abs(phi), hn::Set(d, kHalfPi)),
-                       hn::Gt(hn::Abs(phi), hn::Set(d, kTrigLimit)));
+    M special = hn::Not(hn::Lt(hn::Abs(phi), hn::Set(d, kHalfPi))); // the poles and beyond
     special = hn::Or(special, hn::Gt(hn::Abs(dlam), hn::Set(d, kQuarterPi)));
     if (F == Flavor::UTM) special = hn::Or(special, hn::Lt(w, hn::Zero(d)));
     const V n = hn::Set(d, tm.a) / hn::Sqrt(w);
@@ -147,8 +149,10 @@ HWY_INLINE M InverseKernel(D d, const Constants& tm, V& x, V& y) {
 }
 
 template <Flavor F> void ForwardAll(const Constants& tm, PROJPOINT* points, int count) {
-    KVProj::HWY_NAMESPACE::lanes::ForEachVector(
-        points, count, [&tm](auto d, auto& x, auto& y) HWY_ATTR { return ForwardKernel<F>(d, tm, x, y); },
+    KVProj::HWY_NAMESPACE::lanes::ForEachVectorWithLibraryTrig<true>(
+        points, count,
+        [&tm](auto d, auto& x, auto& y, auto s, auto c)
+            HWY_ATTR { return ForwardKernel<F>(d, tm, x, y, s, c); },
         [&tm](PROJPOINT& p) { return EllipsoidForward<F>(tm, p); });
 }
 

@@ -25,9 +25,10 @@ inline bool VectorLoopFor(int count) {
 
 struct PROJPOINT;
 
-// sin y of each point as the vectorised forward loops take it: the C
-// library's to the bit for |y| <= pi/2, 0 beyond and for NaN (SineLanes.cpp).
-void LibrarySinesOf(const PROJPOINT* points, int count, double* out);
+// sin y (and cos y, unless `cosines` is null) of each point as the
+// vectorised forward loops take them: the C library's to the bit for
+// |y| <= pi/2, 0 (and 1) beyond and for NaN (SineLanes.cpp).
+void LibrarySinCosOf(const PROJPOINT* points, int count, double* sines, double* cosines);
 
 } // namespace KVProj
 
