@@ -6,11 +6,12 @@
 // module's kernel converts every lane and returns the mask of lanes that need
 // the per-point function instead: a marker, a non-finite member, or any guard
 // of the scalar formulas (a pole, a negative radicand, an argument outside the
-// range of the vector functions). A vector with such a lane is left untouched
-// and converted point by point by the same function the scalar path runs, so
-// markers, failures and the per-point report come out exactly as there. The
-// last partial vector is filled up with copies of its first point, unless it
-// holds a single point.
+// range of the vector functions, a value the kernel cannot be sure to round as
+// the C library does). Such a lane's point is converted by the same function
+// the scalar path runs, from the point as it was, while the other lanes keep
+// the kernel's results, so markers, failures and the per-point report come
+// out exactly as there. The last partial vector is filled up with copies of
+// its first point, unless it holds a single point.
 #if defined(KVPROJ_PROJECTIONS_LANELOOP_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef KVPROJ_PROJECTIONS_LANELOOP_INL_H_
 #undef KVPROJ_PROJECTIONS_LANELOOP_INL_H_
@@ -61,7 +62,19 @@ HWY_INLINE void Block(D d, double* xy, PROJPOINT* points, size_t valid, size_t f
             std::memcpy(points, xy, valid * sizeof(PROJPOINT));
         return;
     }
-    ForEachPoint(points, static_cast<int>(valid), fn);
+    // Only the special lanes go through the per-point function, in order; the
+    // others keep the kernel's results.
+    constexpr size_t kMaxLanes = HWY_MAX_BYTES / sizeof(double);
+    HWY_ALIGN double rx[kMaxLanes], ry[kMaxLanes], odd[kMaxLanes];
+    hn::Store(x, d, rx);
+    hn::Store(y, d, ry);
+    hn::Store(hn::VecFromMask(d, special), d, odd);
+    for (size_t j = 0; j < valid; ++j) {
+        if (odd[j] != 0.0)
+            ForEachPoint(points + j, 1, fn);
+        else
+            points[j] = PROJPOINT{rx[j], ry[j]};
+    }
 }
 
 // ForEachVector with kernel(d, x, y, first), `first` the index of the

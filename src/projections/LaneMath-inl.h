@@ -97,8 +97,9 @@ template <class V> HWY_INLINE void TwoProd(V a, V b, V* hi, V* lo) {
     *lo = hn::MulSub(a, b, *hi);
 }
 
-// sin(th + tl) as *sum + *corr, 0 <= th <= pi/4, |tl| <= ulp(th).
-template <class D, class V = hn::Vec<D>>
+// sin(th + tl) as *sum + *corr, 0 <= th <= pi/4, |tl| <= ulp(th); tl is
+// taken as 0 unless kLow.
+template <bool kLow, class D, class V = hn::Vec<D>>
 HWY_INLINE void SinTwoPart(D d, V th, V tl, V* sum, V* corr) {
     V zh, zl;
     TwoProd(th, th, &zh, &zl);
@@ -114,11 +115,11 @@ HWY_INLINE void SinTwoPart(D d, V th, V tl, V* sum, V* corr) {
                      -1.0 / 5040.0, 1.0 / 120.0})
         ps = hn::MulAdd(ps, zh, hn::Set(d, f));
     const V t2 = ch * zh * ps;
-    // tl cos th to t^4.
-    const V t3 = tl * hn::MulAdd(zh, hn::MulAdd(zh, hn::Set(d, 1.0 / 24), hn::Set(d, -0.5)),
-                                 hn::Set(d, 1.0));
     *sum = th + t1h;
-    *corr = ((t1h - (*sum - th)) + t1l) + (t2 + t3); // |th| >= |t1h|
+    *corr = ((t1h - (*sum - th)) + t1l) + t2; // |th| >= |t1h|
+    if (kLow) // tl cos th to t^4
+        *corr = *corr + tl * hn::MulAdd(zh, hn::MulAdd(zh, hn::Set(d, 1.0 / 24), hn::Set(d, -0.5)),
+                                        hn::Set(d, 1.0));
 }
 
 // cos(th + tl) as *sum + *corr, 0 <= th <= pi/4, |tl| <= ulp(th).
@@ -163,26 +164,25 @@ HWY_INLINE V RoundOnce(D d, V sum, V corr, M* hard) {
     return res;
 }
 
-// t (two parts) and whether x lies above pi/4, for the functions below.
-template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
-HWY_INLINE M Reduce(D d, V ax, V* th, V* tl) {
-    const M upper = hn::Gt(ax, hn::Set(d, kQuarterPi));
+// pi/2 - x in two parts, for x in [pi/4, pi] (the parts of other lanes are
+// not used).
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void Complement(D d, V ax, V* rh, V* rl) {
     const V r0 = hn::Set(d, kHalfPi) - ax; // exact for x in [pi/4, pi]
-    const V rh = r0 + hn::Set(d, kHalfPiLow);
-    const V rl = hn::Set(d, kHalfPiLow) - (rh - r0); // |r0| >= kHalfPiLow or r0 == 0
-    *th = hn::IfThenElse(upper, rh, ax);
-    *tl = hn::IfThenElseZero(upper, rl);
-    return upper;
+    *rh = r0 + hn::Set(d, kHalfPiLow);
+    *rl = hn::Set(d, kHalfPiLow) - (*rh - r0); // |r0| >= kHalfPiLow or r0 == 0
 }
 
 // sin x; lanes for the library (and those with |x| < 1e-200) in *hard.
 template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE V SinAsLibrary(D d, V x, M* hard) {
     const V ax = hn::Abs(x);
-    V th, tl, ss, sc, cs, cc;
-    const M upper = Reduce(d, ax, &th, &tl);
-    SinTwoPart(d, th, tl, &ss, &sc);
-    CosTwoPart(d, th, tl, &cs, &cc);
+    // sin x below pi/4, cos(pi/2 - x) above: each series on its own argument.
+    V rh, rl, ss, sc, cs, cc;
+    Complement(d, ax, &rh, &rl);
+    SinTwoPart<false>(d, ax, rl, &ss, &sc);
+    CosTwoPart(d, rh, rl, &cs, &cc);
+    const M upper = hn::Gt(ax, hn::Set(d, kQuarterPi));
     *hard = hn::Lt(ax, hn::Set(d, 1e-200));
     const V res = RoundOnce(d, hn::IfThenElse(upper, cs, ss), hn::IfThenElse(upper, cc, sc), hard);
     return hn::CopySign(res, x);
@@ -192,9 +192,13 @@ HWY_INLINE V SinAsLibrary(D d, V x, M* hard) {
 template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE void SinCosAsLibrary(D d, V x, V* s, V* c, M* hardSin, M* hardCos) {
     const V ax = hn::Abs(x);
-    V th, tl, ss, sc, cs, cc;
-    const M upper = Reduce(d, ax, &th, &tl);
-    SinTwoPart(d, th, tl, &ss, &sc);
+    // t = x below pi/4 and pi/2 - x above; sin x, cos x are sin t, cos t or
+    // cos t, sin t.
+    V rh, rl, ss, sc, cs, cc;
+    Complement(d, ax, &rh, &rl);
+    const M upper = hn::Gt(ax, hn::Set(d, kQuarterPi));
+    const V th = hn::IfThenElse(upper, rh, ax), tl = hn::IfThenElseZero(upper, rl);
+    SinTwoPart<true>(d, th, tl, &ss, &sc);
     CosTwoPart(d, th, tl, &cs, &cc);
     *hardSin = hn::Lt(ax, hn::Set(d, 1e-200));
     *hardCos = hn::FirstN(d, 0);
@@ -213,54 +217,54 @@ HWY_INLINE void SinCosAsLibrary(D d, V x, V* s, V* c, M* hardSin, M* hardCos) {
 constexpr size_t kSineRun = 256;
 
 #if HWY_NATIVE_FMA
-// One vector of LibrarySinCos at points[j]: the values stored, the hard lanes'
-// indices appended to hardSin and hardCos.
-template <class DV>
-HWY_INLINE void SinCosVector(DV d, const PROJPOINT* points, size_t j, double* sines,
-                             double* cosines, int64_t* hardSin, size_t* sinCount,
-                             int64_t* hardCos, size_t* cosCount) {
+// The vectors of LibrarySinCos from points[*j] while `count` allows: the
+// values stored, the hard lanes' indices appended to hardSin and hardCos.
+template <bool kCos, class DV>
+HWY_INLINE void SinCosVectors(DV d, const PROJPOINT* points, size_t count, size_t* j,
+                              double* sines, double* cosines, int64_t* hardSin,
+                              size_t* sinCount, int64_t* hardCos, size_t* cosCount) {
     using VV = hn::Vec<DV>;
     using MM = hn::Mask<DV>;
     const hn::RebindToSigned<DV> di;
-    const auto at = hn::Iota(di, static_cast<int64_t>(j));
-    VV x, y;
-    hn::LoadInterleaved2(d, reinterpret_cast<const double*>(points + j), x, y);
-    const MM inside = hn::Le(hn::Abs(y), hn::Set(d, kHalfPi)); // false for NaN
-    const VV in = hn::IfThenElseZero(inside, y);
-    MM hs, hc;
-    if (cosines) {
-        VV sv, cv;
-        SinCosAsLibrary(d, in, &sv, &cv, &hs, &hc);
-        hn::StoreU(sv, d, sines + j);
-        hn::StoreU(cv, d, cosines + j);
-        *cosCount +=
-            hn::CompressStore(at, hn::RebindMask(di, hn::And(hc, inside)), di, hardCos + *cosCount);
-    } else {
-        hn::StoreU(SinAsLibrary(d, in, &hs), d, sines + j);
-    }
-    *sinCount +=
-        hn::CompressStore(at, hn::RebindMask(di, hn::And(hs, inside)), di, hardSin + *sinCount);
-}
-#endif
-
-HWY_INLINE void LibrarySinCos(const PROJPOINT* points, size_t count, double* sines,
-                              double* cosines) {
-    size_t j = 0;
-#if HWY_NATIVE_FMA
-    const D d;
     const size_t n = hn::Lanes(d);
+    size_t i = *j, ns = *sinCount, nc = *cosCount;
+    auto at = hn::Iota(di, static_cast<int64_t>(i));
+    for (; i + n <= count; i += n) {
+        VV x, y;
+        hn::LoadInterleaved2(d, reinterpret_cast<const double*>(points + i), x, y);
+        const MM inside = hn::Le(hn::Abs(y), hn::Set(d, kHalfPi)); // false for NaN
+        const VV in = hn::IfThenElseZero(inside, y);
+        MM hs;
+        if constexpr (kCos) {
+            VV sv, cv;
+            MM hc;
+            SinCosAsLibrary(d, in, &sv, &cv, &hs, &hc);
+            hn::StoreU(sv, d, sines + i);
+            hn::StoreU(cv, d, cosines + i);
+            nc += hn::CompressStore(at, hn::RebindMask(di, hn::And(hc, inside)), di, hardCos + nc);
+        } else {
+            hn::StoreU(SinAsLibrary(d, in, &hs), d, sines + i);
+        }
+        ns += hn::CompressStore(at, hn::RebindMask(di, hn::And(hs, inside)), di, hardSin + ns);
+        at = hn::Add(at, hn::Set(di, static_cast<int64_t>(n)));
+    }
+    *j = i, *sinCount = ns, *cosCount = nc;
+}
+
+template <bool kCos>
+HWY_INLINE void LibrarySinCosVectors(const PROJPOINT* points, size_t count, size_t* j,
+                                     double* sines, double* cosines) {
     int64_t hardSin[kSineRun + HWY_MAX_BYTES / sizeof(double)];
     int64_t hardCos[kSineRun + HWY_MAX_BYTES / sizeof(double)];
     size_t sinCount = 0, cosCount = 0;
-    for (; j + n <= count; j += n)
-        SinCosVector(d, points, j, sines, cosines, hardSin, &sinCount, hardCos, &cosCount);
+    const D d;
+    SinCosVectors<kCos>(d, points, count, j, sines, cosines, hardSin, &sinCount, hardCos,
+                        &cosCount);
     // On the widest vectors a short rest takes one of half the width.
     if constexpr (hn::MaxLanes(D()) >= 8) {
         const hn::Half<D> dh;
-        if (j + hn::Lanes(dh) <= count) {
-            SinCosVector(dh, points, j, sines, cosines, hardSin, &sinCount, hardCos, &cosCount);
-            j += hn::Lanes(dh);
-        }
+        SinCosVectors<kCos>(dh, points, count, j, sines, cosines, hardSin, &sinCount, hardCos,
+                            &cosCount);
     }
     for (size_t k = 0; k < sinCount; ++k) {
         const size_t i = static_cast<size_t>(hardSin[k]);
@@ -270,6 +274,17 @@ HWY_INLINE void LibrarySinCos(const PROJPOINT* points, size_t count, double* sin
         const size_t i = static_cast<size_t>(hardCos[k]);
         cosines[i] = std::cos(points[i].y);
     }
+}
+#endif
+
+HWY_INLINE void LibrarySinCos(const PROJPOINT* points, size_t count, double* sines,
+                              double* cosines) {
+    size_t j = 0;
+#if HWY_NATIVE_FMA
+    if (cosines)
+        LibrarySinCosVectors<true>(points, count, &j, sines, cosines);
+    else
+        LibrarySinCosVectors<false>(points, count, &j, sines, cosines);
 #endif
     for (; j < count; ++j) {
         const double y = points[j].y;
