@@ -4,7 +4,7 @@
 // into fused multiply-adds in this source), but for the step of the inverse
 // iteration below.
 //
-// Forward, sin phi is the C library's to the bit (LibrarySines): the rounding
+// Forward, sin phi is the C library's to the bit (LibrarySinCos): the rounding
 // of (1 - e sin phi) / (1 + e sin phi), which one ulp of sin phi flips, comes
 // out of Snyder 3-12 multiplied by 1/2e and becomes several units in the last
 // place of rho, so only the same quotient keeps the paths together. The

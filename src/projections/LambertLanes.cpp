@@ -3,7 +3,7 @@
 // formulas of LambertCore.h in the same order of operations (no contraction
 // into fused multiply-adds in this source).
 //
-// Forward, sin phi is the C library's to the bit (LibrarySines; rho magnifies
+// Forward, sin phi is the C library's to the bit (LibrarySinCos; rho magnifies
 // its last bit tenfold at the edge of the logarithmic form), the logarithm
 // LaneMath-inl.h's, the exponential Highway's (each within an ulp), and the
 // sine and cosine of the cone angle the kernel of LaneMath-inl.h. Inverse,
@@ -50,26 +50,40 @@ HWY_INLINE M ForwardKernel(D d, const Cone& c, V& x, V& y, V s) {
     return lanes::PlaceOnCone(d, c.n, c.lam0, c.rho0, rho, x, y, special);
 }
 
+// ConePolar on every lane (Snyder 14-10, 14-11): the longitude, and in *rho
+// the radius carrying the sign of n; lanes on the apex added to *special.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE V PolarLanes(D d, const Cone& c, V x, V y, V* rho, M* special) {
+    const V dy = hn::Set(d, c.rho0) - y;
+    *rho = hn::Sqrt(x * x + dy * dy);
+    V theta;
+    if (c.n < 0.0) {
+        *rho = hn::Neg(*rho);
+        theta = lanes::Atan2(d, hn::Neg(x), hn::Neg(dy), special);
+    } else {
+        theta = lanes::Atan2(d, x, dy, special);
+    }
+    return theta / hn::Set(d, c.n) + hn::Set(d, c.lam0);
+}
+
+// ln(r) / n on every lane; lanes outside the logarithm's range, or whose
+// exponential would not be a normal number, are added to *special.
+template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
+HWY_INLINE V LogOverN(D d, const Cone& c, V r, M* special) {
+    *special = hn::Or(*special, hn::Not(lanes::LogDomain(d, r)));
+    const V z = lanes::Log(d, hn::IfThenElse(*special, hn::Set(d, 1.0), r)) * hn::Set(d, 1.0 / c.n);
+    *special = hn::Or(*special, hn::Not(hn::Le(hn::Abs(z), hn::Set(d, 700.0))));
+    return z;
+}
+
 // Snyder 14-10, 14-11, 15-11 and the iteration 7-9 on every lane; the special
 // lanes are returned.
 template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M InverseKernel(D d, const Cone& c, V& x, V& y) {
-    const V dy = hn::Set(d, c.rho0) - y;
-    V rho = hn::Sqrt(x * x + dy * dy);
     M special = hn::FirstN(d, 0);
-    V theta;
-    if (c.n < 0.0) { // ConePolar: rho carries the sign of n
-        rho = hn::Neg(rho);
-        theta = lanes::Atan2(d, hn::Neg(x), hn::Neg(dy), &special);
-    } else {
-        theta = lanes::Atan2(d, x, dy, &special);
-    }
-    const V lam = theta / hn::Set(d, c.n) + hn::Set(d, c.lam0);
-    const V r = rho / hn::Set(d, c.a * c.F);
-    special = hn::Or(special, hn::Not(lanes::LogDomain(d, r)));
-    const V z = lanes::Log(d, hn::IfThenElse(special, hn::Set(d, 1.0), r)) * hn::Set(d, 1.0 / c.n);
-    // Within these bounds the exponential is a normal number either way.
-    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(z), hn::Set(d, 700.0))));
+    V rho;
+    const V lam = PolarLanes(d, c, x, y, &rho, &special);
+    const V z = LogOverN(d, c, rho / hn::Set(d, c.a * c.F), &special);
     const V t = hn::Exp(d, hn::IfThenZeroElse(special, z));
     y = lanes::PhiFromConformalT(d, t, c.e, &special);
     x = lam;
@@ -103,21 +117,10 @@ HWY_INLINE M SphereForwardKernel(D d, const Cone& c, V& x, V& y) {
 // exp(ln / n); the special lanes are returned.
 template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>
 HWY_INLINE M SphereInverseKernel(D d, const Cone& c, V& x, V& y) {
-    const V dy = hn::Set(d, c.rho0) - y;
-    V rho = hn::Sqrt(x * x + dy * dy);
     M special = hn::FirstN(d, 0);
-    V theta;
-    if (c.n < 0.0) { // ConePolar: rho carries the sign of n
-        rho = hn::Neg(rho);
-        theta = lanes::Atan2(d, hn::Neg(x), hn::Neg(dy), &special);
-    } else {
-        theta = lanes::Atan2(d, x, dy, &special);
-    }
-    const V lam = theta / hn::Set(d, c.n) + hn::Set(d, c.lam0);
-    const V r = hn::Set(d, c.a * c.F) / rho;
-    special = hn::Or(special, hn::Not(lanes::LogDomain(d, r)));
-    const V z = lanes::Log(d, hn::IfThenElse(special, hn::Set(d, 1.0), r)) * hn::Set(d, 1.0 / c.n);
-    special = hn::Or(special, hn::Not(hn::Le(hn::Abs(z), hn::Set(d, 700.0))));
+    V rho;
+    const V lam = PolarLanes(d, c, x, y, &rho, &special);
+    const V z = LogOverN(d, c, hn::Set(d, c.a * c.F) / rho, &special);
     const V t = hn::Exp(d, hn::IfThenZeroElse(special, z));
     y = hn::Set(d, 2.0) * hn::Atan(d, t) - hn::Set(d, kHalfPi);
     x = lam;

@@ -110,11 +110,8 @@ HWY_INLINE void SinTwoPart(D d, V th, V tl, V* sum, V* corr) {
     V t1h, t1l;
     TwoProd(ch, hn::Set(d, kSixthHi), &t1h, &t1l);
     t1l = hn::MulAdd(ch, hn::Set(d, kSixthLo), hn::MulAdd(cl, hn::Set(d, kSixthHi), t1l));
-    V ps = hn::Set(d, 1.0 / 355687428096000.0); // 1/17!
-    for (double f : {-1.0 / 1307674368000.0, 1.0 / 6227020800.0, -1.0 / 39916800.0, 1.0 / 362880.0,
-                     -1.0 / 5040.0, 1.0 / 120.0})
-        ps = hn::MulAdd(ps, zh, hn::Set(d, f));
-    const V t2 = ch * zh * ps;
+    // x^5 times the series from 1/5! (kSinTaylor without its last term).
+    const V t2 = ch * zh * Horner(d, zh, kSinTaylor, 7);
     *sum = th + t1h;
     *corr = ((t1h - (*sum - th)) + t1l) + t2; // |th| >= |t1h|
     if (kLow) // tl cos th to t^4
@@ -135,11 +132,9 @@ HWY_INLINE void CosTwoPart(D d, V th, V tl, V* sum, V* corr) {
     V wh, wl;
     TwoProd(vh, hn::Set(d, k24Hi), &wh, &wl);
     wl = hn::MulAdd(vh, hn::Set(d, k24Lo), hn::MulAdd(vl, hn::Set(d, k24Hi), wl)); // t^4/24
-    V c3 = hn::Set(d, -1.0 / 6402373705728000.0); // -1/18!
-    for (double f : {1.0 / 20922789888000.0, -1.0 / 87178291200.0, 1.0 / 479001600.0,
-                     -1.0 / 3628800.0, 1.0 / 40320.0, -1.0 / 720.0})
-        c3 = hn::MulAdd(c3, uh, hn::Set(d, f));
-    const V t3 = vh * uh * c3; // t^6 C(t^2)
+    // t^6 C(t^2), C the series from -1/6! (kOneMinusCosTaylor without its
+    // last two terms, negated).
+    const V t3 = hn::Neg(vh * uh * Horner(d, uh, kOneMinusCosTaylor, 7));
     const V one = hn::Set(d, 1.0), halfU = hn::Set(d, 0.5) * uh;
     const V s0 = one - halfU;
     const V e0 = (one - s0) - halfU; // its rounding error: 1 >= t^2/2
@@ -294,10 +289,6 @@ HWY_INLINE void LibrarySinCos(const PROJPOINT* points, size_t count, double* sin
     }
 }
 
-HWY_INLINE void LibrarySines(const PROJPOINT* points, size_t count, double* sines) {
-    LibrarySinCos(points, count, sines, nullptr);
-}
-
 // ForEachVector for kernels that need the C library's sin y (and with
 // kCos, its cos y), whose bits alone keep the two paths together where a
 // result magnifies the last bit of sin phi, or where every bit should agree:
@@ -394,10 +385,6 @@ HWY_INLINE V LogNearOne(D d, V x) {
     const V t = LogOnePlus(d, f, s, &hfsq);
     return hn::Zero(d) * hn::Set(d, kLn2Hi) - ((hfsq - (t + hn::Zero(d) * hn::Set(d, kLn2Lo))) - f);
 }
-
-// The arguments LogNearOne takes.
-constexpr double kSqrtHalf = 0.70710678118654757; // 0x3fe6a09e667f3bcd
-constexpr double kSqrtTwo = 1.4142135623730951;
 
 // Lanes Log takes: positive, normal and finite.
 template <class D, class V = hn::Vec<D>, class M = hn::Mask<D>>

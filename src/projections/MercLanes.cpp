@@ -3,7 +3,7 @@
 // MercCore.h in the same order of operations (no contraction into fused
 // multiply-adds in this source).
 //
-// Forward, sin phi is the C library's to the bit (LibrarySines): near the poles
+// Forward, sin phi is the C library's to the bit (LibrarySinCos): near the poles
 // ln((1 + sin phi) / (1 - sin phi)) turns one ulp of sin phi into decimetres
 // of northing at 89.9 degrees, so only the same bits keep the paths together;
 // the logarithm is LaneMath-inl.h's (within an ulp) and atanh its series.
